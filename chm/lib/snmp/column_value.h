@@ -1,0 +1,43 @@
+/// Values as read callbacks return them: a pointer into static storage, and the length.
+#pragma once
+
+#include "agent.h"
+#include "records.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+/// Serves a text up to its terminator, but no more than `most` characters of it.
+template <size_t Width>
+u_char* text_value(char (&text)[Width], size_t most, size_t* var_len)
+{
+    *var_len = strnlen(text, most < Width ? most : Width);
+    return reinterpret_cast<u_char*>(text);
+}
+
+/// Serves a 32-bit integer: an INTEGER, a Gauge32 or TimeTicks.
+template <typename Integer>
+u_char* integer_value(Integer& value, size_t* var_len)
+{
+    static_assert(sizeof value == 4);
+    *var_len = sizeof value;
+    return reinterpret_cast<u_char*>(&value);
+}
+
+/// The agent's uptime at a point in time in hundredths of a second, 0 for a time before its start.
+inline uint32_t uptime_at(const platform_time& time)
+{
+    timeval moment = {};
+    moment.tv_sec = static_cast<decltype(moment.tv_sec)>(time.seconds);
+    moment.tv_usec = static_cast<decltype(moment.tv_usec)>(time.microseconds);
+    const auto uptime = static_cast<uint32_t>(netsnmp_timeval_uptime(&moment));
+    return static_cast<int32_t>(uptime) < 0 ? 0 : uptime;
+}
+
+/// Answers for an object that a read callback does not know: no value, and no detail either.
+inline u_char* unknown_object()
+{
+    snmp_set_detail("");
+    return nullptr;
+}

@@ -1,0 +1,95 @@
+/// The request channel: every exchange with the platform manager goes through here.
+#pragma once
+
+#include "bounded_copy.h"
+#include "opcodes.h"
+#include "records.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+
+/// In whose name a request is made.
+enum class Requester {
+    snmp_request,  ///< the user and session of the SNMP request being served
+    event_handler, ///< nobody
+};
+
+/// A block that the platform allocated for an answer; released exactly once.
+struct ReleaseBlock {
+    void operator()(void* block) const { free(block); }
+};
+using PlatformBlock = std::unique_ptr<void, ReleaseBlock>;
+
+/// What came back for a request. A failed request may carry a response too.
+struct Reply {
+    int32_t result = PLATFORM_OK; ///< 0, or a platform result code
+    bool answered = false;        ///< a response came
+    uint32_t length = 0;          ///< of the response in bytes
+    PlatformBlock response;       ///< as it travelled, until it is taken
+
+    bool succeeded() const { return result == PLATFORM_OK; }
+
+    /// Copies the response over a record, as much of it as both hold, and releases it.
+    template <typename Record>
+    void take_into(Record& record)
+    {
+        const auto taken = std::min<size_t>(length, sizeof record);
+        __memcpy_to_buf(sizeof record, &record, response.get(), taken);
+        response.reset();
+    }
+};
+
+/// Sends a request whose payload is in wire order, or null for none.
+///
+/// @param length size of the payload, or of what is expected when there is none
+Reply send_request(Opcode opcode, chm_req_operation operation, void* payload, uint32_t length,
+                   Requester requester = Requester::snmp_request);
+
+/// Sends a SET, for which no response is asked; a refused one is recorded with log_snmp_error.
+///
+/// @param payload in wire order
+/// @return 0, or the platform's result code
+int32_t send_write(Opcode opcode, void* payload, uint32_t length);
+
+/// When a response is taken over into the record that asked for it.
+enum class TakeResponse { on_success, always };
+
+/// One exchange of a record: sends it, takes the response over it, and leaves it in host order. The
+/// part that a short response does not cover keeps what was sent. A response that is not taken
+/// stays in the reply.
+template <typename Record>
+Reply exchange(Opcode opcode, chm_req_operation operation, Record& record,
+               TakeResponse take = TakeResponse::on_success)
+{
+    swap_wire_order(record);
+    Reply reply = send_request(opcode, operation, &record, sizeof record);
+    if (reply.response && (reply.succeeded() || take == TakeResponse::always)) {
+        reply.take_into(record);
+    }
+    swap_wire_order(record);
+    return reply;
+}
+
+/// Writes a whole record, which stays in host order. @return 0, or the platform's result code
+template <typename Record>
+int32_t write_record(Opcode opcode, Record& record)
+{
+    swap_wire_order(record);
+    const int32_t result = send_write(opcode, &record, sizeof record);
+    swap_wire_order(record);
+    return result;
+}
+
+/// What becomes of a write that the platform answers with "not writable".
+enum class NotWritable { reported, general_error };
+
+/// The SNMP error status for a result of the platform or of a row lookup: noSuchName for 1, genErr
+/// for any other failure, save where a table reports notWritable for 2.
+int32_t snmp_error_status(int32_t result, NotWritable not_writable);
+
+/// Traces a failure and turns its result code into an SNMP error status: noSuchName for 1,
+/// notWritable for 2, genErr for any other, noError for 0.
+int32_t chm_log_snmp_error(int32_t code);
