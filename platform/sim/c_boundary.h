@@ -1,0 +1,53 @@
+/// The edge between the simulated switch and its callers in C: the functions of the switch's
+/// libraries, which the shared object exports, and what keeps exceptions inside.
+#pragma once
+
+#include <net-snmp/net-snmp-config.h>
+
+#include <net-snmp/net-snmp-includes.h>
+
+// Everything else is hidden: these declarations are the whole of what libchmplatform.so exports.
+#pragma GCC visibility push(default)
+#include "agent_ext.h"
+#include "bounded_copy.h"
+#include "cmi.h"
+#include "evlog.h"
+#include "if_index.h"
+#include "ipcx.h"
+#include "rcode.h"
+
+extern "C" {
+void init_chmplatform();
+void deinit_chmplatform();
+}
+#pragma GCC visibility pop
+
+#include <exception>
+#include <type_traits>
+
+namespace sim {
+
+/// Runs the body of a function that C calls. An exception ends up in the agent's log.
+/// @return what the body returns, or `failure`
+template <typename Body>
+auto guard(std::invoke_result_t<Body> failure, Body body) noexcept
+{
+    try {
+        return body();
+    } catch (const std::exception& error) {
+        snmp_log(LOG_ERR, "simulated switch: %s\n", error.what());
+        return failure;
+    }
+}
+
+/// The same for a body that returns nothing.
+template <typename Body>
+void guard(Body body) noexcept
+{
+    guard(0, [&] {
+        body();
+        return 0;
+    });
+}
+
+} // namespace sim

@@ -1,0 +1,438 @@
+#include "chassis_file.h"
+
+#include "entity_record.h"
+#include "if_index.h"
+#include "physical_index.h"
+
+#include <toml++/toml.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+namespace sim {
+namespace {
+
+constexpr uint32_t chassis_index = 1;
+constexpr uint32_t max_sensors = 64; ///< of one entity
+
+template <typename... Parts>
+std::string concat(const Parts&... parts)
+{
+    std::ostringstream text;
+    (text << ... << parts);
+    return text.str();
+}
+
+Entity make_port(uint32_t slot, uint32_t number)
+{
+    // The codec numbers slots and ports from 0.
+    uint32_t if_index = 0;
+    if_index_phy_ethernet_init(&if_index, static_cast<uint8_t>(slot - 1),
+                               static_cast<uint8_t>(number - 1), 0);
+    char name[IF_INDEX_TEXT_SIZE];
+    sprintf_if_index(name, if_index);
+
+    return {.index = 300000 + 1000 * slot + number,
+            .entity_class = EntityClass::port,
+            .description = "Ethernet port",
+            .name = name};
+}
+
+Entity make_fan(uint32_t tray, uint32_t number)
+{
+    return {.index = 4000 + 16 * tray + number,
+            .entity_class = EntityClass::fan,
+            .description = "Fan",
+            .name = concat("Fan ", tray, "/", number)};
+}
+
+/// What fills the places of a chassis: modules its slots, power supplies and fan trays their bays.
+struct UnitKind {
+    std::string_view entry; ///< each [[entry]] table of the file describes one
+    std::string_view name;  ///< of a unit, before its place's number
+    EntityClass entity_class;
+    uint32_t vendor_type;
+    uint32_t base; ///< the unit in place n has the index base + n
+
+    std::string_view place;       ///< key of the number of the unit's place
+    std::string_view place_count; ///< key of [chassis] with the number of places
+    uint32_t max_places;
+    std::string_view place_name;
+    uint32_t place_vendor_type;
+    uint32_t place_base;
+
+    /// The platform's own sensors have 64 indexes for each entity that may hold some: the chassis
+    /// is number 0 of these holders, the unit in place n is number sensor_holder_base + n.
+    uint32_t sensor_holder_base;
+
+    std::string_view parts = ""; ///< key with the number of ports or fans
+    uint32_t max_parts = 0;
+    Entity (*make_part)(uint32_t place, uint32_t number) = nullptr;
+};
+
+constexpr UnitKind unit_kinds[] = {
+    {.entry = "module",
+     .name = "Module",
+     .entity_class = EntityClass::module,
+     .vendor_type = 1,
+     .base = 1000,
+     .place = "slot",
+     .place_count = "slots",
+     .max_places = 18,
+     .place_name = "Slot",
+     .place_vendor_type = 1,
+     .place_base = 100,
+     .sensor_holder_base = 0,
+     .parts = "ports",
+     .max_parts = 64,
+     .make_part = make_port},
+    {.entry = "power-supply",
+     .name = "Power supply",
+     .entity_class = EntityClass::power_supply,
+     .vendor_type = 1,
+     .base = 2000,
+     .place = "bay",
+     .place_count = "power-supply-bays",
+     .max_places = 16,
+     .place_name = "Power supply bay",
+     .place_vendor_type = 2,
+     .place_base = 200,
+     .sensor_holder_base = 20},
+    {.entry = "fan-tray",
+     .name = "Fan tray",
+     // A replaceable subsystem that contains fans is a module in ENTITY-MIB's terms.
+     .entity_class = EntityClass::module,
+     .vendor_type = 2,
+     .base = 3000,
+     .place = "bay",
+     .place_count = "fan-tray-bays",
+     .max_places = 16,
+     .place_name = "Fan tray bay",
+     .place_vendor_type = 3,
+     .place_base = 300,
+     .sensor_holder_base = 40,
+     .parts = "fans",
+     .max_parts = 16,
+     .make_part = make_fan},
+};
+
+/// A table together with the [types] table that it refers to, whose keys it inherits.
+struct Settings {
+    const toml::table& own;
+    const toml::table* type = nullptr;
+
+    const toml::node* find(std::string_view key) const
+    {
+        const toml::node* node = own.get(key);
+        return node == nullptr && type != nullptr ? type->get(key) : node;
+    }
+};
+
+using Keys = std::vector<std::string_view>;
+
+/// Keys that any entity may have, and `more`.
+Keys entity_keys(Keys more)
+{
+    more.insert(more.end(), {"vendor-type", "replaceable"});
+    for (const EntityText& text : entity_texts) {
+        more.push_back(text.key);
+    }
+    return more;
+}
+
+/// Reads one file. Every complaint names the line of what it is about.
+class Reader {
+public:
+    explicit Reader(const std::string& file) : file_(file), root_(parse()), chassis_(file) {}
+
+    Chassis read()
+    {
+        check_keys(root_, {"chassis", "types", "module", "power-supply", "fan-tray"});
+        check_types();
+        const toml::node* settings = root_.get("chassis");
+        if (settings == nullptr) {
+            fail(root_.source(), "there is no [chassis] table");
+        }
+        add_chassis(as_table(*settings, "chassis"));
+        for (const UnitKind& kind : unit_kinds) {
+            add_places(kind, as_table(*settings, "chassis"));
+        }
+        for (const UnitKind& kind : unit_kinds) {
+            for_each_table(root_.get(kind.entry), kind.entry,
+                           [&](const toml::table& entry) { add_units(kind, entry); });
+        }
+        return std::move(chassis_);
+    }
+
+private:
+    [[noreturn]] void fail(const toml::source_region& where, const auto&... what) const
+    {
+        const size_t line = std::max<size_t>(where.begin.line, 1);
+        throw ChassisFileError(concat(file_, ":", line, ": ", what...));
+    }
+
+    toml::table parse() const
+    {
+        std::ifstream stream(file_);
+        if (stream.peek() == std::ifstream::traits_type::eof() && !stream.eof()) {
+            throw ChassisFileError(file_ + ": " + std::strerror(errno));
+        }
+        try {
+            return toml::parse(stream, file_);
+        } catch (const toml::parse_error& error) {
+            fail(error.source(), error.description());
+        }
+    }
+
+    void check_keys(const toml::table& table, const Keys& known) const
+    {
+        for (const auto& [key, value] : table) {
+            if (std::ranges::find(known, key.str()) == known.end()) {
+                fail(key.source(), "unknown key '", key.str(), "'");
+            }
+        }
+    }
+
+    void check_types() const
+    {
+        const toml::node* types = root_.get("types");
+        if (types == nullptr) {
+            return;
+        }
+        Keys keys = entity_keys({"sensors"});
+        for (const UnitKind& kind : unit_kinds) {
+            keys.push_back(kind.parts);
+        }
+        for (const auto& [name, type] : as_table(*types, "types")) {
+            check_keys(as_table(type, name.str()), keys);
+        }
+    }
+
+    const toml::table& as_table(const toml::node& node, std::string_view what) const
+    {
+        if (!node.is_table()) {
+            fail(node.source(), "'", what, "' is not a table");
+        }
+        return *node.as_table();
+    }
+
+    /// Calls `use` with every table of an array of tables, which may be missing.
+    void for_each_table(const toml::node* node, std::string_view what, auto&& use) const
+    {
+        if (node == nullptr) {
+            return;
+        }
+        if (!node->is_array()) {
+            fail(node->source(), "'", what, "' is not an array of tables");
+        }
+        for (const toml::node& element : *node->as_array()) {
+            use(as_table(element, what));
+        }
+    }
+
+    uint32_t number(const toml::node& node, std::string_view what, uint32_t least,
+                    uint32_t most) const
+    {
+        if (!node.is_integer()) {
+            fail(node.source(), "'", what, "' is not an integer");
+        }
+        const int64_t value = node.as_integer()->get();
+        if (value < least || value > most) {
+            fail(node.source(), "'", what, "' is ", value, ", not within ", least, " to ", most);
+        }
+        return static_cast<uint32_t>(value);
+    }
+
+    /// The number of something that there may be none of.
+    uint32_t count(const Settings& settings, std::string_view what, uint32_t most) const
+    {
+        const toml::node* node = settings.find(what);
+        return node == nullptr ? 0 : number(*node, what, 0, most);
+    }
+
+    void check_length(const toml::source_region& where, const EntityText& text,
+                      const std::string& value) const
+    {
+        if (value.size() > text.capacity) {
+            fail(where, "'", text.key, "' has ", value.size(), " bytes, more than ", text.capacity);
+        }
+    }
+
+    /// Overwrites the entity's defaults with what its settings say.
+    void describe(Entity& entity, const Settings& settings) const
+    {
+        for (const EntityText& text : entity_texts) {
+            const toml::node* node = settings.find(text.key);
+            if (node == nullptr) {
+                continue;
+            }
+            if (!node->is_string()) {
+                fail(node->source(), "'", text.key, "' is not a string");
+            }
+            entity.*text.text = node->as_string()->get();
+            check_length(node->source(), text, entity.*text.text);
+        }
+        if (const toml::node* node = settings.find("vendor-type")) {
+            entity.vendor_type = number(*node, "vendor-type", 0, UINT32_MAX);
+        }
+        if (const toml::node* node = settings.find("replaceable")) {
+            if (!node->is_boolean()) {
+                fail(node->source(), "'replaceable' is not true or false");
+            }
+            entity.replaceable = node->as_boolean()->get();
+        }
+    }
+
+    void add(Entity entity, const toml::source_region& where)
+    {
+        if (entity.manufacturer.empty()) {
+            entity.manufacturer = manufacturer_;
+        }
+        for (const EntityText& text : entity_texts) {
+            check_length(where, text, entity.*text.text);
+        }
+        chassis_.add(std::move(entity));
+    }
+
+    void add_chassis(const toml::table& settings)
+    {
+        Keys keys = entity_keys({"sensors"});
+        for (const UnitKind& kind : unit_kinds) {
+            keys.push_back(kind.place_count);
+        }
+        check_keys(settings, keys);
+
+        Entity chassis{.index = chassis_index,
+                       .entity_class = EntityClass::chassis,
+                       .description = "Chassis",
+                       .name = "Chassis"};
+        describe(chassis, {settings});
+        manufacturer_ = chassis.manufacturer;
+        serial_ = chassis.serial;
+        add(chassis, settings.source());
+        add_sensors(chassis, 0, {settings});
+    }
+
+    /// Slots and bays are all containers in the chassis, so their positions follow on each other.
+    void add_places(const UnitKind& kind, const toml::table& settings)
+    {
+        const uint32_t places = count({settings}, kind.place_count, kind.max_places);
+        for (uint32_t place = 1; place <= places; ++place) {
+            add({.index = kind.place_base + place,
+                 .entity_class = EntityClass::container,
+                 .contained_in = chassis_index,
+                 .position = ++containers_,
+                 .vendor_type = kind.place_vendor_type,
+                 .description = std::string(kind.place_name),
+                 .name = concat(kind.place_name, " ", place)},
+                settings.source());
+        }
+    }
+
+    Settings settings_of(const UnitKind& kind, const toml::table& entry) const
+    {
+        check_keys(entry, entity_keys({"type", "sensors", kind.place, kind.parts}));
+        const toml::node* name = entry.get("type");
+        if (name == nullptr) {
+            return {entry};
+        }
+        if (!name->is_string()) {
+            fail(name->source(), "'type' is not a string");
+        }
+        const toml::node* type = root_["types"][name->as_string()->get()].node();
+        if (type == nullptr) {
+            fail(name->source(), "there is no [types.", name->as_string()->get(), "]");
+        }
+        check_keys(*type->as_table(), entity_keys({"sensors", kind.parts}));
+        return {entry, type->as_table()};
+    }
+
+    /// One entry describes the unit in one place, or like units in several.
+    void add_units(const UnitKind& kind, const toml::table& entry)
+    {
+        const Settings settings = settings_of(kind, entry);
+        const toml::node* place = entry.get(kind.place);
+        if (place == nullptr) {
+            fail(entry.source(), "[[", kind.entry, "]] has no '", kind.place, "'");
+        }
+        if (!place->is_array()) {
+            add_unit(kind, *place, settings);
+            return;
+        }
+        for (const toml::node& one : *place->as_array()) {
+            add_unit(kind, one, settings);
+        }
+    }
+
+    void add_unit(const UnitKind& kind, const toml::node& node, const Settings& settings)
+    {
+        const uint32_t place = number(node, kind.place, 1, kind.max_places);
+        if (chassis_.find(kind.place_base + place) == nullptr) {
+            fail(node.source(), "the chassis has no ", kind.place, " ", place, "; see its '",
+                 kind.place_count, "'");
+        }
+        if (chassis_.find(kind.base + place) != nullptr) {
+            fail(node.source(), kind.place, " ", place, " holds another ", kind.entry);
+        }
+        Entity unit{.index = kind.base + place,
+                    .entity_class = kind.entity_class,
+                    .contained_in = kind.place_base + place,
+                    .position = 1,
+                    .vendor_type = kind.vendor_type,
+                    .replaceable = true,
+                    .description = std::string(kind.name),
+                    .name = concat(kind.name, " ", place)};
+        unit.serial = serial_.empty() ? "" : concat(serial_, "-", unit.index);
+        describe(unit, settings);
+        add(unit, node.source());
+        add_sensors(unit, kind.sensor_holder_base + place, settings);
+
+        const uint32_t parts = count(settings, kind.parts, kind.max_parts);
+        for (uint32_t number = 1; number <= parts; ++number) {
+            Entity part = kind.make_part(place, number);
+            part.contained_in = unit.index;
+            part.position = static_cast<int32_t>(number);
+            add(std::move(part), node.source());
+        }
+    }
+
+    void add_sensors(const Entity& holder, uint32_t holder_number, const Settings& settings)
+    {
+        uint32_t number = 0;
+        for_each_table(settings.find("sensors"), "sensors", [&](const toml::table& entry) {
+            check_keys(entry, entity_keys({}));
+            if (++number > max_sensors) {
+                fail(entry.source(), "more than ", max_sensors, " sensors");
+            }
+            Entity sensor{.index = ENTITY_SENSOR_START + max_sensors * holder_number + number - 1,
+                          .entity_class = EntityClass::sensor,
+                          .contained_in = holder.index,
+                          .position = static_cast<int32_t>(number),
+                          .description = "Sensor",
+                          .name = concat("sensor ", number)};
+            describe(sensor, {entry});
+            // Entries of a type describe the sensors of many holders.
+            sensor.name = holder.name + " " + sensor.name;
+            add(std::move(sensor), entry.source());
+        });
+    }
+
+    const std::string& file_;
+    toml::table root_;
+    Chassis chassis_;
+    int32_t containers_ = 0;   ///< so far, in the chassis
+    std::string manufacturer_; ///< of everything whose entry names no other
+    std::string serial_;       ///< of the chassis; units without a serial number derive theirs
+};
+
+} // namespace
+
+Chassis load_chassis(const std::string& file)
+{
+    return Reader(file).read();
+}
+
+} // namespace sim

@@ -1,0 +1,67 @@
+#include "entity_record.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace sim {
+namespace {
+
+/// The field has to be cleared; one byte at least stays the NUL.
+void put_text(std::span<char> field, std::string_view text)
+{
+    std::ranges::copy(text.substr(0, field.size() - 1), field.begin());
+}
+
+void put_vendor_type(ent_phys_entry& record, const Entity& entity)
+{
+    const uint32_t type[] = {1,
+                             3,
+                             6,
+                             1,
+                             4,
+                             1,
+                             ENTERPRISE_MAIN,
+                             12,
+                             3,
+                             1,
+                             static_cast<uint32_t>(entity.entity_class),
+                             entity.vendor_type};
+    std::ranges::copy(type, record.entPhysicalVendorType);
+    record.vendor_type_len = std::size(type);
+}
+
+} // namespace
+
+ent_phys_entry encode(const Entity& entity, const Entity* container)
+{
+    ent_phys_entry record{};
+    record.entPhysicalIndex = entity.index;
+    put_vendor_type(record, entity);
+    record.entPhysicalContainedIn = static_cast<int32_t>(entity.contained_in);
+    record.entPhysicalClass = static_cast<int32_t>(entity.entity_class);
+    record.entPhysicalParentRelPos = entity.position;
+    record.entPhysicalIsFRU = entity.replaceable ? 1 : 2;
+    record.physical_status = static_cast<int32_t>(entity.status);
+    for (const EntityText& text : entity_texts) {
+        put_text(text.field(record), entity.*text.text);
+    }
+    if (container != nullptr) {
+        put_text(record.container_name, container->name);
+    }
+    return record;
+}
+
+std::vector<TextChange> decode_settable_texts(const ent_phys_entry& record)
+{
+    ent_phys_entry copy = record;
+    std::vector<TextChange> texts;
+    for (const EntityText& text : entity_texts) {
+        if (text.settable) {
+            const char* value = text.field(copy).data();
+            texts.push_back({text.text, std::string(value, strnlen(value, text.capacity))});
+        }
+    }
+    return texts;
+}
+
+} // namespace sim

@@ -1,0 +1,35 @@
+/// The event history and the trace switches behind the event log library.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <string>
+
+namespace sim {
+
+/// Longest text of one record in bytes; longer ones are cut.
+inline constexpr size_t max_history_text = 1024;
+
+struct HistoryRecord {
+    std::chrono::system_clock::time_point time;
+    uint32_t type; ///< 0 for what the simulated switch itself records
+    uint32_t subtype;
+    std::string text;
+};
+
+/// The last 500 records, oldest first.
+const std::deque<HistoryRecord>& history();
+
+/// Records something that the switch itself has to tell, whether or not tracing is on.
+void record_history(std::string text);
+
+/// What the services trace, each off at first.
+struct TraceSwitches {
+    bool history = false; ///< their events go to the event history
+    bool debug = false;   ///< their debug output goes to the agent's log
+};
+
+TraceSwitches& trace_switches();
+
+} // namespace sim

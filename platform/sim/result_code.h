@@ -1,0 +1,20 @@
+/// The platform's result codes; rcode.cpp has their texts.
+#pragma once
+
+#include "opcodes.h"
+
+namespace sim {
+
+enum class ResultCode : int32_t {
+    ok = PLATFORM_OK,
+    no_such_entry = PLATFORM_NO_SUCH_ENTRY,
+    not_writable = PLATFORM_NOT_WRITABLE,
+    // From here on what the simulated switch answers of its own.
+    no_chassis = 16,
+    unknown_opcode,
+    unknown_operation,
+    request_too_short,
+    internal_error,
+};
+
+} // namespace sim

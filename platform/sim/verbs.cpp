@@ -1,0 +1,206 @@
+#include "verbs.h"
+
+#include "entity_record.h"
+#include "event_log.h"
+#include "event_queue.h"
+#include "platform_manager.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <ctime>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace sim {
+namespace {
+
+using nlohmann::json;
+
+/// An argument of a request; the error of a missing or wrong one names it.
+template <typename Value>
+Value argument(const json& arguments, const char* name)
+{
+    try {
+        return arguments.at(name).get<Value>();
+    } catch (const json::exception&) {
+        throw std::runtime_error(std::string("argument '") + name + "' is missing or wrong");
+    }
+}
+
+Chassis& the_chassis()
+{
+    Chassis* chassis = chassis_in_place();
+    if (chassis == nullptr) {
+        throw std::runtime_error("the switch has no chassis");
+    }
+    return *chassis;
+}
+
+/// In UTC, with milliseconds.
+std::string time_text(std::chrono::system_clock::time_point time)
+{
+    using namespace std::chrono;
+    const time_t seconds = system_clock::to_time_t(floor<std::chrono::seconds>(time));
+    tm fields{};
+    gmtime_r(&seconds, &fields);
+    char text[40];
+    const size_t length = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &fields);
+    const auto milliseconds = static_cast<int>(time.time_since_epoch() / 1ms % 1000);
+    std::snprintf(text + length, sizeof text - length, ".%03dZ", milliseconds);
+    return text;
+}
+
+json inventory(const json& /*arguments*/)
+{
+    json list = json::array();
+    for (const auto& [index, entity] : the_chassis().entities()) {
+        json& item = list.emplace_back(json{{"index", index},
+                                            {"parent", entity.contained_in},
+                                            {"class", static_cast<int32_t>(entity.entity_class)},
+                                            {"position", entity.position},
+                                            {"replaceable", entity.replaceable}});
+        for (const EntityText& text : entity_texts) {
+            item[std::string(text.key)] = entity.*text.text;
+        }
+    }
+    return list;
+}
+
+/// The index of the entity that a request names by its index or by its name.
+uint32_t named_entity(const json& arguments)
+{
+    const Chassis& chassis = the_chassis();
+    const json entity = argument<json>(arguments, "entity");
+    if (entity.is_number_unsigned()) {
+        const auto index = entity.get<uint64_t>();
+        if (index > UINT32_MAX || chassis.find(static_cast<uint32_t>(index)) == nullptr) {
+            throw std::runtime_error("there is no entity " + std::to_string(index));
+        }
+        return static_cast<uint32_t>(index);
+    }
+    const auto name = argument<std::string>(arguments, "entity");
+    const auto is_named = [&](const auto& entry) { return entry.second.name == name; };
+    const auto& entities = chassis.entities();
+    const auto found = std::ranges::find_if(entities, is_named);
+    if (found == entities.end()) {
+        throw std::runtime_error("there is no entity named '" + name + "'");
+    }
+    if (std::any_of(std::next(found), entities.end(), is_named)) {
+        throw std::runtime_error("several entities are named '" + name + "'; give its index");
+    }
+    return found->first;
+}
+
+json set(const json& arguments)
+{
+    const uint32_t index = named_entity(arguments);
+    const auto field = argument<std::string>(arguments, "field");
+    const auto value = argument<std::string>(arguments, "value");
+    const auto* text = std::ranges::find(entity_texts, field, &EntityText::key);
+    if (text == std::end(entity_texts) || !(text->settable || field == "description")) {
+        throw std::runtime_error("'" + field + "' is not a field that can be set");
+    }
+    if (value.size() > text->capacity || value.find('\0') != std::string::npos) {
+        throw std::runtime_error("'" + field + "' holds at most " + std::to_string(text->capacity) +
+                                 " bytes, none of them NUL");
+    }
+    const TextChange change{text->text, value};
+    the_chassis().write(index, {&change, 1});
+    return {{"index", index}};
+}
+
+json announce(const json& /*arguments*/)
+{
+    the_chassis().announce_change();
+    return {{"last-change", time_text(the_chassis().last_change())}};
+}
+
+json trace_state()
+{
+    return {{"history", trace_switches().history}, {"debug", trace_switches().debug}};
+}
+
+json trace(const json& arguments)
+{
+    const auto what = argument<std::string>(arguments, "what");
+    const bool on = argument<bool>(arguments, "on");
+    if (what != "history" && what != "debug" && what != "all") {
+        throw std::runtime_error("there is no trace '" + what + "'");
+    }
+    if (what != "debug") {
+        trace_switches().history = on;
+    }
+    if (what != "history") {
+        trace_switches().debug = on;
+    }
+    return trace_state();
+}
+
+json event_history(const json& arguments)
+{
+    const auto& records = history();
+    const size_t last = std::min<size_t>(argument<uint32_t>(arguments, "last"), records.size());
+    json list = json::array();
+    for (auto record = records.end() - static_cast<ptrdiff_t>(last); record != records.end();
+         ++record) {
+        list.push_back({{"time", time_text(record->time)},
+                        {"type", record->type},
+                        {"subtype", record->subtype},
+                        {"text", record->text}});
+    }
+    return list;
+}
+
+json status(const json& /*arguments*/)
+{
+    json result{{"pid", getpid()},
+                {"trace", trace_state()},
+                {"history-records", history().size()},
+                {"waiting-events", waiting_events()}};
+    if (const Chassis* chassis = chassis_in_place()) {
+        result["chassis"] = chassis->file();
+        result["entities"] = chassis->entities().size();
+        result["last-change"] = time_text(chassis->last_change());
+    }
+    return result;
+}
+
+struct Verb {
+    std::string_view name;
+    json (*run)(const json& arguments);
+};
+
+constexpr Verb verbs[] = {
+    {"inventory", inventory},   {"set", set},       {"announce", announce}, {"trace", trace},
+    {"history", event_history}, {"status", status},
+};
+
+json run(const json& request)
+{
+    if (!request.is_object()) {
+        throw std::runtime_error("a request is one JSON object on a line");
+    }
+    const auto name = argument<std::string>(request, "verb");
+    const auto* verb = std::ranges::find(verbs, name, &Verb::name);
+    if (verb == std::end(verbs)) {
+        throw std::runtime_error("unknown verb '" + name + "'");
+    }
+    return verb->run(request);
+}
+
+} // namespace
+
+std::string answer_request(std::string_view line)
+{
+    json answer;
+    try {
+        answer = {{"ok", true}, {"result", run(json::parse(line, nullptr, false))}};
+    } catch (const std::exception& error) {
+        answer = {{"ok", false}, {"error", error.what()}};
+    }
+    // Texts come from wherever, and need not be UTF-8.
+    return answer.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+} // namespace sim
