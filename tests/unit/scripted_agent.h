@@ -1,0 +1,84 @@
+/// The agent as the tests play it: takes a module's registration and calls into its variables the
+/// way the agent does for GET, GETNEXT and SET.
+#pragma once
+
+#include "agent.h"
+#include "scripted_platform.h"
+
+#include <gmock/gmock.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+using Oid = std::vector<oid>;
+
+/// A registered variable under its full OID, as a callback sees it.
+struct RegisteredVariable {
+    variable record;
+    Oid full_oid() const { return {record.name, record.name + record.namelen}; }
+};
+
+struct Registration {
+    std::string name;
+    Oid root;
+    size_t entry_size;
+    std::vector<RegisteredVariable> variables;
+};
+
+struct Binding {
+    Oid name;
+    u_char type;
+    Bytes value;
+    WriteMethod* write_method;
+
+    std::string text() const { return {value.begin(), value.end()}; }
+    uint32_t integer() const; ///< of a 4-byte value in host order
+};
+
+struct ScriptedAgent {
+    std::map<Oid, Registration> registrations; ///< by root
+    int register_status = MIB_REGISTERED_OK;
+    int debugging = 0;
+    std::vector<std::string> details; ///< texts given to snmp_set_detail
+
+    std::optional<Binding> get(const Oid& name);
+    std::optional<Binding> next(const Oid& name);
+
+    /// Every instance below a root by GETNEXT; fails the test on a name that does not increase.
+    std::vector<Binding> walk(const Oid& root);
+
+    /// A SET through all its phases. @return the first error status, -1 when nothing is writable
+    int set(const Oid& name, u_char type, const Bytes& value);
+    int set(const Oid& name, long value);
+    int set(const Oid& name, const std::string& value);
+
+    /// The registered variable of a column or scalar.
+    variable& variable_of(const Oid& column);
+
+private:
+    std::optional<Binding> call(variable& var, const Oid& name, bool exact);
+};
+
+extern ScriptedAgent agent;
+
+/// A test of one module: fresh platform and agent, the module's entry points run around it, what
+/// the library prints captured.
+class ModuleTest : public testing::Test {
+protected:
+    ModuleTest(void (*init)(), void (*deinit)());
+    ~ModuleTest() override;
+
+private:
+    void (*deinit_)();
+};
+
+/// What `action` writes to standard error.
+template <typename Action>
+std::string standard_error_of(Action action)
+{
+    testing::internal::CaptureStderr();
+    action();
+    return testing::internal::GetCapturedStderr();
+}

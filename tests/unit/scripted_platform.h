@@ -1,0 +1,55 @@
+/// The switch's libraries as the tests play them: answers as scripted, calls on record.
+#pragma once
+
+#include "ipcx.h"
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+using Bytes = std::vector<uint8_t>;
+
+/// A 32-bit integer in wire order at an offset.
+uint32_t wire_word(const Bytes& bytes, size_t offset);
+void put_wire_word(Bytes& bytes, size_t offset, uint32_t value);
+void put_text(Bytes& bytes, size_t offset, const std::string& text);
+
+/// One call of cmi_req_resp.
+struct PlatformCall {
+    uint32_t opcode;
+    int32_t operation;
+    std::optional<Bytes> payload;
+    uint32_t length;
+    bool wants_response;
+    bool response_was_null;
+    std::optional<std::string> user;
+    uint32_t session, route, queue, req_class;
+};
+
+struct PlatformAnswer {
+    int32_t result = 0;
+    std::optional<Bytes> response = {};
+};
+
+struct ScriptedPlatform {
+    std::function<PlatformAnswer(const PlatformCall&)> answer;
+    std::vector<PlatformCall> calls;
+    std::map<uint32_t, ipcx_event_handler*> handlers;
+    std::vector<std::string> log; ///< registrations and debug messages, in order
+    std::vector<Bytes> failed_writes;
+
+    bool history_on = false;
+    bool debug_on = false;
+    std::vector<Bytes> history; ///< records of the event history
+    std::vector<std::string> debug_output;
+    int formatted_codes = 0; ///< calls of rcode_format
+
+    /// Has rows of one record answer GET and GETNEXT by the index in their first word.
+    void serve_rows(std::map<uint32_t, Bytes> rows);
+};
+
+/// The platform of the running test; a fresh one for each.
+extern ScriptedPlatform platform;
