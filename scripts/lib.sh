@@ -1,0 +1,37 @@
+# What the commands share; sourced, not run.
+# shellcheck shell=bash
+
+# The agent lives in /usr/sbin, which is not on everybody's path.
+PATH=$PATH:/usr/sbin:/sbin
+source_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+# fail TEXT [STATUS]: one line on standard error, and the end.
+fail() {
+    printf '%s: %s\n' "$(basename "$0")" "$1" >&2
+    exit "${2:-1}"
+}
+
+# quietly COMMAND...: its output is shown only when it fails.
+quietly() {
+    local output
+    output=$("$@" 2>&1) || {
+        printf '%s\n' "$output" >&2
+        return 1
+    }
+}
+
+# packages_of GROUP...: the packages of these groups, one a line.
+packages_of() {
+    local group
+    for group; do
+        awk -v group="$group" '$1 == group { print $2 }' "$source_dir/scripts/packages"
+    done
+}
+
+# build PRESET: builds in build/PRESET.
+build() (
+    echo "Building ($1) ..."
+    cd "$source_dir" || exit
+    quietly cmake --preset "$1" || fail "cannot configure the $1 build"
+    quietly cmake --build --preset "$1" || fail "cannot build $1"
+)
