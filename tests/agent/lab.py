@@ -1,0 +1,176 @@
+"""A lab switch of one's own, on a free loopback port, and the tools that talk to it."""
+
+import json
+import os
+import re
+import shutil
+import signal
+import socket
+import subprocess
+import tempfile
+import time
+from pathlib import Path
+
+SOURCE = Path(__file__).resolve().parents[2]
+BUILD = Path(os.environ.get("CHM_BUILD_DIR", SOURCE / "build" / "release"))
+# No configuration of the machine or of its user reaches the tools.
+ENVIRONMENT = {**os.environ, "MIBS": "", "SNMPCONFPATH": "/nonexistent", "LC_ALL": "C"}
+READER, WRITER = ("-v2c", "-c", "public"), ("-v2c", "-c", "private")
+OPERATOR = ("-v3", "-l", "authPriv", "-u", "operator", "-a", "SHA", "-A", "lab-authentication",
+            "-x", "AES", "-X", "lab-encryption")
+
+ENT_PHYSICAL_ENTRY = "1.3.6.1.2.1.47.1.1.1.1"
+DESCR, NAME, SERIAL_NUM, ALIAS, ASSET_ID = (
+    f"{ENT_PHYSICAL_ENTRY}.{column}" for column in (2, 7, 11, 14, 15))
+LAST_CHANGE_TIME = "1.3.6.1.2.1.47.1.4.1.0"
+ENT_CONFIG_CHANGE = ".1.3.6.1.2.1.47.2.0.1"
+
+# A shell's background job ignores SIGINT and hands that on; what is started here must not.
+signal.signal(signal.SIGINT, signal.default_int_handler)
+
+
+def chassis_file(name):
+    return SOURCE / "chassis" / f"{name}.toml"
+
+
+def free_port():
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+def run(*command, **options):
+    return subprocess.run([str(word) for word in command], capture_output=True, text=True,
+                          env=ENVIRONMENT, timeout=60, **options)
+
+
+def wait_for(condition, what, seconds=20):
+    """Polls until condition() holds, and returns what it gave."""
+    deadline = time.monotonic() + seconds
+    while not (outcome := condition()):
+        assert time.monotonic() < deadline, f"no {what} within {seconds} s"
+        time.sleep(0.02)
+    return outcome
+
+
+class Daemon:
+    """A child process with a state directory, which goes when the daemon goes."""
+
+    def __init__(self):
+        # Not pytest's tmp_path: a Unix socket's path may have 107 bytes.
+        self.state = Path(tempfile.mkdtemp(prefix="chm-"))
+        self.process = None
+
+    def __enter__(self):
+        try:
+            self.start()
+        except BaseException:
+            self.__exit__()
+            raise
+        return self
+
+    def __exit__(self, *_):
+        if self.process and self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
+        shutil.rmtree(self.state)
+
+    def log(self):
+        log = self.state / f"{self.program}.log"
+        return log.read_text(errors="replace") if log.exists() else ""
+
+    def spawn(self, command):
+        """Starts command(port) on a free port. A pid file says that the port is open."""
+        for _ in range(5):
+            self.port = free_port()
+            words = [str(word) for word in command(self.port)]
+            self.process = subprocess.Popen(words, env=ENVIRONMENT)
+            pid_file = self.state / f"{self.program}.pid"
+            wait_for(lambda: pid_file.exists() or self.process.poll() is not None, self.program)
+            if self.process.poll() is None:
+                return
+            if "opening specified endpoint" not in self.log():
+                break
+        raise RuntimeError(f"{self.program} did not start:\n{self.log()}")
+
+    def stop(self):
+        self.process.terminate()
+        return self.process.wait(timeout=20)
+
+
+class Switch(Daemon):
+    program = "snmpd"
+
+    def __init__(self, chassis="ten-slot", lines=()):
+        super().__init__()
+        self.control = self.state / "control"
+        self.chassis, self.lines = chassis_file(chassis), lines
+
+    def start(self):
+        self.spawn(lambda port: [SOURCE / "scripts/agent", BUILD, self.state, port, self.chassis,
+                                 *self.lines])
+
+    def snmp(self, tool, *words, auth=READER, options=()):
+        """words: OIDs, or for snmpset OID, TYPE, VALUE. Values come bare, OIDs as numbers."""
+        return run(tool, *auth, "-t", "5", "-Onqet", *options, f"127.0.0.1:{self.port}", *words)
+
+    def get(self, oid, **options):
+        answer = self.snmp("snmpget", oid, **options)
+        assert answer.returncode == 0, answer.stderr
+        return answer.stdout.split(" ", 1)[1].strip().strip('"')
+
+    def set(self, oid, kind, value, auth=WRITER):
+        """None when the agent accepted the value, else the name of the error."""
+        answer = self.snmp("snmpset", oid, kind, value, auth=auth)
+        if answer.returncode == 0:
+            return None
+        return re.search(r"Reason: \(?(\w+)", answer.stderr)[1]
+
+    def walk(self, root, tool="snmpbulkwalk", **options):
+        """(OID, value) of everything below root, in the order of the walk."""
+        answer = self.snmp(tool, root, **options)
+        assert answer.returncode == 0, answer.stderr
+        pairs = (line.partition(" ")[::2] for line in answer.stdout.splitlines())
+        return [(oid, value.strip('"')) for oid, value in pairs if oid != f".{root}"]
+
+    def chmctl(self, *words):
+        return run(BUILD / "bin" / "chmctl", "--socket", self.control, *words)
+
+    def chmctl_json(self, *words):
+        answer = self.chmctl("--json", *words)
+        assert answer.returncode == 0, answer.stderr
+        return json.loads(answer.stdout)
+
+    def reload(self):
+        """SIGHUP: the agent unloads its modules and reads its configuration anew."""
+        restarts = self.log().count("restarted")
+        self.process.send_signal(signal.SIGHUP)
+        wait_for(lambda: self.log().count("restarted") > restarts, "restart")
+        self.get("1.3.6.1.2.1.1.3.0")  # answered when the configuration is in place
+
+    def descriptors(self):
+        return len(os.listdir(f"/proc/{self.process.pid}/fd"))
+
+
+class TrapReceiver(Daemon):
+    program = "snmptrapd"
+
+    def start(self):
+        (self.state / "conf").write_text(
+            "authCommunity log public\nauthUser log operator priv\n"
+            "createUser operator SHA lab-authentication AES lab-encryption\n")
+        self.spawn(lambda port: [
+            "env", f"SNMP_PERSISTENT_DIR={self.state}", "snmptrapd", "-f", "-C",
+            "-c", self.state / "conf", "-Onqt", "-F", "%P|%v\n",
+            "-Lf", self.state / "snmptrapd.log", "-p", self.state / "snmptrapd.pid",
+            f"udp:127.0.0.1:{port}"])
+
+    def received(self, notification):
+        """(how it came, bindings) of every notification of this kind so far."""
+        found = []
+        for line in self.log().splitlines():
+            how, _, bindings = line.partition("|")
+            pairs = dict(pair.split(" ", 1) for pair in bindings.split("\t") if " " in pair)
+            if pairs.get(".1.3.6.1.6.3.1.1.4.1.0") == notification:
+                found.append((how, pairs))
+        return found

@@ -1,0 +1,129 @@
+"""The command that brings up a lab switch, from start to Ctrl-C."""
+
+import os
+import re
+import signal
+import socket
+import subprocess
+
+import pytest
+
+from lab import BUILD, ENVIRONMENT, SOURCE, chassis_file, free_port, wait_for
+
+
+@pytest.fixture
+def runtime(tmp_path):
+    (tmp_path / "run").mkdir()
+    return tmp_path / "run"
+
+
+@pytest.fixture
+def bring_up(runtime, tmp_path):
+    """bring_up(OPTION...) starts the command on a port of its own, from another directory."""
+    started = []
+
+    def start(*options, port=None):
+        started.append(subprocess.Popen(
+            [SOURCE / "run", "--build-dir", BUILD, "--port", str(port or free_port()), *options],
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, cwd=tmp_path,
+            env={**ENVIRONMENT, "XDG_RUNTIME_DIR": str(runtime)}, start_new_session=True))
+        return started[-1]
+
+    yield start
+    for process in started:
+        try:
+            os.killpg(process.pid, signal.SIGKILL)
+        except ProcessLookupError:
+            pass
+        process.communicate()
+
+
+def until_ready(process):
+    assert any("Ctrl-C" in line for line in process.stdout), process.stderr.read()
+
+
+def refusal(process):
+    """The one line with which a start was refused."""
+    _, err = process.communicate(timeout=60)
+    assert process.returncode != 0 and err.count("\n") == 1, err
+    return err
+
+
+def agent_of(runtime):
+    state, = runtime.iterdir()
+    return int((state / "snmpd.pid").read_text())
+
+
+@pytest.mark.parametrize("goodbye", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
+def test_it_leaves_nothing_behind(bring_up, runtime, goodbye):
+    port = free_port()
+    process = bring_up(port=port)
+    until_ready(process)
+    assert f"already runs on port {port}" in refusal(bring_up(port=port))
+    state, = runtime.iterdir()
+    assert state.stat().st_mode & 0o777 == 0o700
+    os.killpg(process.pid, goodbye)
+    process.communicate(timeout=20)
+    assert process.returncode == 0 and not os.listdir(runtime)
+    with pytest.raises(ProcessLookupError):
+        os.killpg(process.pid, 0)
+
+
+def test_what_a_killed_one_left_is_no_obstacle(bring_up, runtime):
+    port = free_port()
+    process = bring_up(port=port)
+    until_ready(process)
+    agent = agent_of(runtime)
+    process.kill()
+    wait_for(lambda: not os.path.exists(f"/proc/{agent}/exe"), "end of the agent")
+    assert os.listdir(runtime)
+    assert bring_up("--check", port=port).communicate(timeout=60)[1] == ""
+    assert not os.listdir(runtime)
+
+
+def test_a_dying_agent_is_reported(bring_up, runtime):
+    process = bring_up()
+    until_ready(process)
+    os.kill(agent_of(runtime), signal.SIGKILL)
+    _, err = process.communicate(timeout=20)
+    assert process.returncode == 1 and "snmpd has ended by itself" in err
+    assert not os.listdir(runtime)
+
+
+def test_a_taken_port_is_named(bring_up, runtime):
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as taken:
+        taken.bind(("127.0.0.1", 0))
+        port = taken.getsockname()[1]
+        assert f"UDP port {port} is taken" in refusal(bring_up(port=port))
+    assert not os.listdir(runtime)
+
+
+@pytest.mark.parametrize("text, where", [
+    (None, "broken.toml"),
+    ("[chassis]\nslots = \n", "broken.toml:2: "),
+    ("[chassis]\n\nnonsense = 1\n", "broken.toml:3: "),
+])
+def test_a_bad_chassis_is_one_line(bring_up, runtime, tmp_path, text, where):
+    if text is not None:
+        (tmp_path / "broken.toml").write_text(text)
+    assert where in refusal(bring_up("--chassis", "broken.toml"))
+    assert not os.listdir(runtime)
+
+
+@pytest.mark.parametrize("options", [["--port", "0"], ["--port", "65536"], ["--fly"], ["word"],
+                                     ["--trap-sink", "nowhere"], ["--build-dir", "/nonexistent"]])
+def test_wrong_usage_is_one_line(bring_up, options):
+    assert refusal(bring_up(*options)).startswith("run: ")
+
+
+@pytest.mark.parametrize("name", ["small", "ten-slot", "eighteen-slot"])
+def test_the_check_shows_every_row(bring_up, tmp_path, name):
+    chassis = tmp_path / f"{name} with blanks.toml"
+    chassis.write_bytes(chassis_file(name).read_bytes())
+    process = bring_up("--check", "--chassis", chassis)
+    out, err = process.communicate(timeout=120)
+    assert (process.returncode, err) == (0, "")
+    assert "\n0 of the served objects came back empty" in out
+    announced = int(re.search(r"^entPhysicalTable: (\d+) rows$", out, re.M)[1])
+    shown = re.findall(r"^\d+(?= )", out[:out.index("entLogicalTable:")], re.M)
+    assert announced == len(shown) == len(set(shown)) > 10
