@@ -111,16 +111,16 @@ using Arguments = std::shared_ptr<json>;
 
 /// Adds an argument of the command line that goes into the request under its name.
 template <typename Value>
-CLI::Option* add_argument(CLI::App& command, const std::string& option, Arguments arguments,
+CLI::Option* add_argument(CLI::App& command, const std::string& option, const Arguments& arguments,
                           const char* key, const char* help)
 {
     return command.add_option_function<Value>(
         option, [=](const Value& value) { (*arguments)[key] = value; }, help);
 }
 
-void no_options(CLI::App& /*command*/, Arguments /*arguments*/) {}
+void no_options(CLI::App& /*command*/, const Arguments& /*arguments*/) {}
 
-void set_options(CLI::App& command, Arguments arguments)
+void set_options(CLI::App& command, const Arguments& arguments)
 {
     command
         .add_option_function<std::string>(
@@ -138,7 +138,7 @@ void set_options(CLI::App& command, Arguments arguments)
     add_argument<std::string>(command, "VALUE", arguments, "value", "Its new value")->required();
 }
 
-void trace_options(CLI::App& command, Arguments arguments)
+void trace_options(CLI::App& command, const Arguments& arguments)
 {
     add_argument<std::string>(command, "WHAT", arguments, "what", "history, debug or all")
         ->required()
@@ -151,7 +151,7 @@ void trace_options(CLI::App& command, Arguments arguments)
         ->check(CLI::IsMember({"on", "off"}));
 }
 
-void history_options(CLI::App& command, Arguments arguments)
+void history_options(CLI::App& command, const Arguments& arguments)
 {
     (*arguments)["last"] = 50;
     add_argument<uint32_t>(command, "--last", arguments, "last", "Number of records")
@@ -163,7 +163,7 @@ void history_options(CLI::App& command, Arguments arguments)
 struct Verb {
     const char* name;
     const char* help;
-    void (*add_options)(CLI::App& command, Arguments arguments);
+    void (*add_options)(CLI::App& command, const Arguments& arguments);
     void (*print)(const json& result);
 };
 
@@ -191,7 +191,7 @@ int complain(const char* what, ExitCode code)
 int run(int argc, char** argv)
 {
     CLI::App app{"Looks at a running simulated switch and changes it."};
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1);
     app.fallthrough();
     bool raw = false;
     std::string socket = default_socket();
@@ -224,6 +224,9 @@ int run(int argc, char** argv)
         return app.exit(help);
     } catch (const CLI::ParseError& error) {
         return complain(error.what(), WRONG_USAGE);
+    }
+    if (app.get_subcommands().empty()) {
+        return complain("no command is given; see chmctl --help", WRONG_USAGE);
     }
     return std::fflush(stdout) == 0 ? DONE : complain("cannot write the result", REFUSED);
 }

@@ -1,11 +1,11 @@
 #include "switch_client.h"
 
+#include "unix_socket.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <sys/socket.h>
 #include <sys/time.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 using nlohmann::json;
@@ -16,28 +16,24 @@ class Connection {
 public:
     explicit Connection(const std::string& path) : path_(path)
     {
-        sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
-        if (path.size() >= sizeof address.sun_path) {
+        const auto address = sim::unix_address(path);
+        if (!address) {
             throw NoSwitch(path + ": too long for a socket's path");
         }
-        path.copy(address.sun_path, path.size());
         const timeval patience{.tv_sec = 10, .tv_usec = 0};
-        setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-        setsockopt(socket_, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
-        if (connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        setsockopt(socket_.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+        setsockopt(socket_.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+        if (sim::connect_to(socket_, *address) != 0) {
             fail("no switch listens");
         }
     }
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
-    ~Connection() { close(socket_); }
 
     void send_line(std::string line)
     {
         line += '\n';
         for (size_t sent = 0; sent < line.size();) {
             const ssize_t size =
-                send(socket_, line.data() + sent, line.size() - sent, MSG_NOSIGNAL);
+                send(socket_.get(), line.data() + sent, line.size() - sent, MSG_NOSIGNAL);
             if (size <= 0) {
                 fail("the switch takes no request");
             }
@@ -50,7 +46,7 @@ public:
         std::string line;
         char data[65536];
         while (line.empty() || line.back() != '\n') {
-            const ssize_t size = recv(socket_, data, sizeof data, 0);
+            const ssize_t size = recv(socket_.get(), data, sizeof data, 0);
             if (size == 0) {
                 throw NoSwitch(path_ + ": the switch closed the connection");
             }
@@ -69,7 +65,7 @@ private:
     }
 
     std::string path_;
-    int socket_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sim::Descriptor socket_ = sim::new_unix_socket();
 };
 
 } // namespace

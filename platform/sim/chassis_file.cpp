@@ -68,7 +68,7 @@ struct UnitKind {
     /// is number 0 of these holders, the unit in place n is number sensor_holder_base + n.
     uint32_t sensor_holder_base;
 
-    std::string_view parts = ""; ///< key with the number of ports or fans
+    std::string_view parts = {}; ///< key with the number of ports or fans
     uint32_t max_parts = 0;
     Entity (*make_part)(uint32_t place, uint32_t number) = nullptr;
 };

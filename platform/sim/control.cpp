@@ -2,18 +2,15 @@
 
 #include "c_boundary.h"
 #include "request_user.h"
+#include "unix_socket.h"
 #include "verbs.h"
 
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
-#include <fcntl.h>
 #include <stdexcept>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -21,7 +18,7 @@
 namespace sim {
 namespace {
 
-constexpr size_t max_request = 64 * 1024;
+constexpr size_t max_request = size_t{64} * 1024;
 constexpr size_t max_clients = 8; ///< the agent watches no more than 32 descriptors of ours
 
 [[noreturn]] void fail(const std::string& what)
@@ -29,44 +26,13 @@ constexpr size_t max_clients = 8; ///< the agent watches no more than 32 descrip
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-/// A descriptor that is closed unless it is released.
-class Descriptor {
-public:
-    explicit Descriptor(int number) : number_(number) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor()
-    {
-        if (number_ >= 0) {
-            close(number_);
-        }
-    }
-    int get() const { return number_; }
-    int release() { return std::exchange(number_, -1); }
-
-private:
-    int number_;
-};
-
 Descriptor new_socket()
 {
-    Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    Descriptor socket = new_unix_socket(SOCK_NONBLOCK);
     if (socket.get() < 0) {
         fail("socket");
     }
-    return Descriptor(socket.release());
-}
-
-sockaddr_un address_of(const std::string& path)
-{
-    sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
-    if (path.size() >= sizeof address.sun_path) {
-        throw std::runtime_error(path + ": longer than the " +
-                                 std::to_string(sizeof address.sun_path - 1) +
-                                 " bytes that a socket's path may have");
-    }
-    path.copy(address.sun_path, path.size());
-    return address;
+    return socket;
 }
 
 /// Makes way for a new socket: removes what a dead switch left behind, and nothing else.
@@ -80,11 +46,21 @@ void remove_stale(const std::string& path, const sockaddr_un& address)
         throw std::runtime_error(path + ": exists and is not a socket");
     }
     const Descriptor probe = new_socket();
-    if (connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ||
-        errno != ECONNREFUSED) {
+    if (connect_to(probe, address) == 0 || errno != ECONNREFUSED) {
         throw std::runtime_error(path + ": another switch listens here");
     }
     unlink(path.c_str());
+}
+
+/// Sends what a client takes at once and leaves the rest. False when the client is gone.
+bool send_some(int descriptor, std::string& unsent)
+{
+    const ssize_t sent = send(descriptor, unsent.data(), unsent.size(), MSG_NOSIGNAL);
+    if (sent < 0) {
+        return errno == EAGAIN || errno == EINTR;
+    }
+    unsent.erase(0, static_cast<size_t>(sent));
+    return true;
 }
 
 } // namespace
@@ -92,13 +68,16 @@ void remove_stale(const std::string& path, const sockaddr_un& address)
 void ControlSocket::open(const std::string& path)
 {
     close();
-    const sockaddr_un address = address_of(path);
-    remove_stale(path, address);
+    const auto address = unix_address(path);
+    if (!address) {
+        throw std::runtime_error(path + ": too long for a socket's path");
+    }
+    remove_stale(path, *address);
 
     Descriptor listener = new_socket();
     const mode_t mask = umask(0177); // nobody else may connect, not even for a moment
     const int bound =
-        bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+        bind(listener.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address);
     umask(mask);
     if (bound != 0) {
         fail(path);
@@ -185,7 +164,7 @@ void ControlSocket::receive(int descriptor)
 void ControlSocket::answer_requests(int descriptor)
 {
     Client& client = clients_.at(descriptor);
-    bool good = send_unsent(descriptor, client);
+    bool good = send_some(descriptor, client.unsent);
     while (good && client.unsent.empty()) {
         const size_t end = client.received.find('\n');
         if (end == std::string::npos) {
@@ -193,7 +172,7 @@ void ControlSocket::answer_requests(int descriptor)
         }
         client.unsent = answer_request(std::string_view(client.received).substr(0, end)) + "\n";
         client.received.erase(0, end + 1);
-        good = send_unsent(descriptor, client);
+        good = send_some(descriptor, client.unsent);
     }
     if (!good || client.received.size() > max_request) {
         drop(descriptor);
@@ -215,17 +194,6 @@ void ControlSocket::wait_for(int descriptor, Client& client, Waiting what)
         unregister_writefd(descriptor);
         register_readfd(descriptor, on_readable, this);
     }
-}
-
-/// Sends what the client takes at once. False when it is gone.
-bool ControlSocket::send_unsent(int descriptor, Client& client)
-{
-    const ssize_t sent = send(descriptor, client.unsent.data(), client.unsent.size(), MSG_NOSIGNAL);
-    if (sent < 0) {
-        return errno == EAGAIN || errno == EINTR;
-    }
-    client.unsent.erase(0, static_cast<size_t>(sent));
-    return true;
 }
 
 } // namespace sim

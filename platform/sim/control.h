@@ -38,7 +38,6 @@ private:
     void receive(int descriptor);
     void answer_requests(int descriptor);
     void wait_for(int descriptor, Client& client, Waiting what);
-    bool send_unsent(int descriptor, Client& client);
 
     std::string path_;
     int listener_ = -1;

@@ -10,22 +10,27 @@ namespace sim {
 namespace {
 
 constexpr size_t max_records = 500;
-std::deque<HistoryRecord> records;
+
+std::deque<HistoryRecord>& records()
+{
+    static std::deque<HistoryRecord> all;
+    return all;
+}
 
 void add_record(uint32_t type, uint32_t subtype, std::string text)
 {
-    if (records.size() == max_records) {
-        records.pop_front();
+    if (records().size() == max_records) {
+        records().pop_front();
     }
     text.resize(std::min(text.size(), max_history_text));
-    records.push_back({std::chrono::system_clock::now(), type, subtype, std::move(text)});
+    records().push_back({std::chrono::system_clock::now(), type, subtype, std::move(text)});
 }
 
 } // namespace
 
 const std::deque<HistoryRecord>& history()
 {
-    return records;
+    return records();
 }
 
 void record_history(std::string text)

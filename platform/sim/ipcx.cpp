@@ -51,7 +51,7 @@ void send_notification(const oid* trap_oid, size_t trap_oid_length, Bindings bin
 
 void deliver(Message& message)
 {
-    const uint32_t opcode = static_cast<uint32_t>(message.event);
+    const auto opcode = static_cast<uint32_t>(message.event);
     const auto handler = handlers.find(opcode);
     if (handler == handlers.end()) {
         record_history("event " + std::to_string(opcode) + " dropped: nobody handles it");
