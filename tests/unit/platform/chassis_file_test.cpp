@@ -1,0 +1,126 @@
+#include "switch_test.h"
+
+#include <stdexcept>
+
+namespace {
+
+/// What is wrong in a chassis file, without the file's name.
+std::string error_in(const std::string& text)
+{
+    const ChassisFile file(text);
+    try {
+        sim::load_chassis(file.path);
+    } catch (const sim::ChassisFileError& error) {
+        const std::string what = error.what();
+        EXPECT_EQ(what.find(file.path + ":"), 0U) << what;
+        return what.substr(file.path.size() + 1);
+    }
+    return "nothing";
+}
+
+TEST(ChassisFile, NamesTheLineOfWhatIsWrong)
+{
+    const std::string chassis = "[chassis]\nslots = 2\npower-supply-bays = 1\n"; // 3 lines
+    const std::string module = "[[module]]\nslot = 1\n";
+    const std::string long_text(33, 'x');
+    const std::pair<std::string, std::string> cases[] = {
+        {"", "1: there is no [chassis] table"},
+        {"chassis = 7\n", "1: 'chassis' is not a table"},
+        {chassis + "colour = \"red\"\n", "4: unknown key 'colour'"},
+        {chassis + "[box]\n", "4: unknown key 'box'"},
+        {chassis + "name = 7\n", "4: 'name' is not a string"},
+        {chassis + "serial = \"" + long_text + "\"\n", "4: 'serial' has 33 bytes, more than 32"},
+        {chassis + "replaceable = 1\n", "4: 'replaceable' is not true or false"},
+        {"[chassis]\nslots = 19\n", "2: 'slots' is 19, not within 0 to 18"},
+        {"[chassis]\nslots = \"2\"\n", "2: 'slots' is not an integer"},
+        {"[chassis]\nslots = -1\n", "2: 'slots' is -1, not within 0 to 18"},
+        {chassis + "[[module]]\nports = 1\n", "4: [[module]] has no 'slot'"},
+        {chassis + "[module]\nslot = 1\n", "4: 'module' is not an array of tables"},
+        {chassis + "[[module]]\nslot = 0\n", "5: 'slot' is 0, not within 1 to 18"},
+        {chassis + "[[module]]\nslot = [1, 3]\n", "5: the chassis has no slot 3; see its 'slots'"},
+        {chassis + module + module, "7: slot 1 holds another module"},
+        {chassis + module + "ports = 65\n", "6: 'ports' is 65, not within 0 to 64"},
+        {chassis + module + "fans = 1\n", "6: unknown key 'fans'"},
+        {chassis + module + "type = \"card\"\n", "6: there is no [types.card]"},
+        {chassis + "[types.card]\nslot = 1\n", "5: unknown key 'slot'"},
+        {chassis + "[types.psu]\nports = 1\n[[power-supply]]\nbay = 1\ntype = \"psu\"\n",
+         "5: unknown key 'ports'"},
+        {chassis + module + "sensors = [{ name = \"a\" }, { limit = 1 }]\n",
+         "6: unknown key 'limit'"},
+        {chassis + module + "sensors = [1]\n", "6: 'sensors' is not a table"},
+    };
+    for (const auto& [text, error] : cases) {
+        EXPECT_EQ(error_in(text), error) << text;
+    }
+    // The serial number that a module gets from the chassis's does not fit.
+    EXPECT_EQ(error_in("[chassis]\nslots = 1\nserial = \"" + long_text.substr(1) + "\"\n" + module),
+              "5: 'serial' has 37 bytes, more than 32");
+    EXPECT_EQ(error_in("[chassis]\nslots = = 1\n").find("2: "), 0U);
+    EXPECT_THROW(sim::load_chassis("/nonexistent/chassis.toml"), sim::ChassisFileError);
+}
+
+TEST(ChassisFile, GivesEntriesTheirTypesKeysAndDefaults)
+{
+    const ChassisFile file(R"(
+        [chassis]
+        name = "Box"
+        manufacturer = "Maker"
+        serial = "S"
+        slots = 3
+        fan-tray-bays = 2
+        [types.card]
+        description = "Card"
+        sensors = [{ name = "inlet", description = "Inlet temperature" }]
+        ports = 2
+        [[module]]
+        slot = [1, 3]
+        type = "card"
+        ports = 1
+        manufacturer = "Other"
+        [[fan-tray]]
+        bay = 2
+        fans = 16
+    )");
+    const sim::Chassis chassis = sim::load_chassis(file.path);
+    const struct {
+        uint32_t index;
+        const char* name;
+        const char* description;
+        const char* manufacturer;
+        const char* serial;
+        int32_t position;
+    } cases[] = {
+        {1, "Box", "Chassis", "Maker", "S", -1},
+        {103, "Slot 3", "Slot", "Maker", "", 3},
+        {302, "Fan tray bay 2", "Fan tray bay", "Maker", "", 5},
+        {1003, "Module 3", "Card", "Other", "S-1003", 1},
+        {21781, "Module 3 inlet", "Inlet temperature", "Maker", "", 1},
+        {3002, "Fan tray 2", "Fan tray", "Maker", "S-3002", 1},
+        {4048, "Fan 2/16", "Fan", "Maker", "", 16},
+        {303001, "Ethernet3/1", "Ethernet port", "Maker", "", 1},
+    };
+    for (const auto& expected : cases) {
+        const sim::Entity* entity = chassis.find(expected.index);
+        ASSERT_NE(entity, nullptr) << expected.index;
+        EXPECT_EQ(entity->name, expected.name);
+        EXPECT_EQ(entity->description, expected.description) << expected.name;
+        EXPECT_EQ(entity->manufacturer, expected.manufacturer) << expected.name;
+        EXPECT_EQ(entity->serial, expected.serial) << expected.name;
+        EXPECT_EQ(entity->position, expected.position) << expected.name;
+    }
+    EXPECT_EQ(chassis.find(303002), nullptr);
+}
+
+TEST(Chassis, HasNoRowAmongTheTransceiversSensorsAndNoneTwice)
+{
+    sim::Chassis chassis("test");
+    for (const uint32_t index : {25812U, 287959U}) {
+        chassis.add({.index = index});
+        EXPECT_THROW(chassis.add({.index = index}), std::invalid_argument);
+    }
+    for (const uint32_t index : {25813U, 287957U, 287958U}) {
+        EXPECT_THROW(chassis.add({.index = index}), std::invalid_argument) << index;
+    }
+}
+
+} // namespace
