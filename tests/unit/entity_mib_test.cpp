@@ -14,12 +14,6 @@ namespace {
 const Oid table = {1, 3, 6, 1, 2, 1, 47, 1, 1, 1, 1};
 const Oid last_change_time = {1, 3, 6, 1, 2, 1, 47, 1, 4, 1};
 
-Oid operator+(Oid name, const Oid& more)
-{
-    name.insert(name.end(), more.begin(), more.end());
-    return name;
-}
-
 Oid column(oid number)
 {
     return table + Oid{number};
@@ -352,12 +346,10 @@ TEST_F(EntityMib, HasTablesWithoutRows)
 
 TEST_F(EntityMib, TellsOfAnInventoryChange)
 {
-    oid trap[MAX_OID_LEN] = {};
-    size_t length = MAX_OID_LEN;
-    int send = 7;
-    EXPECT_EQ(platform.handlers.at(1033)(nullptr, trap, &length, &send), nullptr);
-    EXPECT_EQ(send, 1);
-    EXPECT_EQ(Oid(trap, trap + length), (Oid{1, 3, 6, 1, 2, 1, 47, 2, 0, 1}));
+    const Notification notification = deliver(1033, {});
+    EXPECT_TRUE(notification.sent);
+    EXPECT_EQ(notification.name, (Oid{1, 3, 6, 1, 2, 1, 47, 2, 0, 1}));
+    EXPECT_THAT(notification.bindings, IsEmpty());
     EXPECT_THAT(platform.calls, IsEmpty());
 }
 

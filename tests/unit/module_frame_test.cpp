@@ -6,6 +6,8 @@ using namespace testing;
 
 extern "C" void init_entity_mib();
 extern "C" void deinit_entity_mib();
+extern "C" void init_entityfru_mib();
+extern "C" void deinit_entityfru_mib();
 
 namespace {
 
@@ -31,6 +33,18 @@ const Module modules[] = {
      {"unregister_mib", "unregister 1033"},
      "DEBUG : ENTER init_entity_mib \nDEBUG : EXIT init_entity_mib \n",
      "DEBUG : ENTER deinit_entity_mib \nDEBUG : EXIT deinit_entity_mib \n"},
+    {"entityfru_mib",
+     init_entityfru_mib,
+     deinit_entityfru_mib,
+     {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 117},
+     22,
+     40,
+     {"register_mib entityfru_mib", "register 1034", "register 1035", "register 1036",
+      "register 1037", "register 3224", "register 1047", "register 1121"},
+     {"unregister_mib", "unregister 1034", "unregister 1035", "unregister 1036", "unregister 1037",
+      "unregister 3224", "unregister 1047", "unregister 1121"},
+     "DEBUG : ENTER init_entityfru_mib \nDEBUG : EXIT init_entityfru_mib \n",
+     "DEBUG : ENTER deinit_entityfru_mib \nDEBUG : EXIT deinit_entityfru_mib \n"},
 };
 
 template <typename Action>

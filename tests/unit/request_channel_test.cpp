@@ -77,8 +77,8 @@ TEST_F(RequestChannel, TakesNoMoreOfAResponseThanTheRecordHolds)
             const PlatformAnswer answer = {result, response};
             platform.answer = [answer](const PlatformCall&) { return PlatformAnswer(answer); };
             platform_time time = {0x0102'0304, 0x0506'0708};
-            const Reply reply =
-                exchange(Opcode::last_change_time, CHM_REQ_GET, time, TakeResponse::always);
+            const Reply reply = exchange(Opcode::last_change_time, CHM_REQ_GET, time,
+                                         Requester::snmp_request, TakeResponse::always);
             EXPECT_EQ(reply.result, result);
             EXPECT_EQ(platform.calls.back().payload, (Bytes{1, 2, 3, 4, 5, 6, 7, 8}));
             EXPECT_EQ(time.seconds, seconds);

@@ -10,7 +10,7 @@ ScriptedAgent agent;
 uint32_t Binding::integer() const
 {
     uint32_t word = 0;
-    EXPECT_EQ(value.size(), 4u);
+    EXPECT_TRUE(value.size() == 4 || value.size() == sizeof(long));
     memcpy(&word, value.data(), std::min<size_t>(value.size(), 4));
     return word;
 }
@@ -127,6 +127,33 @@ int ScriptedAgent::set(const Oid& name, long value)
 int ScriptedAgent::set(const Oid& name, const std::string& value)
 {
     return set(name, ASN_OCTET_STR, Bytes(value.begin(), value.end()));
+}
+
+Oid operator+(Oid name, const Oid& more)
+{
+    name.insert(name.end(), more.begin(), more.end());
+    return name;
+}
+
+Notification deliver(uint32_t event, const std::optional<Bytes>& payload)
+{
+    oid trap[MAX_OID_LEN] = {};
+    size_t length = 0;
+    int send = 7;
+    // The scripted transport's messages are their payloads, in a block of its own size.
+    Bytes message = payload.value_or(Bytes());
+    netsnmp_variable_list* first =
+        platform.handlers.at(event)(payload ? message.data() : nullptr, trap, &length, &send);
+    Notification notification = {send == 1, {trap, trap + length}, {}};
+    for (const auto* var = first; var; var = var->next_variable) {
+        notification.bindings.push_back({{var->name, var->name + var->name_length},
+                                         var->type,
+                                         {var->val.string, var->val.string + var->val_len},
+                                         nullptr});
+    }
+    snmp_free_varbind(first);
+    EXPECT_TRUE(send == 0 || send == 1);
+    return notification;
 }
 
 ModuleTest::ModuleTest(void (*init)(), void (*deinit)()) : deinit_(deinit)

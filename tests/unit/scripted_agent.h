@@ -34,7 +34,7 @@ struct Binding {
     WriteMethod* write_method;
 
     std::string text() const { return {value.begin(), value.end()}; }
-    uint32_t integer() const; ///< of a 4-byte value in host order
+    uint32_t integer() const; ///< of a value in host order
 };
 
 struct ScriptedAgent {
@@ -62,6 +62,19 @@ private:
 };
 
 extern ScriptedAgent agent;
+
+/// Two OIDs as one.
+Oid operator+(Oid name, const Oid& more);
+
+/// A notification as an event handler hands it back.
+struct Notification {
+    bool sent;
+    Oid name;
+    std::vector<Binding> bindings;
+};
+
+/// Hands an event to the handler registered for it. A payload of none is a message without one.
+Notification deliver(uint32_t event, const std::optional<Bytes>& payload);
 
 /// A test of one module: fresh platform and agent, the module's entry points run around it, what
 /// the library prints captured.

@@ -113,6 +113,27 @@ void log_snmp_error(const void* record)
     platform.failed_writes.emplace_back(bytes, bytes + 464);
 }
 
+netsnmp_variable_list* build_varbind(netsnmp_variable_list* prev, const void* value, u_char type,
+                                     size_t value_length, const oid* name, size_t name_length)
+{
+    netsnmp_variable_list* binding = nullptr;
+    snmp_varlist_add_variable(&binding, name, name_length, type, value, value_length);
+    if (prev) {
+        prev->next_variable = binding;
+    }
+    return binding;
+}
+
+void send_connUnitStatusChange_notif(int32_t status)
+{
+    platform.unit_status.push_back("status " + std::to_string(status));
+}
+
+void snmp_heartbeat_send()
+{
+    platform.unit_status.emplace_back("heartbeat");
+}
+
 void* __memcpy_to_buf(size_t capacity, void* destination, const void* source, size_t n)
 {
     if (n > capacity) {

@@ -47,6 +47,8 @@ struct ScriptedPlatform {
     std::vector<std::string> debug_output;
     int formatted_codes = 0; ///< calls of rcode_format
 
+    std::vector<std::string> unit_status; ///< heartbeats and unit statuses sent, in order
+
     /// Has rows of one record answer GET and GETNEXT by the index in their first word.
     void serve_rows(std::map<uint32_t, Bytes> rows);
 };

@@ -4,15 +4,20 @@
 #include "agent.h"
 #include "records.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
+
+/// Texts are served up to this length, whatever their fields hold.
+inline constexpr size_t longest_text = 254;
 
 /// Serves a text up to its terminator, but no more than `most` characters of it.
 template <size_t Width>
 u_char* text_value(char (&text)[Width], size_t most, size_t* var_len)
 {
-    *var_len = strnlen(text, most < Width ? most : Width);
+    *var_len = strnlen(text, std::min(most, Width));
     return reinterpret_cast<u_char*>(text);
 }
 
@@ -23,6 +28,16 @@ u_char* integer_value(Integer& value, size_t* var_len)
     static_assert(sizeof value == 4);
     *var_len = sizeof value;
     return reinterpret_cast<u_char*>(&value);
+}
+
+/// An entity's vendor type in the agent's own sub-identifiers, which may be wider than the
+/// platform's. Of more than the record has room for, those that it has.
+/// @return the number of sub-identifiers
+inline size_t vendor_type_of(const ent_phys_entry& row, oid (&vendor_type)[128])
+{
+    const size_t count = std::min<size_t>(row.vendor_type_len, std::size(vendor_type));
+    std::copy_n(row.entPhysicalVendorType, count, vendor_type);
+    return count;
 }
 
 /// The agent's uptime at a point in time in hundredths of a second, 0 for a time before its start.

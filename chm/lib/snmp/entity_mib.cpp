@@ -10,10 +10,8 @@
 #include "trace.h"
 #include "write_method.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
 #include <arpa/inet.h>
 
@@ -95,8 +93,7 @@ constexpr MibModule entity_mib("entity_mib", entity_mib_variables, entity_mib_va
 
 constexpr size_t ent_physical_column_length = 12;
 
-// Texts are served up to these lengths, whatever their fields hold.
-constexpr size_t longest_text = 254;
+/// Serial numbers and the labels that operators write are served up to this length.
 constexpr size_t longest_label = 32;
 
 /// Makes the row of a transceiver's sensor: the one with the row's index for CHM_REQ_GET, the first
@@ -135,7 +132,9 @@ RowFound find_sensor(chm_req_operation operation, ent_phys_entry* row)
     }
     trace_index(__LINE__, row);
     row->entPhysicalIndex = PLATFORM_ROWS_RESUME;
-    return {exchange(Opcode::physical_entity, operation, *row, TakeResponse::always).result, true};
+    const Reply reply = exchange(Opcode::physical_entity, operation, *row, Requester::snmp_request,
+                                 TakeResponse::always);
+    return {reply.result, true};
 }
 
 /// The platform answered with an index inside the transceiver range: the sensor there, or the next
@@ -188,12 +187,7 @@ RowFound find_platform_row(chm_req_operation operation, ent_phys_entry* row)
     return {0, true}; // no sensor from there on: the platform's row as received
 }
 
-/// Finds the row of a request: of the platform, or of a transceiver's sensor, by the index.
-///
-/// @param vp_name  OID of the column
-/// @param name     the request; rewritten to the row's instance
-/// @param row      receives the row. What it holds besides the index travels in the request
-/// @return 0, no_row, a result of the platform or one of entPhysicalTable_trans_sensor
+/// Row lookup of entPhysicalTable: the index says whether the row is the platform's or a sensor's.
 int32_t header_entPhysicalTable(const oid* vp_name, size_t vp_name_length, oid* name,
                                 size_t* length, int exact, ent_phys_entry* row)
 {
@@ -216,15 +210,10 @@ int32_t header_entPhysicalTable(const oid* vp_name, size_t vp_name_length, oid* 
     return found.result;
 }
 
-/// Serves a vendor type in the agent's own sub-identifiers, which may be wider than the platform's.
-/// More of them than the record has room for are served as those that it has.
 u_char* vendor_type_value(const ent_phys_entry& row, size_t* var_len)
 {
-    constexpr size_t most = std::extent_v<decltype(row.entPhysicalVendorType)>;
-    static oid vendor_type[most];
-    const size_t count = std::min<size_t>(row.vendor_type_len, most);
-    std::copy_n(row.entPhysicalVendorType, count, vendor_type);
-    *var_len = count * sizeof(oid);
+    static oid vendor_type[128];
+    *var_len = vendor_type_of(row, vendor_type) * sizeof(oid);
     return reinterpret_cast<u_char*>(vendor_type);
 }
 
@@ -310,14 +299,8 @@ u_char* get_entityMIB(variable* vp, oid* name, size_t* length, int exact, size_t
     if (vp->magic != entLastChangeTime) {
         return unknown_object();
     }
-    last_change = 0;
-    Reply reply = send_request(Opcode::last_change_time, CHM_REQ_GET, nullptr, 0);
-    if (reply.succeeded() && reply.answered) {
-        platform_time time = {};
-        reply.take_into(time);
-        swap_wire_order(time);
-        last_change = uptime_at(time);
-    }
+    platform_time time = {};
+    last_change = read_scalar(Opcode::last_change_time, time) ? uptime_at(time) : 0;
     return integer_value(last_change, var_len);
 }
 
@@ -341,17 +324,12 @@ constexpr WritableLabel asset_id = {
 int write_label(const WritableLabel& label, int action, const WriteValue& value, oid* name,
                 size_t name_length)
 {
-    switch (action) {
-    case RESERVE1:
-        return check_write(label.rule, value);
-    case ACTION:
+    return in_phase(action, label.rule, value, [&] {
         return write_row<ent_phys_entry>(
             Opcode::physical_entity, header_entPhysicalTable, ent_physical_column_length, name,
             name_length, NotWritable::general_error,
             [&](ent_phys_entry& row) { replace_text(row, row.*label.field, value); });
-    default:
-        return SNMP_ERR_NOERROR;
-    }
+    });
 }
 
 int set_entPhysicalAlias(int action, u_char* var_val, u_char var_val_type, size_t var_val_len,

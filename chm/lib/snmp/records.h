@@ -70,6 +70,110 @@ constexpr void swap_wire_order(platform_time& time)
     swap_all(time.seconds, time.microseconds);
 }
 
+/// A module of the chassis. What the columns without a name mean is the platform's.
+struct module_record {
+    uint32_t index;
+    int32_t admin_status;
+    int32_t oper_status; ///< 2 when the module is healthy
+    int32_t column_3;
+    platform_time status_changed; ///< when oper_status last changed
+    platform_time column_5;
+    char text[256];
+    uint32_t platform_words_288[2];
+    char platform_bytes_296[2];
+    uint8_t module_type;
+    char platform_bytes_299[5];
+    uint32_t module_number;
+    uint32_t column_8;
+    char platform_bytes_312[4];
+};
+static_assert(sizeof(module_record) == 316);
+static_assert(offsetof(module_record, status_changed) == 16);
+static_assert(offsetof(module_record, text) == 32);
+static_assert(offsetof(module_record, platform_words_288) == 288);
+static_assert(offsetof(module_record, module_type) == 298);
+static_assert(offsetof(module_record, module_number) == 304);
+static_assert(offsetof(module_record, column_8) == 308);
+
+constexpr void swap_wire_order(module_record& row)
+{
+    swap_all(row.index, row.admin_status, row.oper_status, row.column_3, row.status_changed.seconds,
+             row.status_changed.microseconds, row.column_5.seconds, row.column_5.microseconds,
+             row.platform_words_288, row.module_number, row.column_8);
+}
+
+/// A group of power supplies.
+struct power_supply_group_record {
+    uint32_t index;
+    int32_t redundancy_mode;
+    char text[256];
+    int32_t column_3;
+    int32_t column_4;
+    uint32_t platform_words_272[3];
+};
+static_assert(sizeof(power_supply_group_record) == 284);
+static_assert(offsetof(power_supply_group_record, column_3) == 264);
+static_assert(offsetof(power_supply_group_record, platform_words_272) == 272);
+
+constexpr void swap_wire_order(power_supply_group_record& row)
+{
+    swap_all(row.index, row.redundancy_mode, row.column_3, row.column_4, row.platform_words_272);
+}
+
+/// The power of one field-replaceable unit.
+struct power_status_record {
+    uint32_t index;
+    int32_t admin_status;
+    int32_t oper_status; ///< 2 when the unit's power is healthy
+    int32_t column_3;
+};
+static_assert(sizeof(power_status_record) == 16);
+
+constexpr void swap_wire_order(power_status_record& row)
+{
+    swap_all(row.index, row.admin_status, row.oper_status, row.column_3);
+}
+
+/// One unit and its status: a fan tray, or a power supply.
+struct unit_status_record {
+    uint32_t index;
+    int32_t status; ///< 2 when the unit is healthy
+};
+static_assert(sizeof(unit_status_record) == 8);
+
+constexpr void swap_wire_order(unit_status_record& row)
+{
+    swap_all(row.index, row.status);
+}
+
+/// A change of a power supply's output, as its event reports it.
+struct power_supply_output_record {
+    uint32_t index; ///< entPhysicalIndex of the power supply
+    char name[255];
+    char model_name[257];
+    int32_t output;
+};
+static_assert(sizeof(power_supply_output_record) == 520);
+static_assert(offsetof(power_supply_output_record, model_name) == 259);
+static_assert(offsetof(power_supply_output_record, output) == 516);
+
+constexpr void swap_wire_order(power_supply_output_record& record)
+{
+    swap_all(record.index, record.output);
+}
+
+/// The index of a table's row, the first field of every row.
+template <typename Row>
+constexpr uint32_t& row_index(Row& row)
+{
+    return row.index;
+}
+
+constexpr uint32_t& row_index(ent_phys_entry& row)
+{
+    return row.entPhysicalIndex;
+}
+
 /// What log_snmp_error records of a failed write.
 struct snmp_error_record {
     char unused[260]; ///< not this library's to fill; zeros

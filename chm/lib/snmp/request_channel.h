@@ -62,15 +62,30 @@ enum class TakeResponse { on_success, always };
 /// stays in the reply.
 template <typename Record>
 Reply exchange(Opcode opcode, chm_req_operation operation, Record& record,
+               Requester requester = Requester::snmp_request,
                TakeResponse take = TakeResponse::on_success)
 {
     swap_wire_order(record);
-    Reply reply = send_request(opcode, operation, &record, sizeof record);
+    Reply reply = send_request(opcode, operation, &record, sizeof record, requester);
     if (reply.response && (reply.succeeded() || take == TakeResponse::always)) {
         reply.take_into(record);
     }
     swap_wire_order(record);
     return reply;
+}
+
+/// Reads a scalar, for which nothing is sent.
+/// @return false, with the scalar left as it was, when none came or one cut short
+template <typename Scalar>
+bool read_scalar(Opcode opcode, Scalar& scalar)
+{
+    Reply reply = send_request(opcode, CHM_REQ_GET, nullptr, 0);
+    if (!reply.succeeded() || !reply.answered || reply.length < sizeof scalar) {
+        return false;
+    }
+    reply.take_into(scalar);
+    swap_wire_order(scalar);
+    return true;
 }
 
 /// Writes a whole record, which stays in host order. @return 0, or the platform's result code

@@ -4,7 +4,7 @@
 
 #include "agent.h"
 #include "bounded_copy.h"
-#include "opcodes.h"
+#include "request_channel.h"
 
 #include <algorithm>
 #include <array>
@@ -30,12 +30,17 @@ struct RowRequest {
 template <size_t Count>
 using RowIndex = std::array<uint32_t, Count>;
 
+/// What a table makes of a request whose name sorts after all of its column.
+enum class NameBeyond { starts_over, has_no_row };
+
 /// The index from which a request starts: the sub-identifiers after the column, 0 for those that
 /// the name does not have, and all 0, before the first row, for a name outside the column.
 ///
-/// @return nothing for an exact request with more sub-identifiers than the index has
+/// @return nothing for an exact request with more sub-identifiers than the index has, and for a
+///         name beyond the column where that has no row
 template <size_t Count>
-std::optional<RowIndex<Count>> requested_index(const RowRequest& request)
+std::optional<RowIndex<Count>> requested_index(const RowRequest& request,
+                                               NameBeyond beyond = NameBeyond::starts_over)
 {
     RowIndex<Count> index = {};
     const size_t column_length = request.column_length;
@@ -46,7 +51,11 @@ std::optional<RowIndex<Count>> requested_index(const RowRequest& request)
     if (request.exact && length > column_length + Count) {
         return std::nullopt;
     }
-    if (snmp_oid_compare(request.name, column_length, request.column, column_length) == 0) {
+    const int order = snmp_oid_compare(request.name, column_length, request.column, column_length);
+    if (order > 0 && beyond == NameBeyond::has_no_row) {
+        return std::nullopt;
+    }
+    if (order == 0) {
         const oid* given = request.name + column_length;
         std::transform(given, given + std::min(length - column_length, Count), index.begin(),
                        [](oid sub_identifier) { return static_cast<uint32_t>(sub_identifier); });
@@ -65,4 +74,34 @@ void name_row(const RowRequest& request, const RowIndex<Count>& index)
     std::copy(index.begin(), index.end(), instance + request.column_length);
     __memcpy_to_buf(sizeof instance, request.name, instance, length * sizeof(oid));
     *request.length = length;
+}
+
+/// A table's row lookup: finds the row of a request and rewrites the request's name to it.
+///
+/// @param vp_name  OID of the column
+/// @param name     the request's name
+/// @param row      receives the row. What it holds besides the index travels in the request
+/// @return 0, no_row, or why else there is no row
+template <typename Row>
+using RowLookup = int32_t(const oid* vp_name, size_t vp_name_length, oid* name, size_t* length,
+                          int exact, Row* row);
+
+/// Row lookup of a table whose rows are the platform's, one index each, and which has no row for a
+/// name beyond a column. A success without a response leaves the name and serves the row as it is.
+template <Opcode Table, typename Row>
+int32_t find_row(const oid* vp_name, size_t vp_name_length, oid* name, size_t* length, int exact,
+                 Row* row)
+{
+    const RowRequest request = {vp_name, vp_name_length, name, length, exact != 0};
+    row_index(*row) = 0;
+    const auto index = requested_index<1>(request, NameBeyond::has_no_row);
+    if (!index) {
+        return no_row;
+    }
+    row_index(*row) = index->front();
+    const Reply reply = exchange(Table, request.operation(), *row);
+    if (reply.succeeded() && reply.answered) {
+        name_row<1>(request, {row_index(*row)});
+    }
+    return reply.result;
 }

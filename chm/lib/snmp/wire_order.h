@@ -32,3 +32,10 @@ constexpr void swap_all(auto&... fields)
 {
     (swap_field(fields), ...);
 }
+
+/// A scalar that travels by itself.
+template <WireInteger T>
+constexpr void swap_wire_order(T& scalar)
+{
+    swap_field(scalar);
+}
