@@ -243,6 +243,9 @@ TEST(Verbs, RefuseWhatTheyDoNotUnderstandAndChangeNothing)
          "'serial' is not a field that can be set"},
         {R"({"verb": "set", "entity": 1, "field": "alias", "value": "a\u0000"})",
          "'alias' holds at most 32 bytes, none of them NUL"},
+        {R"({"verb": "set", "entity": 1, "field": "alias",
+             "value": "123456789012345678901234567890123"})",
+         "'alias' holds at most 32 bytes, none of them NUL"},
     };
     for (const auto& [line, error] : cases) {
         EXPECT_EQ(sim::answer_request(line),
