@@ -22,6 +22,7 @@ OPERATOR = ("-v3", "-l", "authPriv", "-u", "operator", "-a", "SHA", "-A", "lab-a
 ENT_PHYSICAL_ENTRY = "1.3.6.1.2.1.47.1.1.1.1"
 DESCR, NAME, SERIAL_NUM, ALIAS, ASSET_ID = (
     f"{ENT_PHYSICAL_ENTRY}.{column}" for column in (2, 7, 11, 14, 15))
+UPTIME = "1.3.6.1.2.1.1.3.0"
 LAST_CHANGE_TIME = "1.3.6.1.2.1.47.1.4.1.0"
 ENT_CONFIG_CHANGE = ".1.3.6.1.2.1.47.2.0.1"
 
@@ -109,6 +110,8 @@ class Switch(Daemon):
     def start(self):
         self.spawn(lambda port: [SOURCE / "scripts/agent", BUILD, self.state, port, self.chassis,
                                  *self.lines])
+        assert "dlopen" not in self.log(), self.log()
+        self.get(UPTIME)  # until it answers, it forgets a SIGHUP
 
     def snmp(self, tool, *words, auth=READER, options=()):
         """words: OIDs, or for snmpset OID, TYPE, VALUE. Values come bare, OIDs as numbers."""
@@ -142,11 +145,13 @@ class Switch(Daemon):
         return json.loads(answer.stdout)
 
     def reload(self):
-        """SIGHUP: the agent unloads its modules and reads its configuration anew."""
+        """SIGHUP: the agent unloads its modules and reads its configuration anew.
+
+        It logs the restart before it has read the configuration, but answers only after that."""
         restarts = self.log().count("restarted")
         self.process.send_signal(signal.SIGHUP)
-        wait_for(lambda: self.log().count("restarted") > restarts, "restart")
-        self.get("1.3.6.1.2.1.1.3.0")  # answered when the configuration is in place
+        wait_for(lambda: self.get(UPTIME) and self.log().count("restarted") > restarts, "restart")
+        self.get(UPTIME)
 
     def descriptors(self):
         return len(os.listdir(f"/proc/{self.process.pid}/fd"))
