@@ -19,7 +19,7 @@ using nlohmann::json;
 
 enum ExitCode { DONE = 0, REFUSED = 1, WRONG_USAGE = 2, NO_SWITCH = 3 };
 
-/// Texts of the switch may hold anything; a terminal gets no control characters of them.
+/// Texts of the switch and of files may hold anything; a terminal gets no control characters.
 std::string printable(std::string text)
 {
     std::ranges::replace_if(
@@ -184,7 +184,7 @@ void check_chassis(const std::string& file)
 
 int complain(const char* what, ExitCode code)
 {
-    std::fprintf(stderr, "chmctl: %s\n", what);
+    std::fprintf(stderr, "chmctl: %s\n", printable(what).c_str());
     return code;
 }
 

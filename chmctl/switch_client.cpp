@@ -74,7 +74,7 @@ std::string default_socket()
 {
     const char* directory = std::getenv("XDG_RUNTIME_DIR");
     return std::string(directory != nullptr && *directory != '\0' ? directory : "/tmp") +
-           "/chm-lab-" + std::to_string(getuid()) + "-1161/control";
+           "/chm-lab-" + std::to_string(geteuid()) + "-1161/control";
 }
 
 json ask_switch(const std::string& socket, const json& request)

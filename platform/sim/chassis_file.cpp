@@ -253,11 +253,15 @@ private:
         return node == nullptr ? 0 : number(*node, what, 0, most);
     }
 
-    void check_length(const toml::source_region& where, const EntityText& text,
-                      const std::string& value) const
+    /// In its record a text ends with the first NUL.
+    void check_text(const toml::source_region& where, const EntityText& text,
+                    const std::string& value) const
     {
         if (value.size() > text.capacity) {
             fail(where, "'", text.key, "' has ", value.size(), " bytes, more than ", text.capacity);
+        }
+        if (value.find('\0') != std::string::npos) {
+            fail(where, "'", text.key, "' contains a NUL");
         }
     }
 
@@ -273,7 +277,7 @@ private:
                 fail(node->source(), "'", text.key, "' is not a string");
             }
             entity.*text.text = node->as_string()->get();
-            check_length(node->source(), text, entity.*text.text);
+            check_text(node->source(), text, entity.*text.text);
         }
         if (const toml::node* node = settings.find("vendor-type")) {
             entity.vendor_type = number(*node, "vendor-type", 0, UINT32_MAX);
@@ -292,7 +296,7 @@ private:
             entity.manufacturer = manufacturer_;
         }
         for (const EntityText& text : entity_texts) {
-            check_length(where, text, entity.*text.text);
+            check_text(where, text, entity.*text.text);
         }
         chassis_.add(std::move(entity));
     }

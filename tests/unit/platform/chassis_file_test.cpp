@@ -30,6 +30,7 @@ TEST(ChassisFile, NamesTheLineOfWhatIsWrong)
         {chassis + "[box]\n", "4: unknown key 'box'"},
         {chassis + "name = 7\n", "4: 'name' is not a string"},
         {chassis + "serial = \"" + long_text + "\"\n", "4: 'serial' has 33 bytes, more than 32"},
+        {chassis + "alias = \"a\\u0000b\"\n", "4: 'alias' contains a NUL"},
         {chassis + "replaceable = 1\n", "4: 'replaceable' is not true or false"},
         {"[chassis]\nslots = 19\n", "2: 'slots' is 19, not within 0 to 18"},
         {"[chassis]\nslots = \"2\"\n", "2: 'slots' is not an integer"},
