@@ -15,47 +15,49 @@ uint32_t Binding::integer() const
     return word;
 }
 
-variable& ScriptedAgent::variable_of(const Oid& column)
-{
-    for (auto& [root, registration] : registrations) {
-        for (RegisteredVariable& var : registration.variables) {
-            if (var.full_oid() == column) {
-                return var.record;
-            }
-        }
-    }
-    throw std::out_of_range("no such variable");
-}
-
-std::optional<Binding> ScriptedAgent::call(variable& var, const Oid& name, bool exact)
+Answer ask(variable& var, const Oid& name, bool exact)
 {
     oid buffer[MAX_OID_LEN];
     std::copy(name.begin(), name.end(), buffer);
     size_t length = name.size();
     size_t value_length = 0;
-    WriteMethod* write_method = nullptr;
-    const u_char* value = var.findVar(&var, buffer, &length, exact, &value_length, &write_method);
-    if (!value) {
-        return {};
+    Answer answer = {};
+    const u_char* value =
+        var.findVar(&var, buffer, &length, exact, &value_length, &answer.write_method);
+    answer.name.assign(buffer, buffer + length);
+    if (value) {
+        answer.value = Bytes(value, value + value_length);
     }
-    return Binding{{buffer, buffer + length},
-                   static_cast<u_char>(var.type),
-                   {value, value + value_length},
-                   write_method};
+    return answer;
 }
 
-std::optional<Binding> ScriptedAgent::get(const Oid& name)
+std::optional<Binding> ScriptedAgent::call(variable& var, const Oid& name, bool exact)
+{
+    const Answer answer = ask(var, name, exact);
+    if (!answer.value) {
+        return {};
+    }
+    return Binding{answer.name, static_cast<u_char>(var.type), *answer.value, answer.write_method};
+}
+
+variable* ScriptedAgent::variable_for(const Oid& name)
 {
     for (auto& [root, registration] : registrations) {
         for (RegisteredVariable& var : registration.variables) {
             const Oid column = var.full_oid();
             if (name.size() >= column.size() &&
                 std::equal(column.begin(), column.end(), name.begin())) {
-                return call(var.record, name, true);
+                return &var.record;
             }
         }
     }
-    return {};
+    return nullptr;
+}
+
+std::optional<Binding> ScriptedAgent::get(const Oid& name)
+{
+    variable* var = variable_for(name);
+    return var ? call(*var, name, true) : std::nullopt;
 }
 
 std::optional<Binding> ScriptedAgent::next(const Oid& name)
@@ -96,8 +98,10 @@ std::vector<Binding> ScriptedAgent::walk(const Oid& root)
 
 int ScriptedAgent::set(const Oid& name, u_char type, const Bytes& value)
 {
-    const auto current = get(name);
-    if (!current || !current->write_method) {
+    // The read callback hands out the write method, whether or not it finds the instance.
+    variable* var = variable_for(name);
+    WriteMethod* write_method = var ? ask(*var, name, true).write_method : nullptr;
+    if (!write_method) {
         return -1;
     }
     Bytes data = value;
@@ -105,11 +109,11 @@ int ScriptedAgent::set(const Oid& name, u_char type, const Bytes& value)
     oid buffer[MAX_OID_LEN];
     std::copy(name.begin(), name.end(), buffer);
     for (const int phase : {0, 1, 2, 3}) {
-        const int status = current->write_method(phase, data.data(), type, value.size(), nullptr,
-                                                 buffer, name.size());
+        const int status =
+            write_method(phase, data.data(), type, value.size(), nullptr, buffer, name.size());
         if (status != SNMP_ERR_NOERROR) {
-            EXPECT_EQ(current->write_method(phase == 2 ? 5 : 4, data.data(), type, value.size(),
-                                            nullptr, buffer, name.size()),
+            EXPECT_EQ(write_method(phase == 2 ? 5 : 4, data.data(), type, value.size(), nullptr,
+                                   buffer, name.size()),
                       SNMP_ERR_NOERROR);
             return status;
         }
@@ -135,15 +139,18 @@ Oid operator+(Oid name, const Oid& more)
     return name;
 }
 
-Notification deliver(uint32_t event, const std::optional<Bytes>& payload)
+Notification deliver(uint32_t event, const Bytes& payload)
+{
+    Message message = {payload};
+    return deliver(event, &message);
+}
+
+Notification deliver(uint32_t event, Message* message)
 {
     oid trap[MAX_OID_LEN] = {};
     size_t length = 0;
     int send = 7;
-    // The scripted transport's messages are their payloads, in a block of its own size.
-    Bytes message = payload.value_or(Bytes());
-    netsnmp_variable_list* first =
-        platform.handlers.at(event)(payload ? message.data() : nullptr, trap, &length, &send);
+    netsnmp_variable_list* first = platform.handlers.at(event)(message, trap, &length, &send);
     Notification notification = {send == 1, {trap, trap + length}, {}};
     for (const auto* var = first; var; var = var->next_variable) {
         notification.bindings.push_back({{var->name, var->name + var->name_length},
@@ -173,6 +180,17 @@ ModuleTest::~ModuleTest()
     EXPECT_THAT(agent.registrations, testing::IsEmpty());
     EXPECT_THAT(platform.handlers, testing::IsEmpty());
 }
+
+namespace {
+
+void log_debug_message(const char* kind, const char* token, const char* format, va_list arguments)
+{
+    char text[512];
+    vsnprintf(text, sizeof text, format, arguments);
+    platform.log.push_back(std::string(kind) + " " + token + " " + text);
+}
+
+} // namespace
 
 extern "C" {
 
@@ -212,19 +230,20 @@ int snmp_get_do_debugging()
     return agent.debugging;
 }
 
-void debugmsgtoken(const char* token, const char*, ...)
+void debugmsgtoken(const char* token, const char* format, ...)
 {
-    platform.log.push_back(std::string("token ") + token);
+    va_list arguments;
+    va_start(arguments, format);
+    log_debug_message("token", token, format, arguments);
+    va_end(arguments);
 }
 
 void debugmsg(const char* token, const char* format, ...)
 {
-    char text[512];
     va_list arguments;
     va_start(arguments, format);
-    vsnprintf(text, sizeof text, format, arguments);
+    log_debug_message("debug", token, format, arguments);
     va_end(arguments);
-    platform.log.push_back(std::string("debug ") + token + " " + text);
 }
 
 void snmp_set_detail(const char* detail)

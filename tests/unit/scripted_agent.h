@@ -54,12 +54,23 @@ struct ScriptedAgent {
     int set(const Oid& name, long value);
     int set(const Oid& name, const std::string& value);
 
-    /// The registered variable of a column or scalar.
-    variable& variable_of(const Oid& column);
+    /// The registered variable that serves an instance, or that a column or scalar itself is; null
+    /// for none.
+    variable* variable_for(const Oid& name);
 
 private:
     std::optional<Binding> call(variable& var, const Oid& name, bool exact);
 };
+
+/// What a read callback did with a request.
+struct Answer {
+    Oid name;                   ///< as the callback left it
+    std::optional<Bytes> value; ///< none for no such instance
+    WriteMethod* write_method;
+};
+
+/// Calls the read callback of one variable.
+Answer ask(variable& var, const Oid& name, bool exact);
 
 extern ScriptedAgent agent;
 
@@ -73,8 +84,9 @@ struct Notification {
     std::vector<Binding> bindings;
 };
 
-/// Hands an event to the handler registered for it. A payload of none is a message without one.
-Notification deliver(uint32_t event, const std::optional<Bytes>& payload);
+/// Hands a message to the handler registered for an event, or null.
+Notification deliver(uint32_t event, Message* message);
+Notification deliver(uint32_t event, const Bytes& payload);
 
 /// A test of one module: fresh platform and agent, the module's entry points run around it, what
 /// the library prints captured.

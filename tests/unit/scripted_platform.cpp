@@ -80,7 +80,8 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
 
 void* ipcx_payload_get(void* message)
 {
-    return message;
+    auto& payload = static_cast<Message*>(message)->payload;
+    return payload ? payload->data() : nullptr;
 }
 
 int register_for_notification(uint32_t opcode, ipcx_event_handler* handler)

@@ -53,5 +53,10 @@ struct ScriptedPlatform {
     void serve_rows(std::map<uint32_t, Bytes> rows);
 };
 
+/// A message of the scripted transport.
+struct Message {
+    std::optional<Bytes> payload;
+};
+
 /// The platform of the running test; a fresh one for each.
 extern ScriptedPlatform platform;

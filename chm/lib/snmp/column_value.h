@@ -43,11 +43,14 @@ inline size_t vendor_type_of(const ent_phys_entry& row, oid (&vendor_type)[128])
 /// The agent's uptime at a point in time in hundredths of a second, 0 for a time before its start.
 inline uint32_t uptime_at(const platform_time& time)
 {
+    if (time.seconds == 0) {
+        return 0; // never; so long ago that the difference may not fit the agent's type
+    }
     timeval moment = {};
     moment.tv_sec = static_cast<decltype(moment.tv_sec)>(time.seconds);
     moment.tv_usec = static_cast<decltype(moment.tv_usec)>(time.microseconds);
-    const auto uptime = static_cast<uint32_t>(netsnmp_timeval_uptime(&moment));
-    return static_cast<int32_t>(uptime) < 0 ? 0 : uptime;
+    const auto uptime = static_cast<long>(netsnmp_timeval_uptime(&moment));
+    return uptime < 0 || static_cast<int32_t>(uptime) < 0 ? 0 : static_cast<uint32_t>(uptime);
 }
 
 /// Answers for an object that a read callback does not know: no value, and no detail either.

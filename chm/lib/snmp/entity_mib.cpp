@@ -97,7 +97,7 @@ constexpr size_t ent_physical_column_length = 12;
 constexpr size_t longest_label = 32;
 
 /// Makes the row of a transceiver's sensor: the one with the row's index for CHM_REQ_GET, the first
-/// one at or after it for CHM_REQ_GETNEXT. The row stays as it is when there is none.
+/// one after it for CHM_REQ_GETNEXT. The row stays as it is when there is none.
 ///
 /// No transceivers are known yet, so there is never one.
 /// @return 0, or non-zero when there is no such sensor
@@ -119,8 +119,8 @@ void trace_index(int line, const ent_phys_entry* row)
     CHM_TRACE("%s/%d: entPhyIndex = %d ", row_lookup_name, line, row->entPhysicalIndex);
 }
 
-/// A request inside the transceiver range. After the last sensor the platform's rows go on, and
-/// what the platform answers there is the row, whatever its result.
+/// A request inside the transceiver range. After the last sensor the platform's rows go on; what
+/// the platform answers there replaces the row and names the instance even when it fails.
 RowFound find_sensor(chm_req_operation operation, ent_phys_entry* row)
 {
     trace_index(__LINE__, row);

@@ -137,7 +137,7 @@ constexpr void swap_wire_order(power_status_record& row)
 /// One unit and its status: a fan tray, or a power supply.
 struct unit_status_record {
     uint32_t index;
-    int32_t status; ///< 2 when the unit is healthy
+    int32_t status; ///< of a power supply: 2 when it is healthy
 };
 static_assert(sizeof(unit_status_record) == 8);
 

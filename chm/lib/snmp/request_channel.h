@@ -27,7 +27,7 @@ using PlatformBlock = std::unique_ptr<void, ReleaseBlock>;
 struct Reply {
     int32_t result = PLATFORM_OK; ///< 0, or a platform result code
     bool answered = false;        ///< a response came
-    uint32_t length = 0;          ///< of the response in bytes
+    uint32_t length = 0;          ///< of the response in bytes, if one came
     PlatformBlock response;       ///< as it travelled, until it is taken
 
     bool succeeded() const { return result == PLATFORM_OK; }
@@ -44,7 +44,7 @@ struct Reply {
 
 /// Sends a request whose payload is in wire order, or null for none.
 ///
-/// @param length size of the payload, or of what is expected when there is none
+/// @param length size of the payload in bytes; without one 0, or the size of what is expected
 Reply send_request(Opcode opcode, chm_req_operation operation, void* payload, uint32_t length,
                    Requester requester = Requester::snmp_request);
 
