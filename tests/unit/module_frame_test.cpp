@@ -112,6 +112,21 @@ TEST_F(ModuleFrame, RegistersItsTableAndHandlersAndTakesThemBack)
     }
 }
 
+TEST_F(ModuleFrame, TakesEachVariableBackWhereTheAgentWantsThat)
+{
+    agent.whole_tables = false;
+    for (const Module& module : modules) {
+        standard_output_of(module.init);
+        std::vector<Oid> expected = {module.root};
+        for (const RegisteredVariable& var : agent.registrations.at(module.root).variables) {
+            expected.push_back(var.full_oid());
+        }
+        agent.unregistered.clear();
+        standard_output_of(module.deinit);
+        EXPECT_EQ(agent.unregistered, expected) << module.name;
+    }
+}
+
 TEST_F(ModuleFrame, FailedRegistrationIsOnlyTold)
 {
     agent.register_status = MIB_REGISTRATION_FAILED;

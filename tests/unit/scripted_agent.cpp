@@ -221,8 +221,11 @@ int register_mib(const char* name, const variable* variables, size_t entry_size,
 
 int unregister_mib(oid* root, size_t root_length)
 {
+    const Oid name = {root, root + root_length};
     platform.log.emplace_back("unregister_mib");
-    return agent.registrations.erase({root, root + root_length}) == 1 ? 0 : 1;
+    agent.unregistered.push_back(name);
+    return agent.registrations.erase(name) == 1 && agent.whole_tables ? MIB_UNREGISTERED_OK
+                                                                      : MIB_NO_SUCH_REGISTRATION;
 }
 
 int snmp_get_do_debugging()

@@ -41,6 +41,8 @@ struct ScriptedAgent {
     std::map<Oid, Registration> registrations; ///< by root
     int register_status = MIB_REGISTERED_OK;
     int debugging = 0;
+    bool whole_tables = true; ///< a table is taken back by its root, else variable by variable
+    std::vector<Oid> unregistered;
     std::vector<std::string> details; ///< texts given to snmp_set_detail
 
     std::optional<Binding> get(const Oid& name);

@@ -1,5 +1,6 @@
 #include "module_frame.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 
@@ -29,8 +30,20 @@ void register_variables(const MibModule& module, const char* entry_point, const 
 
 void unregister_variables(const MibModule& module)
 {
-    // The agent only reads the root, whatever its prototype says.
-    unregister_mib(const_cast<oid*>(module.root.data()), module.root.size());
+    oid name[MAX_OID_LEN];
+    std::copy(module.root.begin(), module.root.end(), name);
+    if (unregister_mib(name, module.root.size()) == MIB_UNREGISTERED_OK) {
+        return;
+    }
+    // An agent that has registered each variable by itself, as a stock one does, finds nothing
+    // under the root. What stayed registered would be called when this library is no longer there.
+    const auto* table = static_cast<const u_char*>(module.variables);
+    for (size_t i = 0; i < module.entry_count; ++i) {
+        // Both forms of the record begin alike; only the room for the OID differs.
+        const auto* entry = reinterpret_cast<const variable1*>(table + i * module.entry_size);
+        std::copy_n(entry->name, entry->namelen, name + module.root.size());
+        unregister_mib(name, module.root.size() + entry->namelen);
+    }
 }
 
 void register_handlers(const MibModule& module)

@@ -44,6 +44,8 @@ void print_exit(const char* entry_point);
 /// when that is on, with the entry point and its place in the source, and changes nothing else.
 void register_variables(const MibModule& module, const char* entry_point, const char* file,
                         int line);
+
+/// Takes the module's variables back from the agent.
 void unregister_variables(const MibModule& module);
 
 /// Register the module's event handlers with the transport, in their order, and take them back.
