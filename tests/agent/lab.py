@@ -153,6 +153,9 @@ class Switch(Daemon):
         wait_for(lambda: self.get(UPTIME) and self.log().count("restarted") > restarts, "restart")
         self.get(UPTIME)
 
+    def memory_map(self):
+        return Path(f"/proc/{self.process.pid}/maps").read_text()
+
     def descriptors(self):
         return len(os.listdir(f"/proc/{self.process.pid}/fd"))
 
