@@ -6,12 +6,15 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cinttypes>
 #include <csignal>
 #include <cstdio>
 #include <functional>
 #include <iostream>
 #include <memory>
+#include <string>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -39,23 +42,50 @@ size_t width(const std::string& text)
         std::ranges::count_if(text, [](char c) { return (c & 0xc0) != 0x80; }));
 }
 
-/// One line of the inventory's tree.
-struct TreeLine {
-    uint32_t index;
-    std::string name; ///< indented by its depth
-    std::string description;
+std::string right_aligned(uint32_t number, size_t columns)
+{
+    const std::string digits = std::to_string(number);
+    return std::string(columns - std::min(columns, digits.size()), ' ') + digits;
+}
+
+/// Lines of texts under each other, each column as wide as its widest text.
+class Columns {
+public:
+    void add(std::vector<std::string> line)
+    {
+        widths_.resize(std::max(widths_.size(), line.size()));
+        for (size_t i = 0; i < line.size(); ++i) {
+            widths_[i] = std::max(widths_[i], width(line[i]));
+        }
+        lines_.push_back(std::move(line));
+    }
+
+    void print() const
+    {
+        for (const auto& line : lines_) {
+            std::string text;
+            for (size_t i = 0; i < line.size(); ++i) {
+                text += line[i] + std::string(widths_[i] - width(line[i]) + 2, ' ');
+            }
+            std::puts(text.substr(0, text.find_last_not_of(' ') + 1).c_str());
+        }
+    }
+
+private:
+    std::vector<std::vector<std::string>> lines_;
+    std::vector<size_t> widths_;
 };
 
 void add_subtree(const std::multimap<uint32_t, const json*>& children, uint32_t parent,
-                 size_t depth, std::vector<TreeLine>& lines)
+                 size_t depth, Columns& columns)
 {
     const auto [first, last] = children.equal_range(parent);
     for (auto child = first; child != last; ++child) {
         const json& entity = *child->second;
         const auto index = entity.at("index").get<uint32_t>();
-        lines.push_back({index, std::string(2 * depth, ' ') + text_of(entity, "name"),
-                         text_of(entity, "description")});
-        add_subtree(children, index, depth + 1, lines);
+        columns.add({right_aligned(index, 6), std::string(2 * depth, ' ') + text_of(entity, "name"),
+                     text_of(entity, "description")});
+        add_subtree(children, index, depth + 1, columns);
     }
 }
 
@@ -65,17 +95,22 @@ void print_inventory(const json& entities)
     for (const json& entity : entities) {
         children.emplace(entity.at("parent").get<uint32_t>(), &entity);
     }
-    std::vector<TreeLine> lines;
-    add_subtree(children, 0, 0, lines);
-    size_t widest = 0;
-    for (const TreeLine& line : lines) {
-        widest = std::max(widest, width(line.name));
+    Columns columns;
+    add_subtree(children, 0, 0, columns);
+    columns.print();
+}
+
+void print_units(const json& units)
+{
+    Columns columns;
+    columns.add({"index", "name", "status", "admin", " watts"});
+    for (const json& unit : units) {
+        columns.add({right_aligned(unit.at("index").get<uint32_t>(), 5), text_of(unit, "name"),
+                     text_of(unit, "status"), text_of(unit, "admin-status"),
+                     right_aligned(unit.at("watts").get<uint32_t>(), 6),
+                     unit.at("active").get<bool>() ? "active supervisor" : ""});
     }
-    for (const TreeLine& line : lines) {
-        const std::string gap(widest - width(line.name) + 2, ' ');
-        std::printf("%6u  %s%s%s\n", line.index, line.name.c_str(), gap.c_str(),
-                    line.description.c_str());
-    }
+    columns.print();
 }
 
 void print_history(const json& records)
@@ -92,6 +127,11 @@ void print_trace(const json& switches)
     }
 }
 
+void print_marker(const json& status)
+{
+    std::printf("marker       %s\n", status.at("marker").get<bool>() ? "on" : "off");
+}
+
 void print_status(const json& status)
 {
     if (status.contains("chassis")) {
@@ -102,6 +142,8 @@ void print_status(const json& status)
         std::puts("chassis      none");
     }
     std::printf("process      %d\n", status.at("pid").get<int>());
+    std::printf("heartbeats   %" PRIu64 "\n", status.at("heartbeats").get<uint64_t>());
+    print_marker(status);
     print_trace(status.at("trace"));
 }
 
@@ -120,22 +162,68 @@ CLI::Option* add_argument(CLI::App& command, const std::string& option, const Ar
 
 void no_options(CLI::App& /*command*/, const Arguments& /*arguments*/) {}
 
-void set_options(CLI::App& command, const Arguments& arguments)
+void add_entity(CLI::App& command, const Arguments& arguments, const char* what, const char* help)
 {
     command
         .add_option_function<std::string>(
-            "ENTITY",
+            what,
             [=](const std::string& entity) {
                 uint32_t index = 0;
                 const bool number = CLI::detail::lexical_cast(entity, index);
                 (*arguments)["entity"] = number ? json(index) : json(entity);
             },
-            "The entity, by its index or its name")
+            help)
         ->required();
+}
+
+void add_state(CLI::App& command, const Arguments& arguments)
+{
+    command
+        .add_option_function<std::string>(
+            "STATE", [=](const std::string& state) { (*arguments)["on"] = state == "on"; },
+            "on or off")
+        ->required()
+        ->check(CLI::IsMember({"on", "off"}));
+}
+
+void set_options(CLI::App& command, const Arguments& arguments)
+{
+    add_entity(command, arguments, "ENTITY", "The entity, by its index or its name");
     add_argument<std::string>(command, "FIELD", arguments, "field",
                               "alias, asset-id, second-serial or description")
         ->required();
     add_argument<std::string>(command, "VALUE", arguments, "value", "Its new value")->required();
+}
+
+void unit_options(CLI::App& command, const Arguments& arguments)
+{
+    add_entity(command, arguments, "UNIT",
+               "The module, power supply, fan tray or fan, by its index or its name");
+}
+
+void place_options(CLI::App& command, const Arguments& arguments)
+{
+    add_entity(command, arguments, "PLACE", "The empty slot or bay, by its index or its name");
+}
+
+void insert_options(CLI::App& command, const Arguments& arguments)
+{
+    place_options(command, arguments);
+    add_argument<std::string>(command, "--type", arguments, "type",
+                              "Insert a new unit of this [types] table of the chassis file")
+        ->type_name("TYPE");
+}
+
+void output_options(CLI::App& command, const Arguments& arguments)
+{
+    add_entity(command, arguments, "POWER-SUPPLY", "The power supply, by its index or its name");
+    add_argument<uint32_t>(command, "WATTS", arguments, "watts", "What it is to deliver")
+        ->required();
+}
+
+void marker_options(CLI::App& command, const Arguments& arguments)
+{
+    add_state(command, arguments);
 }
 
 void trace_options(CLI::App& command, const Arguments& arguments)
@@ -143,12 +231,7 @@ void trace_options(CLI::App& command, const Arguments& arguments)
     add_argument<std::string>(command, "WHAT", arguments, "what", "history, debug or all")
         ->required()
         ->check(CLI::IsMember({"history", "debug", "all"}));
-    command
-        .add_option_function<std::string>(
-            "STATE", [=](const std::string& state) { (*arguments)["on"] = state == "on"; },
-            "on or off")
-        ->required()
-        ->check(CLI::IsMember({"on", "off"}));
+    add_state(command, arguments);
 }
 
 void history_options(CLI::App& command, const Arguments& arguments)
@@ -169,8 +252,17 @@ struct Verb {
 
 constexpr Verb verbs[] = {
     {"inventory", "Show what the chassis is made of", no_options, print_inventory},
+    {"units", "Show modules, power supplies and fan trays", no_options, print_units},
     {"set", "Change a text of an entity", set_options, print_nothing},
     {"announce", "Announce a change of the inventory", no_options, print_nothing},
+    {"pull", "Pull a unit out of its slot or bay", unit_options, print_nothing},
+    {"insert", "Insert what was pulled, or a new unit", insert_options, print_nothing},
+    {"fail", "Have a unit or a fan fail", unit_options, print_nothing},
+    {"repair", "Repair a unit or a fan", unit_options, print_nothing},
+    {"output", "Change what a power supply delivers", output_options, print_nothing},
+    {"plug-unknown", "Plug in a unit that the switch does not recognize", place_options,
+     print_nothing},
+    {"marker", "Have power events report the unit status, or not", marker_options, print_marker},
     {"trace", "Switch tracing on or off", trace_options, print_trace},
     {"history", "Show the event history", history_options, print_history},
     {"status", "Show how the switch is", no_options, print_status},

@@ -1,5 +1,6 @@
 #include "c_boundary.h"
 #include "event_log.h"
+#include "notification_sender.h"
 #include "records.h"
 #include "request_user.h"
 
@@ -10,6 +11,7 @@
 #include <cstring>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace sim {
 namespace {
@@ -59,6 +61,19 @@ void leave_request()
     session = 0;
 }
 
+void send_notification(const oid* name, size_t length, Bindings bindings)
+{
+    static const oid snmp_trap_oid[] = {1, 3, 6, 1, 6, 3, 1, 1, 4, 1, 0};
+    netsnmp_variable_list* first = build_varbind(nullptr, name, ASN_OBJECT_ID, length * sizeof(oid),
+                                                 snmp_trap_oid, std::size(snmp_trap_oid));
+    if (first == nullptr) {
+        throw std::bad_alloc();
+    }
+    first->next_variable = bindings.release();
+    bindings.reset(first);
+    send_v2trap(first);
+}
+
 } // namespace sim
 
 const char* get_snmp_username(void* /*null*/)
@@ -96,4 +111,16 @@ netsnmp_variable_list* build_varbind(netsnmp_variable_list* prev, const void* va
         prev->next_variable = binding;
     }
     return binding;
+}
+
+void send_connUnitStatusChange_notif(int32_t status)
+{
+    static const oid name[] = {1, 3, 6, 1, 4, 1, ENTERPRISE_ALT, 9, 116, 0, 1};
+    static const oid unit_status[] = {1, 3, 6, 1, 4, 1, ENTERPRISE_ALT, 9, 116, 1, 1, 0};
+    sim::guard([&] {
+        sim::Bindings bindings(build_varbind(nullptr, &status, ASN_INTEGER, sizeof status,
+                                             unit_status, std::size(unit_status)),
+                               snmp_free_varbind);
+        sim::send_notification(name, std::size(name), std::move(bindings));
+    });
 }

@@ -2,7 +2,8 @@
 
 #include "physical_index.h"
 
-#include <stdexcept>
+#include <algorithm>
+#include <numeric>
 
 namespace sim {
 
@@ -19,6 +20,15 @@ void Chassis::add(Entity entity)
     }
 }
 
+void Chassis::add_unit(Assembly assembly)
+{
+    Unit& unit = fit(std::move(assembly));
+    unit.status = EntityStatus::ok;
+    unit.powered = true;
+    unit.status_changed = unit.went_into_service = last_change_;
+    unit.starts = 1;
+}
+
 const Entity* Chassis::find(uint32_t index) const
 {
     const auto found = entities_.find(index);
@@ -29,6 +39,69 @@ const Entity* Chassis::next_after(uint32_t index) const
 {
     const auto found = entities_.upper_bound(index);
     return found == entities_.end() ? nullptr : &found->second;
+}
+
+const Unit* Chassis::find_unit(uint32_t index) const
+{
+    const auto found = units_.find(index);
+    return found == units_.end() ? nullptr : &found->second;
+}
+
+EntityStatus Chassis::status(const Entity& entity) const
+{
+    if (const Unit* unit = find_unit(entity.index)) {
+        return unit->status;
+    }
+    if (entity.failed) {
+        return EntityStatus::failed;
+    }
+    const Unit* holder = find_unit(entity.contained_in);
+    if (holder == nullptr) {
+        return EntityStatus::ok;
+    }
+    if (holder->status != EntityStatus::failed) {
+        return holder->status;
+    }
+    // A fan tray that failed with one of its fans still has the others.
+    return holder->powered ? EntityStatus::ok : EntityStatus::off;
+}
+
+const Unit* Chassis::active_supervisor() const
+{
+    const auto found = std::ranges::find_if(units_, [](const auto& entry) {
+        const Unit& unit = entry.second;
+        return unit.type == UnitType::module && unit.role == ModuleRole::supervisor &&
+               unit.status == EntityStatus::ok;
+    });
+    return found == units_.end() ? nullptr : &found->second;
+}
+
+uint32_t Chassis::available_watts(RedundancyMode mode) const
+{
+    std::vector<uint32_t> outputs;
+    for (const auto& [index, unit] : units_) {
+        if (unit.type == UnitType::power_supply && unit.powered) {
+            outputs.push_back(unit.watts);
+        }
+    }
+    std::ranges::sort(outputs, std::ranges::greater());
+    size_t spare = 0;
+    if (mode == RedundancyMode::spare_supply) {
+        spare = std::min<size_t>(outputs.size(), 1);
+    } else if (mode == RedundancyMode::spare_half) {
+        spare = (outputs.size() + 1) / 2;
+    }
+    return std::accumulate(outputs.begin() + static_cast<ptrdiff_t>(spare), outputs.end(),
+                           uint32_t{0});
+}
+
+uint32_t Chassis::drawn_watts() const
+{
+    uint32_t watts = 0;
+    for (const auto& [index, unit] : units_) {
+        watts += unit.type == UnitType::power_supply ? 0 : watts_now(unit);
+    }
+    return watts;
 }
 
 void Chassis::write(uint32_t index, std::span<const TextChange> changes)
@@ -47,10 +120,266 @@ void Chassis::write(uint32_t index, std::span<const TextChange> changes)
 
 void Chassis::announce_change()
 {
-    last_change_ = Clock::now();
-    for (const Observer& observer : observers_) {
-        observer(Event::inventory_change);
+    last_change_ = now_();
+    tell(Event::inventory_change, 0);
+}
+
+void Chassis::set_admin_status(uint32_t index, AdminStatus status)
+{
+    Unit& unit = units_.at(index);
+    if (status != AdminStatus::on) {
+        refuse_for_active_supervisor(unit);
     }
+    if (status == AdminStatus::restart) {
+        unit.admin_status = AdminStatus::on;
+        settle_after_break(unit);
+        return;
+    }
+    unit.admin_status = status;
+    settle(unit);
+}
+
+void Chassis::set_power_admin_status(uint32_t index, PowerAdminStatus status)
+{
+    Unit& unit = units_.at(index);
+    if (status == PowerAdminStatus::off || status == PowerAdminStatus::cycle) {
+        refuse_for_active_supervisor(unit);
+    }
+    if (status == PowerAdminStatus::cycle) {
+        unit.power_admin_status = PowerAdminStatus::on;
+        settle_after_break(unit);
+        return;
+    }
+    unit.power_admin_status = status;
+    settle(unit);
+}
+
+void Chassis::set_redundancy_mode(RedundancyMode mode)
+{
+    if (mode == redundancy_mode_) {
+        return;
+    }
+    const uint32_t available = available_watts(mode);
+    if (available < drawn_watts()) {
+        throw Refusal("the mode would leave " + std::to_string(available) + " W of the " +
+                      std::to_string(drawn_watts()) + " W that are drawn");
+    }
+    redundancy_mode_ = mode;
+}
+
+void Chassis::set_output(uint32_t index, uint32_t watts)
+{
+    const auto found = units_.find(index);
+    if (found == units_.end() || found->second.type != UnitType::power_supply) {
+        throw Refusal(entities_.at(index).name + " is no power supply");
+    }
+    const Unit before = found->second;
+    found->second.watts = watts;
+    tell_changes(before, found->second);
+}
+
+void Chassis::set_failed(uint32_t index, bool failed)
+{
+    const Entity& entity = entities_.at(index);
+    const bool fan = entity.entity_class == EntityClass::fan;
+    const auto found = units_.find(fan ? entity.contained_in : index);
+    if (found == units_.end()) {
+        throw Refusal(entity.name + " is no module, power supply, fan tray or fan");
+    }
+    for (auto& [number, part] : entities_) {
+        if (number == index || (!failed && part.contained_in == index)) {
+            part.failed = failed;
+        }
+    }
+    Unit& unit = found->second;
+    if (failed && !fan && unit.power_admin_status == PowerAdminStatus::on_until_failure) {
+        unit.power_admin_status = PowerAdminStatus::off;
+    }
+    settle(unit);
+}
+
+void Chassis::pull(uint32_t index)
+{
+    const Entity& entity = entities_.at(index);
+    const auto place = places_.find(entity.contained_in);
+    if (place == places_.end() || !entity.replaceable) {
+        throw Refusal(entity.name + " cannot be pulled");
+    }
+    const auto unit = units_.find(index);
+    if (unit != units_.end()) {
+        refuse_for_active_supervisor(unit->second);
+        change_status(unit->second, EntityStatus::off, false);
+    }
+    tell(Event::fru_removed, index);
+
+    std::vector<Entity> entities;
+    std::erase_if(entities_, [&](auto& entry) {
+        const bool goes = entry.first == index || entry.second.contained_in == index;
+        if (goes) {
+            entities.push_back(std::move(entry.second));
+        }
+        return goes;
+    });
+    if (unit != units_.end()) {
+        place->second.pulled = Assembly{unit->second, std::move(entities)};
+        units_.erase(unit);
+    }
+    announce_change();
+}
+
+void Chassis::insert(uint32_t index, std::optional<Assembly> other)
+{
+    Place& place = empty_place(index);
+    std::optional<Assembly> assembly = std::move(other ? other : place.pulled);
+    if (!assembly) {
+        throw Refusal("nothing was pulled from " + entities_.at(index).name +
+                      "; say which type of unit to insert");
+    }
+    place.pulled.reset();
+    Unit& unit = fit(std::move(*assembly));
+    tell(Event::fru_inserted, unit.index);
+    announce_change();
+    settle(unit);
+}
+
+void Chassis::plug_unknown(uint32_t index)
+{
+    const uint32_t unit = empty_place(index).unit_index;
+    add({.index = unit,
+         .entity_class = EntityClass::unknown,
+         .contained_in = index,
+         .position = 1,
+         .replaceable = true,
+         .failed = true,
+         .description = "Unit that the switch does not recognize",
+         .name = "Unknown unit in " + entities_.at(index).name});
+    tell(Event::unrecognized_fru, unit);
+    announce_change();
+}
+
+void Chassis::advance()
+{
+    for (auto& [index, unit] : units_) {
+        if (unit.status == EntityStatus::starting) {
+            settle(unit);
+        }
+    }
+}
+
+void Chassis::tell(Event event, uint32_t index)
+{
+    if (event != Event::inventory_change && !settings_.status_notifications) {
+        return;
+    }
+    for (const Observer& observer : observers_) {
+        observer(event, index);
+    }
+}
+
+Unit& Chassis::fit(Assembly assembly)
+{
+    for (Entity& entity : assembly.entities) {
+        add(std::move(entity));
+    }
+    return units_.emplace(assembly.unit.index, assembly.unit).first->second;
+}
+
+Place& Chassis::empty_place(uint32_t index)
+{
+    const std::string& name = entities_.at(index).name;
+    const auto place = places_.find(index);
+    if (place == places_.end()) {
+        throw Refusal(name + " is no slot or bay");
+    }
+    if (find(place->second.unit_index) != nullptr) {
+        throw Refusal(name + " is not empty");
+    }
+    return place->second;
+}
+
+bool Chassis::has_failed_part(const Unit& unit) const
+{
+    return std::ranges::any_of(entities_, [&](const auto& entry) {
+        return entry.second.failed && entry.second.contained_in == unit.index;
+    });
+}
+
+void Chassis::refuse_for_active_supervisor(const Unit& unit) const
+{
+    if (active_supervisor() == &unit) {
+        throw Refusal(entities_.at(unit.index).name + " is the active supervisor");
+    }
+}
+
+/// The one place where a unit's status changes.
+void Chassis::change_status(Unit& unit, EntityStatus status, bool powered)
+{
+    const Unit before = unit;
+    unit.status = status;
+    unit.powered = powered;
+    unit.starts += powered && !before.powered ? 1 : 0;
+    if (status != before.status) {
+        unit.status_changed = now_();
+        if (status == EntityStatus::ok) {
+            unit.went_into_service = unit.status_changed;
+        }
+    }
+    tell_changes(before, unit);
+}
+
+void Chassis::tell_changes(const Unit& before, const Unit& unit)
+{
+    if (unit.type == UnitType::power_supply) {
+        if (watts_now(unit) != watts_now(before)) {
+            tell(Event::power_supply_output_change, unit.index);
+        }
+        return;
+    }
+    if (power_status(unit) != power_status(before)) {
+        tell(Event::power_status_change, unit.index);
+    }
+    if (unit.status != before.status) {
+        tell(unit.type == UnitType::module ? Event::module_status_change
+                                           : Event::fan_tray_status_change,
+             unit.index);
+    }
+}
+
+/// Brings a unit to the status that its failures and its switches ask for.
+void Chassis::settle(Unit& unit)
+{
+    const bool off =
+        unit.admin_status == AdminStatus::off || unit.power_admin_status == PowerAdminStatus::off;
+    if (entities_.at(unit.index).failed) {
+        change_status(unit, EntityStatus::failed, false);
+    } else if (off) {
+        change_status(unit, EntityStatus::off, false);
+    } else if (has_failed_part(unit)) {
+        change_status(unit, EntityStatus::failed, true);
+    } else {
+        start(unit);
+    }
+}
+
+/// Has a unit go into service: a module after it has started, which takes time.
+void Chassis::start(Unit& unit)
+{
+    if (unit.type == UnitType::module && !unit.powered) {
+        unit.ready_at = now_() + start_time_;
+        change_status(unit, EntityStatus::starting, true);
+    }
+    if (now_() >= unit.ready_at) {
+        change_status(unit, EntityStatus::ok, true);
+    }
+}
+
+/// Settles a unit, but one that runs goes off first.
+void Chassis::settle_after_break(Unit& unit)
+{
+    if (unit.powered) {
+        change_status(unit, EntityStatus::off, false);
+    }
+    settle(unit);
 }
 
 } // namespace sim

@@ -1,84 +1,93 @@
-/// The model of the simulated switch: the physical entities that a chassis is made of.
+/// The model of the simulated switch: the physical entities that a chassis is made of, and the
+/// units among them.
 ///
 /// Whatever changes in it changes here, and the change itself is what tells the observers; nobody
 /// else raises events.
 #pragma once
 
+#include "entity.h"
 #include "opcodes.h"
+#include "unit.h"
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace sim {
 
-/// Values of ENTITY-MIB's entPhysicalClass.
-enum class EntityClass : int32_t {
-    chassis = 3,
-    container = 5,
-    power_supply = 6,
-    fan = 7,
-    sensor = 8,
-    module = 9,
-    port = 10,
+/// A slot or bay, whose container has a row of its own whether or not a unit fills it.
+struct Place {
+    uint32_t index = 0;               ///< entPhysicalIndex of the container
+    UnitType type{};                  ///< of the units that it takes
+    uint32_t unit_index = 0;          ///< entPhysicalIndex of whatever fills it
+    std::optional<Assembly> pulled{}; ///< what was pulled from it and may be inserted again
 };
 
-/// How a physical entity is; 2 is what a healthy one reports.
-enum class EntityStatus : int32_t { ok = 2 };
-
-/// One physical entity. The lengths of its texts are bounded by its record; see entity_record.h.
-struct Entity {
-    uint32_t index = 0;                           ///< entPhysicalIndex
-    EntityClass entity_class = EntityClass::port; ///< entPhysicalClass
-    uint32_t contained_in = 0;                    ///< index of the container, 0 for none
-    int32_t position = -1;                        ///< among its siblings of the same class
-    uint32_t vendor_type = 1;                     ///< last sub-identifier of the vendor type
-    bool replaceable = false;                     ///< field-replaceable unit
-    EntityStatus status = EntityStatus::ok;
-    std::string description{};
-    std::string name{};
-    std::string hardware_revision{};
-    std::string firmware_revision{};
-    std::string software_revision{};
-    std::string serial{};
-    std::string manufacturer{};
-    std::string model{};
-    std::string alias{};
-    std::string asset_id{};
-    std::string second_serial{};
-    std::string part_revision{};
-    std::string clei_code{};
+/// How much of the power supplies' output is held back for the failure of some of them.
+enum class RedundancyMode : int32_t {
+    none = 1,
+    spare_supply = 2, ///< the output of one, the largest
+    spare_half = 3,   ///< the output of half of them, the larger ones, rounded up
 };
 
-/// A new value for one text of an entity.
-struct TextChange {
-    std::string Entity::*text;
-    std::string value;
+/// What an operator sets for the switch as a whole, and what is only kept for him.
+struct SwitchSettings {
+    int32_t max_default_in_line_power = 12500;
+    bool status_notifications = true; ///< events of units are raised; see Chassis::observe()
+};
+
+/// A change that the switch refuses, and why.
+class Refusal : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
 };
 
 class Chassis {
 public:
-    using Clock = std::chrono::system_clock;
-    using Observer = std::function<void(Event)>;
+    /// @param index entPhysicalIndex of the unit that the event is about; 0 for an inventory change
+    using Observer = std::function<void(Event event, uint32_t index)>;
+    using TimeSource = std::function<Clock::time_point()>;
 
     /// @param file name of the file that describes the chassis
-    explicit Chassis(std::string file) : file_(std::move(file)) {}
+    /// @param now  what the chassis takes the time from
+    explicit Chassis(std::string file, TimeSource now = Clock::now)
+        : file_(std::move(file)), now_(std::move(now))
+    {
+    }
 
-    /// Adds an entity while the chassis is put together; no change that anybody is told of.
-    /// Throws std::invalid_argument when its index is taken or lies among the transceivers' rows.
+    // While the chassis is put together; nothing of it is a change that anybody is told of.
+
+    /// Adds an entity. Throws std::invalid_argument when its index is taken or lies among the
+    /// transceivers' rows.
     void add(Entity entity);
 
-    /// Has `observer` called at every change, after it happened.
+    /// Adds a place whose container is there, and a unit that is in service from the start.
+    void add_place(Place place) { places_.emplace(place.index, std::move(place)); }
+    void add_unit(Assembly assembly);
+
+    /// How long a module starts before it goes into service.
+    void set_start_time(std::chrono::seconds time) { start_time_ = time; }
+
+    // How it is.
+
+    /// Has `observer` called at every change: when it happened, but before a removed unit is gone.
+    /// While status notifications are off, inventory changes alone are told.
     void observe(Observer observer) { observers_.push_back(std::move(observer)); }
 
     const std::string& file() const { return file_; }
 
-    /// All entities in increasing order of index.
+    /// All entities and all units in increasing order of index.
     const std::map<uint32_t, Entity>& entities() const { return entities_; }
+    const std::map<uint32_t, Unit>& units() const { return units_; }
+
+    /// All places by the index of their container.
+    const std::map<uint32_t, Place>& places() const { return places_; }
 
     /// The entity with an index, or null.
     const Entity* find(uint32_t index) const;
@@ -86,21 +95,86 @@ public:
     /// The entity with the least index above `index`, or null.
     const Entity* next_after(uint32_t index) const;
 
+    /// The unit with an index, or null.
+    const Unit* find_unit(uint32_t index) const;
+
+    /// How an entity is: a unit as its power and its failures say, a part as its unit, unless the
+    /// part itself has failed.
+    EntityStatus status(const Entity& entity) const;
+
+    /// The supervisor in charge, or null: of those in service the one in the lowest slot. It can be
+    /// neither switched off nor pulled.
+    const Unit* active_supervisor() const;
+
+    /// Watts that the healthy power supplies deliver, without what the mode holds back.
+    uint32_t available_watts(RedundancyMode mode) const;
+
+    /// Watts that modules and fan trays draw.
+    uint32_t drawn_watts() const;
+
+    RedundancyMode redundancy_mode() const { return redundancy_mode_; }
+
+    /// When the inventory last changed; at first when the chassis was made.
+    Clock::time_point last_change() const { return last_change_; }
+
+    // Changes. An index that is unknown throws std::out_of_range, what the switch refuses Refusal.
+
+    SwitchSettings& settings() { return settings_; }
+
     /// Writes texts of an entity; values that are already there change nothing.
-    /// Throws std::out_of_range for an unknown index.
     void write(uint32_t index, std::span<const TextChange> changes);
 
     /// Counts as a change of the inventory, and tells the observers so.
     void announce_change();
 
-    /// When the inventory last changed; at first when the chassis was made.
-    Clock::time_point last_change() const { return last_change_; }
+    /// Switches a module, or the power of a module or fan tray.
+    void set_admin_status(uint32_t index, AdminStatus status);
+    void set_power_admin_status(uint32_t index, PowerAdminStatus status);
+
+    /// Refused when the watts then available would not cover what is drawn.
+    void set_redundancy_mode(RedundancyMode mode);
+
+    /// What a power supply delivers when it is healthy.
+    void set_output(uint32_t index, uint32_t watts);
+
+    /// Has a unit or a fan fail, or repairs it; a fan tray is repaired with its fans.
+    void set_failed(uint32_t index, bool failed);
+
+    /// Pulls the unit with an index out of its place.
+    void pull(uint32_t index);
+
+    /// Fills an empty place, by the index of its container, with what was last pulled from it or
+    /// with another unit that is made for it.
+    void insert(uint32_t place, std::optional<Assembly> other = std::nullopt);
+
+    /// Fills an empty place with a unit that the switch does not recognize.
+    void plug_unknown(uint32_t place);
+
+    /// Moves on what takes time: modules whose start is over go into service.
+    void advance();
 
 private:
+    void tell(Event event, uint32_t index);
+    Unit& fit(Assembly assembly);
+    Place& empty_place(uint32_t index);
+    bool has_failed_part(const Unit& unit) const;
+    void refuse_for_active_supervisor(const Unit& unit) const;
+    void change_status(Unit& unit, EntityStatus status, bool powered);
+    void tell_changes(const Unit& before, const Unit& unit);
+    void settle(Unit& unit);
+    void start(Unit& unit);
+    void settle_after_break(Unit& unit);
+
     std::string file_;
+    TimeSource now_;
     std::map<uint32_t, Entity> entities_;
+    std::map<uint32_t, Unit> units_;
+    std::map<uint32_t, Place> places_;
     std::vector<Observer> observers_;
-    Clock::time_point last_change_ = Clock::now();
+    std::chrono::seconds start_time_{3};
+    RedundancyMode redundancy_mode_ = RedundancyMode::none;
+    SwitchSettings settings_;
+    Clock::time_point last_change_ = now_();
 };
 
 } // namespace sim

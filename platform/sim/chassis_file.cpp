@@ -51,6 +51,7 @@ Entity make_fan(uint32_t tray, uint32_t number)
 
 /// What fills the places of a chassis: modules its slots, power supplies and fan trays their bays.
 struct UnitKind {
+    UnitType type;
     std::string_view entry; ///< each [[entry]] table of the file describes one
     std::string_view name;  ///< of a unit, before its place's number
     EntityClass entity_class;
@@ -68,13 +69,15 @@ struct UnitKind {
     /// is number 0 of these holders, the unit in place n is number sensor_holder_base + n.
     uint32_t sensor_holder_base;
 
+    std::string_view watts;      ///< key of what a unit draws or delivers
     std::string_view parts = {}; ///< key with the number of ports or fans
     uint32_t max_parts = 0;
     Entity (*make_part)(uint32_t place, uint32_t number) = nullptr;
 };
 
 constexpr UnitKind unit_kinds[] = {
-    {.entry = "module",
+    {.type = UnitType::module,
+     .entry = "module",
      .name = "Module",
      .entity_class = EntityClass::module,
      .vendor_type = 1,
@@ -86,10 +89,12 @@ constexpr UnitKind unit_kinds[] = {
      .place_vendor_type = 1,
      .place_base = 100,
      .sensor_holder_base = 0,
+     .watts = "power",
      .parts = "ports",
      .max_parts = 64,
      .make_part = make_port},
-    {.entry = "power-supply",
+    {.type = UnitType::power_supply,
+     .entry = "power-supply",
      .name = "Power supply",
      .entity_class = EntityClass::power_supply,
      .vendor_type = 1,
@@ -100,8 +105,10 @@ constexpr UnitKind unit_kinds[] = {
      .place_name = "Power supply bay",
      .place_vendor_type = 2,
      .place_base = 200,
-     .sensor_holder_base = 20},
-    {.entry = "fan-tray",
+     .sensor_holder_base = 20,
+     .watts = "output"},
+    {.type = UnitType::fan_tray,
+     .entry = "fan-tray",
      .name = "Fan tray",
      // A replaceable subsystem that contains fans is a module in ENTITY-MIB's terms.
      .entity_class = EntityClass::module,
@@ -114,6 +121,7 @@ constexpr UnitKind unit_kinds[] = {
      .place_vendor_type = 3,
      .place_base = 300,
      .sensor_holder_base = 40,
+     .watts = "power",
      .parts = "fans",
      .max_parts = 16,
      .make_part = make_fan},
@@ -143,12 +151,58 @@ Keys entity_keys(Keys more)
     return more;
 }
 
+/// Keys that a unit of a kind may have, and `more`.
+Keys unit_keys(const UnitKind& kind, Keys more = {})
+{
+    more.insert(more.end(), {"sensors", kind.watts});
+    if (!kind.parts.empty()) {
+        more.push_back(kind.parts);
+    }
+    if (kind.type == UnitType::module) {
+        more.push_back("role");
+    }
+    return entity_keys(std::move(more));
+}
+
 /// Reads one file. Every complaint names the line of what it is about.
 class Reader {
 public:
-    explicit Reader(const std::string& file) : file_(file), root_(parse()), chassis_(file) {}
+    explicit Reader(const std::string& file, Chassis::TimeSource now = Clock::now)
+        : file_(file), root_(parse()), chassis_(file, std::move(now))
+    {
+    }
 
     Chassis read()
+    {
+        read_places();
+        for (const UnitKind& kind : unit_kinds) {
+            for_each_table(root_.get(kind.entry), kind.entry,
+                           [&](const toml::table& entry) { add_units(kind, entry); });
+        }
+        return std::move(chassis_);
+    }
+
+    Assembly read_unit(uint32_t place, const std::string& type)
+    {
+        read_places();
+        const auto in_place = [&](const UnitKind& kind) {
+            return place > kind.place_base && place <= kind.place_base + kind.max_places;
+        };
+        const auto* kind = std::ranges::find_if(unit_kinds, in_place);
+        if (kind == std::end(unit_kinds)) {
+            throw ChassisFileError(concat(file_, ": no unit fits into ", place));
+        }
+        if (!root_["types"][type].is_table()) {
+            throw ChassisFileError(concat(file_, ": there is no [types.", type, "]"));
+        }
+        const toml::table entry{{"type", type}};
+        const Settings settings = settings_of(*kind, entry);
+        return make_unit(*kind, place - kind->place_base, settings, settings.type->source());
+    }
+
+private:
+    /// Everything but the units.
+    void read_places()
     {
         check_keys(root_, {"chassis", "types", "module", "power-supply", "fan-tray"});
         check_types();
@@ -160,14 +214,8 @@ public:
         for (const UnitKind& kind : unit_kinds) {
             add_places(kind, as_table(*settings, "chassis"));
         }
-        for (const UnitKind& kind : unit_kinds) {
-            for_each_table(root_.get(kind.entry), kind.entry,
-                           [&](const toml::table& entry) { add_units(kind, entry); });
-        }
-        return std::move(chassis_);
     }
 
-private:
     [[noreturn]] void fail(const toml::source_region& where, const auto&... what) const
     {
         const size_t line = std::max<size_t>(where.begin.line, 1);
@@ -202,9 +250,9 @@ private:
         if (types == nullptr) {
             return;
         }
-        Keys keys = entity_keys({"sensors"});
+        Keys keys;
         for (const UnitKind& kind : unit_kinds) {
-            keys.push_back(kind.parts);
+            keys = unit_keys(kind, std::move(keys));
         }
         for (const auto& [name, type] : as_table(*types, "types")) {
             check_keys(as_table(type, name.str()), keys);
@@ -290,7 +338,8 @@ private:
         }
     }
 
-    void add(Entity entity, const toml::source_region& where)
+    /// An entity with what it has from others, checked.
+    Entity completed(Entity entity, const toml::source_region& where) const
     {
         if (entity.manufacturer.empty()) {
             entity.manufacturer = manufacturer_;
@@ -298,12 +347,12 @@ private:
         for (const EntityText& text : entity_texts) {
             check_text(where, text, entity.*text.text);
         }
-        chassis_.add(std::move(entity));
+        return entity;
     }
 
     void add_chassis(const toml::table& settings)
     {
-        Keys keys = entity_keys({"sensors"});
+        Keys keys = entity_keys({"sensors", "start-seconds"});
         for (const UnitKind& kind : unit_kinds) {
             keys.push_back(kind.place_count);
         }
@@ -316,8 +365,13 @@ private:
         describe(chassis, {settings});
         manufacturer_ = chassis.manufacturer;
         serial_ = chassis.serial;
-        add(chassis, settings.source());
-        add_sensors(chassis, 0, {settings});
+        if (const toml::node* node = settings.get("start-seconds")) {
+            chassis_.set_start_time(std::chrono::seconds(number(*node, "start-seconds", 0, 3600)));
+        }
+        chassis_.add(completed(chassis, settings.source()));
+        for (Entity& sensor : make_sensors(chassis, 0, {settings})) {
+            chassis_.add(std::move(sensor));
+        }
     }
 
     /// Slots and bays are all containers in the chassis, so their positions follow on each other.
@@ -325,20 +379,23 @@ private:
     {
         const uint32_t places = count({settings}, kind.place_count, kind.max_places);
         for (uint32_t place = 1; place <= places; ++place) {
-            add({.index = kind.place_base + place,
-                 .entity_class = EntityClass::container,
-                 .contained_in = chassis_index,
-                 .position = ++containers_,
-                 .vendor_type = kind.place_vendor_type,
-                 .description = std::string(kind.place_name),
-                 .name = concat(kind.place_name, " ", place)},
-                settings.source());
+            const uint32_t index = kind.place_base + place;
+            chassis_.add(completed({.index = index,
+                                    .entity_class = EntityClass::container,
+                                    .contained_in = chassis_index,
+                                    .position = ++containers_,
+                                    .vendor_type = kind.place_vendor_type,
+                                    .description = std::string(kind.place_name),
+                                    .name = concat(kind.place_name, " ", place)},
+                                   settings.source()));
+            chassis_.add_place(
+                {.index = index, .type = kind.type, .unit_index = kind.base + place});
         }
     }
 
     Settings settings_of(const UnitKind& kind, const toml::table& entry) const
     {
-        check_keys(entry, entity_keys({"type", "sensors", kind.place, kind.parts}));
+        check_keys(entry, unit_keys(kind, {"type", kind.place}));
         const toml::node* name = entry.get("type");
         if (name == nullptr) {
             return {entry};
@@ -350,7 +407,7 @@ private:
         if (type == nullptr) {
             fail(name->source(), "there is no [types.", name->as_string()->get(), "]");
         }
-        check_keys(*type->as_table(), entity_keys({"sensors", kind.parts}));
+        check_keys(*type->as_table(), unit_keys(kind));
         return {entry, type->as_table()};
     }
 
@@ -381,34 +438,66 @@ private:
         if (chassis_.find(kind.base + place) != nullptr) {
             fail(node.source(), kind.place, " ", place, " holds another ", kind.entry);
         }
-        Entity unit{.index = kind.base + place,
-                    .entity_class = kind.entity_class,
-                    .contained_in = kind.place_base + place,
-                    .position = 1,
-                    .vendor_type = kind.vendor_type,
-                    .replaceable = true,
-                    .description = std::string(kind.name),
-                    .name = concat(kind.name, " ", place)};
-        unit.serial = serial_.empty() ? "" : concat(serial_, "-", unit.index);
-        describe(unit, settings);
-        add(unit, node.source());
-        add_sensors(unit, kind.sensor_holder_base + place, settings);
+        chassis_.add_unit(make_unit(kind, place, settings, node.source()));
+    }
 
+    /// A unit for a place, with its parts. Complaints that no key is to blame for name `where`.
+    Assembly make_unit(const UnitKind& kind, uint32_t place, const Settings& settings,
+                       const toml::source_region& where) const
+    {
+        Entity entity{.index = kind.base + place,
+                      .entity_class = kind.entity_class,
+                      .contained_in = kind.place_base + place,
+                      .position = 1,
+                      .vendor_type = kind.vendor_type,
+                      .replaceable = true,
+                      .description = std::string(kind.name),
+                      .name = concat(kind.name, " ", place)};
+        entity.serial = serial_.empty() ? "" : concat(serial_, "-", entity.index);
+        describe(entity, settings);
+
+        Assembly assembly{.unit = {.type = kind.type,
+                                   .index = entity.index,
+                                   .number = place,
+                                   .role = role_of(settings),
+                                   .watts = count(settings, kind.watts, max_watts)},
+                          .entities =
+                              make_sensors(entity, kind.sensor_holder_base + place, settings)};
         const uint32_t parts = count(settings, kind.parts, kind.max_parts);
         for (uint32_t number = 1; number <= parts; ++number) {
             Entity part = kind.make_part(place, number);
-            part.contained_in = unit.index;
+            part.contained_in = entity.index;
             part.position = static_cast<int32_t>(number);
-            add(std::move(part), node.source());
+            assembly.entities.push_back(completed(std::move(part), where));
         }
+        assembly.entities.push_back(completed(std::move(entity), where));
+        return assembly;
     }
 
-    void add_sensors(const Entity& holder, uint32_t holder_number, const Settings& settings)
+    ModuleRole role_of(const Settings& settings) const
     {
-        uint32_t number = 0;
+        const toml::node* node = settings.find("role");
+        if (node == nullptr) {
+            return ModuleRole::line_card;
+        }
+        const auto role = node->value_exact<std::string_view>();
+        if (role == "line-card") {
+            return ModuleRole::line_card;
+        }
+        if (role == "supervisor") {
+            return ModuleRole::supervisor;
+        }
+        fail(node->source(), "'role' is neither \"supervisor\" nor \"line-card\"");
+    }
+
+    std::vector<Entity> make_sensors(const Entity& holder, uint32_t holder_number,
+                                     const Settings& settings) const
+    {
+        std::vector<Entity> sensors;
         for_each_table(settings.find("sensors"), "sensors", [&](const toml::table& entry) {
             check_keys(entry, entity_keys({}));
-            if (++number > max_sensors) {
+            const auto number = static_cast<uint32_t>(sensors.size() + 1);
+            if (number > max_sensors) {
                 fail(entry.source(), "more than ", max_sensors, " sensors");
             }
             Entity sensor{.index = ENTITY_SENSOR_START + max_sensors * holder_number + number - 1,
@@ -420,8 +509,9 @@ private:
             describe(sensor, {entry});
             // Entries of a type describe the sensors of many holders.
             sensor.name = holder.name + " " + sensor.name;
-            add(std::move(sensor), entry.source());
+            sensors.push_back(completed(std::move(sensor), entry.source()));
         });
+        return sensors;
     }
 
     const std::string& file_;
@@ -434,9 +524,14 @@ private:
 
 } // namespace
 
-Chassis load_chassis(const std::string& file)
+Chassis load_chassis(const std::string& file, Chassis::TimeSource now)
 {
-    return Reader(file).read();
+    return Reader(file, std::move(now)).read();
+}
+
+Assembly make_unit(const std::string& file, uint32_t place, const std::string& type)
+{
+    return Reader(file).read_unit(place, type);
 }
 
 } // namespace sim

@@ -15,6 +15,10 @@ public:
 };
 
 /// Reads a chassis file. Throws ChassisFileError.
-Chassis load_chassis(const std::string& file);
+Chassis load_chassis(const std::string& file, Chassis::TimeSource now = Clock::now);
+
+/// Makes a unit of one of the file's types, switched off yet, that fits into a place by the index
+/// of the container. Throws ChassisFileError.
+Assembly make_unit(const std::string& file, uint32_t place, const std::string& type);
 
 } // namespace sim

@@ -1,16 +1,12 @@
 #include "entity_record.h"
 
+#include "record_fields.h"
+
 #include <algorithm>
 #include <cstring>
 
 namespace sim {
 namespace {
-
-/// The field has to be cleared; one byte at least stays the NUL.
-void put_text(std::span<char> field, std::string_view text)
-{
-    std::ranges::copy(text.substr(0, field.size() - 1), field.begin());
-}
 
 void put_vendor_type(ent_phys_entry& record, const Entity& entity)
 {
@@ -32,7 +28,7 @@ void put_vendor_type(ent_phys_entry& record, const Entity& entity)
 
 } // namespace
 
-ent_phys_entry encode(const Entity& entity, const Entity* container)
+ent_phys_entry encode(const Chassis& chassis, const Entity& entity)
 {
     ent_phys_entry record{};
     record.entPhysicalIndex = entity.index;
@@ -41,11 +37,11 @@ ent_phys_entry encode(const Entity& entity, const Entity* container)
     record.entPhysicalClass = static_cast<int32_t>(entity.entity_class);
     record.entPhysicalParentRelPos = entity.position;
     record.entPhysicalIsFRU = entity.replaceable ? 1 : 2;
-    record.physical_status = static_cast<int32_t>(entity.status);
+    record.physical_status = static_cast<int32_t>(chassis.status(entity));
     for (const EntityText& text : entity_texts) {
         put_text(text.field(record), entity.*text.text);
     }
-    if (container != nullptr) {
+    if (const Entity* container = chassis.find(entity.contained_in)) {
         put_text(record.container_name, container->name);
     }
     return record;

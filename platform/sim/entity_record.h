@@ -45,8 +45,8 @@ inline constexpr EntityText entity_texts[] = {
     entity_text<&Row::clei_code>("clei-code", &Entity::clei_code),
 };
 
-/// The record of an entity in host order. `container` is the entity that contains it, or null.
-ent_phys_entry encode(const Entity& entity, const Entity* container);
+/// The record of an entity of the chassis in host order.
+ent_phys_entry encode(const Chassis& chassis, const Entity& entity);
 
 /// The settable texts that a record carries, each cut where its field ends.
 std::vector<TextChange> decode_settable_texts(const ent_phys_entry& record);

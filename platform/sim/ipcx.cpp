@@ -1,13 +1,13 @@
 #include "c_boundary.h"
 #include "event_log.h"
 #include "event_queue.h"
+#include "notification_sender.h"
 #include "request_user.h"
 
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
 #include <cerrno>
 #include <map>
-#include <memory>
 #include <sys/eventfd.h>
 #include <system_error>
 #include <unistd.h>
@@ -25,28 +25,11 @@ std::vector<Message> queue;
 std::map<uint32_t, ipcx_event_handler*> handlers;
 int wakeup = -1; ///< eventfd that is readable while messages wait
 
-using Bindings = std::unique_ptr<netsnmp_variable_list, decltype(&snmp_free_varbind)>;
-
 void wake_agent()
 {
     if (wakeup >= 0) {
         eventfd_write(wakeup, 1);
     }
-}
-
-/// The agent itself puts sysUpTime.0 before the bindings.
-void send_notification(const oid* trap_oid, size_t trap_oid_length, Bindings bindings)
-{
-    static const oid snmp_trap_oid[] = {1, 3, 6, 1, 6, 3, 1, 1, 4, 1, 0};
-    netsnmp_variable_list* first =
-        build_varbind(nullptr, trap_oid, ASN_OBJECT_ID, trap_oid_length * sizeof(oid),
-                      snmp_trap_oid, std::size(snmp_trap_oid));
-    if (first == nullptr) {
-        throw std::bad_alloc();
-    }
-    first->next_variable = bindings.release();
-    bindings.reset(first);
-    send_v2trap(first);
 }
 
 void deliver(Message& message)

@@ -4,6 +4,7 @@
 #include "chassis_file.h"
 #include "control.h"
 #include "event_queue.h"
+#include "heartbeat.h"
 #include "platform_manager.h"
 #include "request_user.h"
 
@@ -18,6 +19,7 @@ namespace {
 
 ControlSocket control_socket;
 void* own_handle = nullptr; ///< keeps the libraries in the global scope
+unsigned int alarm = 0;     ///< the agent's, every second
 
 /// The agent loads modules into scopes of their own. The MIB modules that it loads later find the
 /// switch's libraries only in the global one.
@@ -68,6 +70,30 @@ void on_control(const char* /*token*/, char* line)
     configure(line, [](const std::string& path) { control_socket.open(path); });
 }
 
+void on_second(unsigned int /*alarm*/, void* /*unused*/)
+{
+    leave_request();
+    guard([] {
+        feed_watchdog();
+        if (Chassis* chassis = chassis_in_place()) {
+            chassis->advance();
+        }
+    });
+}
+
+void start_clock()
+{
+    alarm = snmp_alarm_register(1, SA_REPEAT, on_second, nullptr);
+    if (alarm == 0) {
+        throw std::runtime_error("the agent gives no alarm");
+    }
+}
+
+void stop_clock()
+{
+    snmp_alarm_unregister(std::exchange(alarm, 0));
+}
+
 } // namespace
 } // namespace sim
 
@@ -77,6 +103,8 @@ void init_chmplatform()
         sim::enter_global_scope();
         sim::start_tracking_requests();
         sim::start_event_delivery();
+        sim::find_watchdog();
+        sim::start_clock();
         snmpd_register_config_handler("chmChassis", sim::on_chassis, nullptr, "FILE");
         snmpd_register_config_handler("chmControl", sim::on_control, nullptr, "SOCKET");
     });
@@ -88,6 +116,7 @@ void deinit_chmplatform()
         snmpd_unregister_config_handler("chmControl");
         snmpd_unregister_config_handler("chmChassis");
         sim::control_socket.close();
+        sim::stop_clock();
         sim::stop_event_delivery();
         sim::stop_tracking_requests();
         sim::leave_global_scope();

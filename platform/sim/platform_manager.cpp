@@ -2,8 +2,11 @@
 
 #include "c_boundary.h"
 #include "entity_record.h"
+#include "event_log.h"
 #include "event_queue.h"
+#include "record_fields.h"
 #include "result_code.h"
+#include "unit_record.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -21,13 +24,19 @@ struct Answer {
     Bytes block = {};
 };
 
-/// A record as the answer to a request.
 template <typename Record>
-Answer answer_with(Record record)
+Bytes in_wire_order(Record record)
 {
     swap_wire_order(record);
     const auto bytes = std::as_bytes(std::span(&record, 1));
-    return {ResultCode::ok, Bytes(bytes.begin(), bytes.end())};
+    return {bytes.begin(), bytes.end()};
+}
+
+/// A record as the answer to a request.
+template <typename Record>
+Answer answer_with(const Record& record)
+{
+    return {ResultCode::ok, in_wire_order(record)};
 }
 
 /// The record that a request carries, none when the request is too short for it.
@@ -43,12 +52,17 @@ std::optional<Record> record_of(std::span<const std::byte> request)
     return record;
 }
 
+bool is_known(int32_t operation)
+{
+    return operation >= CHM_REQ_GET && operation <= CHM_REQ_SET;
+}
+
 Answer read_entity(const Chassis& chassis, const Entity* entity)
 {
     if (entity == nullptr) {
         return {ResultCode::no_such_entry};
     }
-    return answer_with(encode(*entity, chassis.find(entity->contained_in)));
+    return answer_with(encode(chassis, *entity));
 }
 
 Answer write_entity(Chassis& chassis, const ent_phys_entry& record)
@@ -84,13 +98,142 @@ Answer physical_entity(Chassis& chassis, int32_t operation, std::span<const std:
 
 Answer last_change_time(Chassis& chassis, int32_t operation, std::span<const std::byte> /*none*/)
 {
-    using namespace std::chrono;
-    if (operation != CHM_REQ_GET) {
+    return operation == CHM_REQ_GET ? answer_with(record_time(chassis.last_change()))
+                                    : Answer{ResultCode::unknown_operation};
+}
+
+/// A value of an enumeration whose values are 1 to `last`, nothing for another number.
+template <typename Enumeration>
+std::optional<Enumeration> value_of(int32_t number, Enumeration last)
+{
+    if (number < 1 || number > static_cast<int32_t>(last)) {
+        return std::nullopt;
+    }
+    return static_cast<Enumeration>(number);
+}
+
+/// Makes a change that the switch may refuse; the reason goes to the event history.
+template <typename Change>
+Answer try_change(Change change)
+{
+    try {
+        change();
+        return {};
+    } catch (const Refusal& refusal) {
+        record_history(std::string("change refused: ") + refusal.what());
+        return {ResultCode::not_writable};
+    }
+}
+
+Answer write_module(Chassis& chassis, const module_record& record)
+{
+    const auto status = value_of(record.admin_status, AdminStatus::standby);
+    if (!status) {
+        return {ResultCode::value_out_of_range};
+    }
+    return try_change([&] { chassis.set_admin_status(record.index, *status); });
+}
+
+Answer write_power(Chassis& chassis, const power_status_record& record)
+{
+    const auto status = value_of(record.admin_status, PowerAdminStatus::on_until_failure);
+    if (!status) {
+        return {ResultCode::value_out_of_range};
+    }
+    return try_change([&] { chassis.set_power_admin_status(record.index, *status); });
+}
+
+Answer write_nothing(Chassis& /*chassis*/, const unit_status_record& /*record*/)
+{
+    return {ResultCode::not_writable};
+}
+
+/// The table of all units of some types.
+template <typename Record, Record (*Encode)(const Unit&), Answer (*Write)(Chassis&, const Record&),
+          UnitType... Types>
+Answer units(Chassis& chassis, int32_t operation, std::span<const std::byte> request)
+{
+    if (!is_known(operation)) {
         return {ResultCode::unknown_operation};
     }
-    const auto time = duration_cast<microseconds>(chassis.last_change().time_since_epoch());
-    return answer_with(
-        platform_time{static_cast<uint32_t>(time / 1s), static_cast<uint32_t>(time % 1s / 1us)});
+    const auto record = record_of<Record>(request);
+    if (!record) {
+        return {ResultCode::request_too_short};
+    }
+    const auto in_table = [](const auto& entry) { return ((entry.second.type == Types) || ...); };
+    const auto& all = chassis.units();
+    auto row = all.find(record->index);
+    if (operation == CHM_REQ_GETNEXT) {
+        row = std::find_if(all.upper_bound(record->index), all.end(), in_table);
+    }
+    if (row == all.end() || !in_table(*row)) {
+        return {ResultCode::no_such_entry};
+    }
+    return operation == CHM_REQ_SET ? Write(chassis, *record) : answer_with(Encode(row->second));
+}
+
+Answer write_power_supply_group(Chassis& chassis, const power_supply_group_record& record)
+{
+    const auto mode = value_of(record.redundancy_mode, RedundancyMode::spare_half);
+    if (!mode) {
+        return {ResultCode::value_out_of_range};
+    }
+    return try_change([&] { chassis.set_redundancy_mode(*mode); });
+}
+
+/// A table of one row.
+Answer power_supply_group(Chassis& chassis, int32_t operation, std::span<const std::byte> request)
+{
+    if (!is_known(operation)) {
+        return {ResultCode::unknown_operation};
+    }
+    const auto record = record_of<power_supply_group_record>(request);
+    if (!record) {
+        return {ResultCode::request_too_short};
+    }
+    const power_supply_group_record row = encode_power_supply_group(chassis);
+    if (operation == CHM_REQ_GETNEXT ? record->index >= row.index : record->index != row.index) {
+        return {ResultCode::no_such_entry};
+    }
+    return operation == CHM_REQ_SET ? write_power_supply_group(chassis, *record) : answer_with(row);
+}
+
+/// A number within a range, both ends of which belong to it.
+Answer scalar(int32_t operation, std::span<const std::byte> request, int32_t value, int32_t least,
+              int32_t most, auto write)
+{
+    if (operation == CHM_REQ_GET) {
+        return answer_with(value);
+    }
+    if (operation != CHM_REQ_SET) {
+        return {ResultCode::unknown_operation};
+    }
+    const auto written = record_of<int32_t>(request);
+    if (!written) {
+        return {ResultCode::request_too_short};
+    }
+    if (*written < least || *written > most) {
+        return {ResultCode::value_out_of_range};
+    }
+    write(*written);
+    return {};
+}
+
+Answer max_default_in_line_power(Chassis& chassis, int32_t operation,
+                                 std::span<const std::byte> request)
+{
+    int32_t& power = chassis.settings().max_default_in_line_power;
+    return scalar(operation, request, power, 0, 12500, [&](int32_t written) { power = written; });
+}
+
+Answer enable_status_notification(Chassis& chassis, int32_t operation,
+                                  std::span<const std::byte> request)
+{
+    constexpr int32_t yes = 1;
+    constexpr int32_t no = 2;
+    bool& enabled = chassis.settings().status_notifications;
+    return scalar(operation, request, enabled ? yes : no, yes, no,
+                  [&](int32_t written) { enabled = written == yes; });
 }
 
 struct Table {
@@ -100,7 +243,17 @@ struct Table {
 
 constexpr Table tables[] = {
     {Opcode::physical_entity, physical_entity},
+    {Opcode::power_supply_group, power_supply_group},
+    {Opcode::fru_power_status,
+     units<power_status_record, encode_power, write_power, UnitType::module, UnitType::fan_tray>},
+    {Opcode::module, units<module_record, encode_module, write_module, UnitType::module>},
+    {Opcode::max_default_in_line_power, max_default_in_line_power},
     {Opcode::last_change_time, last_change_time},
+    {Opcode::enable_status_notification, enable_status_notification},
+    {Opcode::fan_tray_status,
+     units<unit_status_record, encode_status, write_nothing, UnitType::fan_tray>},
+    {Opcode::power_supply_status,
+     units<unit_status_record, encode_status, write_nothing, UnitType::power_supply>},
 };
 
 std::unique_ptr<Chassis> chassis_placed;
@@ -115,6 +268,27 @@ Answer serve(uint32_t opcode, int32_t operation, std::span<const std::byte> requ
         return {ResultCode::unknown_opcode};
     }
     return table->serve(*chassis_placed, operation, request);
+}
+
+/// What an event about a unit carries, in wire order.
+Bytes payload_of(const Chassis& chassis, Event event, uint32_t index)
+{
+    switch (event) {
+    case Event::module_status_change:
+        return in_wire_order(encode_module(chassis.units().at(index)));
+    case Event::power_status_change:
+        return in_wire_order(encode_power(chassis.units().at(index)));
+    case Event::fan_tray_status_change:
+        return in_wire_order(encode_status(chassis.units().at(index)));
+    case Event::power_supply_output_change:
+        return in_wire_order(encode_output(chassis, chassis.units().at(index)));
+    case Event::fru_inserted:
+    case Event::fru_removed:
+    case Event::unrecognized_fru:
+        return in_wire_order(encode(chassis, chassis.entities().at(index)));
+    default:
+        return {};
+    }
 }
 
 /// The copy of a block that its receiver frees.
@@ -133,7 +307,9 @@ void place_chassis(Chassis chassis)
 {
     const bool exchanged = chassis_placed != nullptr;
     chassis_placed = std::make_unique<Chassis>(std::move(chassis));
-    chassis_placed->observe([](Event event) { post_event(event); });
+    chassis_placed->observe([](Event event, uint32_t index) {
+        post_event(event, payload_of(*chassis_placed, event, index));
+    });
     if (exchanged) {
         chassis_placed->announce_change();
     }

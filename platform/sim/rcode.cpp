@@ -22,6 +22,8 @@ const char* rcode2str(uint32_t code)
         return "operation not known for this opcode";
     case ResultCode::request_too_short:
         return "request shorter than its record";
+    case ResultCode::value_out_of_range:
+        return "value out of its range";
     case ResultCode::internal_error:
         return "internal error";
     }

@@ -14,6 +14,7 @@ enum class ResultCode : int32_t {
     unknown_opcode,
     unknown_operation,
     request_too_short,
+    value_out_of_range,
     internal_error,
 };
 

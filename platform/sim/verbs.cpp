@@ -1,14 +1,18 @@
 #include "verbs.h"
 
+#include "chassis_file.h"
 #include "entity_record.h"
 #include "event_log.h"
 #include "event_queue.h"
+#include "heartbeat.h"
 #include "platform_manager.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <ctime>
+#include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <unistd.h>
 
@@ -16,6 +20,9 @@ namespace sim {
 namespace {
 
 using nlohmann::json;
+
+/// While this file exists, the MIB modules report the unit status with power events too.
+const char* const marker_file = "/mnt/nvdb/chm_nvdb_hack";
 
 /// An argument of a request; the error of a missing or wrong one names it.
 template <typename Value>
@@ -110,6 +117,138 @@ json set(const json& arguments)
     return {{"index", index}};
 }
 
+const char* name_of(EntityStatus status)
+{
+    switch (status) {
+    case EntityStatus::ok:
+        return "ok";
+    case EntityStatus::off:
+        return "off";
+    case EntityStatus::failed:
+        return "failed";
+    case EntityStatus::starting:
+        return "starting";
+    case EntityStatus::unknown:
+        break;
+    }
+    return "unknown";
+}
+
+const char* name_of(UnitType type)
+{
+    switch (type) {
+    case UnitType::module:
+        return "module";
+    case UnitType::power_supply:
+        return "power-supply";
+    case UnitType::fan_tray:
+        break;
+    }
+    return "fan-tray";
+}
+
+/// What a unit is to be, as its two administrative statuses say it together.
+const char* admin_name(const Unit& unit)
+{
+    if (unit.admin_status == AdminStatus::off) {
+        return "off";
+    }
+    if (unit.power_admin_status == PowerAdminStatus::off) {
+        return "power-off";
+    }
+    return unit.admin_status == AdminStatus::standby ? "standby" : "on";
+}
+
+json units(const json& /*arguments*/)
+{
+    const Chassis& chassis = the_chassis();
+    json list = json::array();
+    for (const auto& [index, unit] : chassis.units()) {
+        list.push_back({{"index", index},
+                        {"name", chassis.entities().at(index).name},
+                        {"type", name_of(unit.type)},
+                        {"active", &unit == chassis.active_supervisor()},
+                        {"admin-status", admin_name(unit)},
+                        {"status", name_of(unit.status)},
+                        {"watts", watts_now(unit)}});
+    }
+    return list;
+}
+
+/// Has a change made of the entity that a request names.
+template <typename Change>
+json change_entity(const json& arguments, Change change)
+{
+    const uint32_t index = named_entity(arguments);
+    change(the_chassis(), index);
+    return {{"index", index}};
+}
+
+json pull(const json& arguments)
+{
+    return change_entity(arguments, [](Chassis& chassis, uint32_t index) { chassis.pull(index); });
+}
+
+json insert(const json& arguments)
+{
+    return change_entity(arguments, [&](Chassis& chassis, uint32_t index) {
+        if (!arguments.contains("type")) {
+            chassis.insert(index);
+            return;
+        }
+        const auto type = argument<std::string>(arguments, "type");
+        chassis.insert(index, make_unit(chassis.file(), index, type));
+    });
+}
+
+json fail(const json& arguments)
+{
+    return change_entity(arguments,
+                         [](Chassis& chassis, uint32_t index) { chassis.set_failed(index, true); });
+}
+
+json repair(const json& arguments)
+{
+    return change_entity(
+        arguments, [](Chassis& chassis, uint32_t index) { chassis.set_failed(index, false); });
+}
+
+json output(const json& arguments)
+{
+    return change_entity(arguments, [&](Chassis& chassis, uint32_t index) {
+        const auto watts = argument<int64_t>(arguments, "watts");
+        if (watts < 0 || watts > max_watts) {
+            throw std::runtime_error("'watts' is not within 0 to " + std::to_string(max_watts));
+        }
+        chassis.set_output(index, static_cast<uint32_t>(watts));
+    });
+}
+
+json plug_unknown(const json& arguments)
+{
+    return change_entity(arguments,
+                         [](Chassis& chassis, uint32_t index) { chassis.plug_unknown(index); });
+}
+
+bool marker_exists()
+{
+    std::error_code unreadable; // as good as none
+    return std::filesystem::exists(marker_file, unreadable);
+}
+
+json marker(const json& arguments)
+{
+    if (argument<bool>(arguments, "on")) {
+        std::filesystem::create_directories(std::filesystem::path(marker_file).parent_path());
+        if (!std::ofstream(marker_file)) {
+            throw std::system_error(errno, std::generic_category(), marker_file);
+        }
+    } else {
+        std::filesystem::remove(marker_file);
+    }
+    return {{"marker", marker_exists()}};
+}
+
 json announce(const json& /*arguments*/)
 {
     the_chassis().announce_change();
@@ -157,7 +296,9 @@ json status(const json& /*arguments*/)
     json result{{"pid", getpid()},
                 {"trace", trace_state()},
                 {"history-records", history().size()},
-                {"waiting-events", waiting_events()}};
+                {"waiting-events", waiting_events()},
+                {"heartbeats", heartbeats()},
+                {"marker", marker_exists()}};
     if (const Chassis* chassis = chassis_in_place()) {
         result["chassis"] = chassis->file();
         result["entities"] = chassis->entities().size();
@@ -172,8 +313,20 @@ struct Verb {
 };
 
 constexpr Verb verbs[] = {
-    {"inventory", inventory},   {"set", set},       {"announce", announce}, {"trace", trace},
-    {"history", event_history}, {"status", status},
+    {"inventory", inventory},
+    {"units", units},
+    {"set", set},
+    {"announce", announce},
+    {"pull", pull},
+    {"insert", insert},
+    {"fail", fail},
+    {"repair", repair},
+    {"output", output},
+    {"plug-unknown", plug_unknown},
+    {"marker", marker},
+    {"trace", trace},
+    {"history", event_history},
+    {"status", status},
 };
 
 json run(const json& request)

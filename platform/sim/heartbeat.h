@@ -1,0 +1,18 @@
+/// Signs of life, for the operator and for the service manager that watches over the agent.
+#pragma once
+
+#include <cstdint>
+
+namespace sim {
+
+/// Learns whether a service manager watches. To be called while the agent starts: it takes the
+/// address out of its environment when it has started.
+void find_watchdog();
+
+/// Tells the service manager, if there is one, that the agent lives.
+void feed_watchdog();
+
+/// How often the MIB modules gave a sign of life before a longer piece of work.
+uint64_t heartbeats();
+
+} // namespace sim
