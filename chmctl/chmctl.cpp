@@ -147,6 +147,41 @@ void print_status(const json& status)
     print_trace(status.at("trace"));
 }
 
+void print_redundancy(const json& result)
+{
+    for (const char* role : {"active", "standby"}) {
+        const std::string name = result.at(role).is_null() ? "none" : text_of(result, role);
+        std::printf("%-12s %s\n", role, name.c_str());
+    }
+    for (const char* number : {"state", "switchovers", "last-reason", "last-action"}) {
+        std::printf("%-12s %d\n", number, result.at(number).get<int>());
+    }
+}
+
+/// What LEDs show, from 1 on.
+constexpr const char* colours[] = {"off", "green", "amber", "red", "blinking-green"};
+
+void print_leds(const json& leds)
+{
+    for (const json& led : leds) {
+        const auto value = led.at("value").get<int>();
+        const bool known = value >= 1 && value <= static_cast<int>(std::size(colours));
+        std::printf("%6u.%u  %-14s  %s\n", led.at("index").get<uint32_t>(),
+                    led.at("led").get<uint32_t>(),
+                    known ? colours[value - 1] : std::to_string(value).c_str(),
+                    text_of(led, "name").c_str());
+    }
+}
+
+void print_terminals(const json& messages)
+{
+    for (const json& message : messages) {
+        std::printf("%s  duration %d, interval %d: %s\n", text_of(message, "time").c_str(),
+                    message.at("duration").get<int>(), message.at("interval").get<int>(),
+                    text_of(message, "text").c_str());
+    }
+}
+
 void print_nothing(const json& /*result*/) {}
 
 using Arguments = std::shared_ptr<json>;
@@ -226,6 +261,50 @@ void marker_options(CLI::App& command, const Arguments& arguments)
     add_state(command, arguments);
 }
 
+void switchover_options(CLI::App& command, const Arguments& arguments)
+{
+    (*arguments)["reason"] = 0;
+    add_argument<int32_t>(command, "--reason", arguments, "reason",
+                          "Code of the reason that the high-availability manager tells")
+        ->type_name("CODE")
+        ->default_str("0, which is by request");
+}
+
+void supervisor_state_options(CLI::App& command, const Arguments& arguments)
+{
+    command
+        .add_option_function<std::string>(
+            "STATE",
+            [=](const std::string& state) {
+                int32_t code = 0;
+                const bool number = CLI::detail::lexical_cast(state, code);
+                if (!number && state != "auto") {
+                    throw CLI::ValidationError("STATE", state + " is neither a number nor auto");
+                }
+                (*arguments)["state"] = number ? json(code) : json();
+            },
+            "The state's code (2 is redundant), or auto to follow the supervisors")
+        ->required();
+}
+
+void led_options(CLI::App& command, const Arguments& arguments)
+{
+    add_entity(command, arguments, "ENTITY", "What the LED sits on, by its index or its name");
+    add_argument<uint32_t>(command, "LED", arguments, "led", "Number of the LED, from 1")
+        ->required();
+    command
+        .add_option_function<std::string>(
+            "COLOUR",
+            [=](const std::string& colour) {
+                const auto* found = std::ranges::find(colours, colour);
+                (*arguments)["value"] =
+                    colour == "auto" ? json() : json(found - std::begin(colours) + 1);
+            },
+            "off, green, amber, red, blinking-green, or auto to follow its unit")
+        ->required()
+        ->check(CLI::IsMember({"off", "green", "amber", "red", "blinking-green", "auto"}));
+}
+
 void trace_options(CLI::App& command, const Arguments& arguments)
 {
     add_argument<std::string>(command, "WHAT", arguments, "what", "history, debug or all")
@@ -263,6 +342,13 @@ constexpr Verb verbs[] = {
     {"plug-unknown", "Plug in a unit that the switch does not recognize", place_options,
      print_nothing},
     {"marker", "Have power events report the unit status, or not", marker_options, print_marker},
+    {"redundancy", "Show the supervisors' roles", no_options, print_redundancy},
+    {"switchover", "Put the standby supervisor in charge", switchover_options, print_redundancy},
+    {"supervisor-state", "Set the supervisors' state code", supervisor_state_options,
+     print_redundancy},
+    {"leds", "Show what the LEDs show", no_options, print_leds},
+    {"led", "Set what a LED shows", led_options, print_nothing},
+    {"terminals", "Show the messages that reached the terminals", no_options, print_terminals},
     {"trace", "Switch tracing on or off", trace_options, print_trace},
     {"history", "Show the event history", history_options, print_history},
     {"status", "Show how the switch is", no_options, print_status},

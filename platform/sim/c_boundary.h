@@ -12,6 +12,7 @@
 #include "bounded_copy.h"
 #include "cmi.h"
 #include "evlog.h"
+#include "hactl.h"
 #include "if_index.h"
 #include "ipcx.h"
 #include "rcode.h"

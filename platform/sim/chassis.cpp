@@ -27,6 +27,7 @@ void Chassis::add_unit(Assembly assembly)
     unit.powered = true;
     unit.status_changed = unit.went_into_service = last_change_;
     unit.starts = 1;
+    settle_roles();
 }
 
 const Entity* Chassis::find(uint32_t index) const
@@ -68,12 +69,24 @@ EntityStatus Chassis::status(const Entity& entity) const
 
 const Unit* Chassis::active_supervisor() const
 {
-    const auto found = std::ranges::find_if(units_, [](const auto& entry) {
+    const Unit* unit = find_unit(redundancy_.active);
+    return unit != nullptr && unit->status == EntityStatus::ok ? unit : nullptr;
+}
+
+const Unit* Chassis::standby_supervisor() const
+{
+    const auto found = std::ranges::find_if(units_, [&](const auto& entry) {
         const Unit& unit = entry.second;
-        return unit.type == UnitType::module && unit.role == ModuleRole::supervisor &&
-               unit.status == EntityStatus::ok;
+        return is_supervisor(unit) && unit.status == EntityStatus::ok &&
+               unit.index != redundancy_.active;
     });
     return found == units_.end() ? nullptr : &found->second;
+}
+
+int32_t Chassis::supervisor_state() const
+{
+    const bool redundant = active_supervisor() != nullptr && standby_supervisor() != nullptr;
+    return redundancy_.state_by_hand.value_or(redundant ? supervisors_redundant : one_supervisor);
 }
 
 uint32_t Chassis::available_watts(RedundancyMode mode) const
@@ -257,6 +270,42 @@ void Chassis::plug_unknown(uint32_t index)
     announce_change();
 }
 
+void Chassis::switch_over(int32_t reason)
+{
+    const Unit* standby = standby_supervisor();
+    if (standby == nullptr) {
+        throw Refusal("no supervisor is on standby");
+    }
+    put_in_charge(standby->index, reason);
+}
+
+void Chassis::act(RedundancyAction action)
+{
+    const uint32_t active = redundancy_.active;
+    const Unit* standby = standby_supervisor();
+    if (action != RedundancyAction::none && standby == nullptr) {
+        throw Refusal("no supervisor is on standby");
+    }
+    if (action == RedundancyAction::restart_standby) {
+        set_admin_status(standby->index, AdminStatus::restart);
+    } else if (action != RedundancyAction::none) {
+        switch_over(switchover_requested);
+    }
+    if (action == RedundancyAction::switch_over_and_restart && find_unit(active) != nullptr) {
+        set_admin_status(active, AdminStatus::restart);
+    }
+    redundancy_.last_action = action;
+}
+
+void Chassis::set_led(uint32_t entity, uint32_t led, std::optional<int32_t> value)
+{
+    if (value) {
+        leds_by_hand_[{entity, led}] = *value;
+    } else {
+        leds_by_hand_.erase({entity, led});
+    }
+}
+
 void Chassis::advance()
 {
     for (auto& [index, unit] : units_) {
@@ -268,7 +317,8 @@ void Chassis::advance()
 
 void Chassis::tell(Event event, uint32_t index)
 {
-    if (event != Event::inventory_change && !settings_.status_notifications) {
+    const bool of_units = event != Event::inventory_change && event != Event::redundancy;
+    if (of_units && !settings_.status_notifications) {
         return;
     }
     for (const Observer& observer : observers_) {
@@ -325,6 +375,27 @@ void Chassis::change_status(Unit& unit, EntityStatus status, bool powered)
         }
     }
     tell_changes(before, unit);
+    settle_roles();
+}
+
+/// The supervisor in charge stays that until it is out of service and another one can take over.
+void Chassis::settle_roles()
+{
+    const Unit* standby = standby_supervisor();
+    if (active_supervisor() == nullptr && standby != nullptr) {
+        put_in_charge(standby->index, active_supervisor_failed);
+    }
+}
+
+void Chassis::put_in_charge(uint32_t supervisor, int32_t reason)
+{
+    const bool first = std::exchange(redundancy_.active, supervisor) == 0;
+    if (first) {
+        return;
+    }
+    ++redundancy_.switchovers;
+    redundancy_.last_reason = reason;
+    tell(Event::redundancy, 0);
 }
 
 void Chassis::tell_changes(const Unit& before, const Unit& unit)

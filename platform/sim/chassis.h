@@ -7,6 +7,7 @@
 
 #include "entity.h"
 #include "opcodes.h"
+#include "redundancy.h"
 #include "unit.h"
 
 #include <chrono>
@@ -17,6 +18,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace sim {
@@ -50,7 +52,7 @@ public:
 
 class Chassis {
 public:
-    /// @param index entPhysicalIndex of the unit that the event is about; 0 for an inventory change
+    /// @param index entPhysicalIndex of the unit that the event is about; 0 when it is about none
     using Observer = std::function<void(Event event, uint32_t index)>;
     using TimeSource = std::function<Clock::time_point()>;
 
@@ -77,7 +79,7 @@ public:
     // How it is.
 
     /// Has `observer` called at every change: when it happened, but before a removed unit is gone.
-    /// While status notifications are off, inventory changes alone are told.
+    /// While status notifications are off, nothing is told of units.
     void observe(Observer observer) { observers_.push_back(std::move(observer)); }
 
     const std::string& file() const { return file_; }
@@ -102,9 +104,23 @@ public:
     /// part itself has failed.
     EntityStatus status(const Entity& entity) const;
 
-    /// The supervisor in charge, or null: of those in service the one in the lowest slot. It can be
-    /// neither switched off nor pulled.
+    /// The supervisor in charge, or null while none is in service. It can be neither switched off
+    /// nor pulled.
     const Unit* active_supervisor() const;
+
+    /// A supervisor in service that is not in charge, or null.
+    const Unit* standby_supervisor() const;
+
+    const Redundancy& redundancy() const { return redundancy_; }
+
+    /// State code of the supervisors, unless it was set by hand.
+    int32_t supervisor_state() const;
+
+    /// What LEDs show that were set by hand, by entity and number of the LED.
+    const std::map<std::pair<uint32_t, uint32_t>, int32_t>& leds_by_hand() const
+    {
+        return leds_by_hand_;
+    }
 
     /// Watts that the healthy power supplies deliver, without what the mode holds back.
     uint32_t available_watts(RedundancyMode mode) const;
@@ -150,6 +166,18 @@ public:
     /// Fills an empty place with a unit that the switch does not recognize.
     void plug_unknown(uint32_t place);
 
+    /// Puts the standby supervisor in charge. Refused when there is none.
+    void switch_over(int32_t reason);
+
+    /// Does what an operator asks of the supervisors.
+    void act(RedundancyAction action);
+
+    /// Sets the supervisors' state code by hand, or lets it follow them again.
+    void set_supervisor_state(std::optional<int32_t> state) { redundancy_.state_by_hand = state; }
+
+    /// Sets what a LED shows by hand, or lets it follow its unit again.
+    void set_led(uint32_t entity, uint32_t led, std::optional<int32_t> value);
+
     /// Moves on what takes time: modules whose start is over go into service.
     void advance();
 
@@ -161,6 +189,8 @@ private:
     void refuse_for_active_supervisor(const Unit& unit) const;
     void change_status(Unit& unit, EntityStatus status, bool powered);
     void tell_changes(const Unit& before, const Unit& unit);
+    void settle_roles();
+    void put_in_charge(uint32_t supervisor, int32_t reason);
     void settle(Unit& unit);
     void start(Unit& unit);
     void settle_after_break(Unit& unit);
@@ -173,6 +203,8 @@ private:
     std::vector<Observer> observers_;
     std::chrono::seconds start_time_{3};
     RedundancyMode redundancy_mode_ = RedundancyMode::none;
+    Redundancy redundancy_;
+    std::map<std::pair<uint32_t, uint32_t>, int32_t> leds_by_hand_;
     SwitchSettings settings_;
     Clock::time_point last_change_ = now_();
 };

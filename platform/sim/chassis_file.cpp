@@ -15,7 +15,6 @@
 namespace sim {
 namespace {
 
-constexpr uint32_t chassis_index = 1;
 constexpr uint32_t max_sensors = 64; ///< of one entity
 
 template <typename... Parts>

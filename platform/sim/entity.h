@@ -27,6 +27,9 @@ enum class EntityStatus : int32_t {
     starting = 5,
 };
 
+/// The one entity of the chassis itself.
+inline constexpr uint32_t chassis_index = 1;
+
 /// One physical entity. The lengths of its texts are bounded by its record; see entity_record.h.
 struct Entity {
     uint32_t index = 0;                           ///< entPhysicalIndex

@@ -4,8 +4,10 @@
 #include "entity_record.h"
 #include "event_log.h"
 #include "event_queue.h"
+#include "led.h"
 #include "record_fields.h"
 #include "result_code.h"
+#include "terminals.h"
 #include "unit_record.h"
 
 #include <algorithm>
@@ -236,12 +238,64 @@ Answer enable_status_notification(Chassis& chassis, int32_t operation,
                   [&](int32_t written) { enabled = written == yes; });
 }
 
+Answer write_redundancy(Chassis& chassis, const rf_status_record& record)
+{
+    constexpr auto last = static_cast<int32_t>(RedundancyAction::switch_over_and_restart);
+    if (record.admin_action < 0 || record.admin_action > last) {
+        return {ResultCode::value_out_of_range};
+    }
+    return try_change([&] { chassis.act(static_cast<RedundancyAction>(record.admin_action)); });
+}
+
+Answer redundancy(Chassis& chassis, int32_t operation, std::span<const std::byte> request)
+{
+    if (operation == CHM_REQ_GET) {
+        return answer_with(encode_redundancy(chassis));
+    }
+    if (operation != CHM_REQ_SET) {
+        return {ResultCode::unknown_operation};
+    }
+    const auto record = record_of<rf_status_record>(request);
+    return record ? write_redundancy(chassis, *record) : Answer{ResultCode::request_too_short};
+}
+
+Answer terminal_message(Chassis& /*chassis*/, int32_t operation, std::span<const std::byte> request)
+{
+    if (operation == CHM_REQ_GET) {
+        return answer_with(terminals().message());
+    }
+    if (operation != CHM_REQ_SET) {
+        return {ResultCode::unknown_operation};
+    }
+    const auto message = record_of<ts_info>(request);
+    if (!message) {
+        return {ResultCode::request_too_short};
+    }
+    terminals().write(*message);
+    return {};
+}
+
+Answer led(Chassis& chassis, int32_t operation, std::span<const std::byte> request)
+{
+    if (operation != CHM_REQ_GET && operation != CHM_REQ_GETNEXT) {
+        return {ResultCode::unknown_operation};
+    }
+    const auto key = record_of<led_entry>(request);
+    if (!key) {
+        return {ResultCode::request_too_short};
+    }
+    const auto found = operation == CHM_REQ_GET ? find_led(chassis, key->entity, key->led)
+                                                : led_after(chassis, key->entity, key->led);
+    return found ? answer_with(*found) : Answer{ResultCode::no_such_entry};
+}
+
 struct Table {
     Opcode opcode;
     Answer (*serve)(Chassis& chassis, int32_t operation, std::span<const std::byte> request);
 };
 
 constexpr Table tables[] = {
+    {Opcode::terminal_message, terminal_message},
     {Opcode::physical_entity, physical_entity},
     {Opcode::power_supply_group, power_supply_group},
     {Opcode::fru_power_status,
@@ -250,10 +304,12 @@ constexpr Table tables[] = {
     {Opcode::max_default_in_line_power, max_default_in_line_power},
     {Opcode::last_change_time, last_change_time},
     {Opcode::enable_status_notification, enable_status_notification},
+    {Opcode::redundancy, redundancy},
     {Opcode::fan_tray_status,
      units<unit_status_record, encode_status, write_nothing, UnitType::fan_tray>},
     {Opcode::power_supply_status,
      units<unit_status_record, encode_status, write_nothing, UnitType::power_supply>},
+    {Opcode::led, led},
 };
 
 std::unique_ptr<Chassis> chassis_placed;

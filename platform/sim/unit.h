@@ -70,4 +70,9 @@ constexpr uint32_t watts_now(const Unit& unit)
     return unit.powered ? unit.watts : 0;
 }
 
+constexpr bool is_supervisor(const Unit& unit)
+{
+    return unit.type == UnitType::module && unit.role == ModuleRole::supervisor;
+}
+
 } // namespace sim

@@ -82,4 +82,25 @@ power_supply_group_record encode_power_supply_group(const Chassis& chassis)
     return record;
 }
 
+rf_status_record encode_redundancy(const Chassis& chassis)
+{
+    const auto slot = [](const Unit* unit) {
+        return unit == nullptr ? 0 : static_cast<int32_t>(unit->number);
+    };
+    const auto status = [](const Unit* unit) {
+        return static_cast<int32_t>(unit == nullptr ? EntityStatus::unknown : unit->status);
+    };
+    const Redundancy& redundancy = chassis.redundancy();
+    const Unit* active = chassis.active_supervisor();
+    const Unit* standby = chassis.standby_supervisor();
+    return {.status_6 = chassis.supervisor_state(),
+            .status_1 = slot(active),
+            .status_3 = slot(standby),
+            .status_2 = status(active),
+            .status_4 = status(standby),
+            .admin_action = static_cast<int32_t>(redundancy.last_action),
+            .status_7 = static_cast<int32_t>(redundancy.switchovers),
+            .reason_code = redundancy.last_reason};
+}
+
 } // namespace sim

@@ -5,7 +5,9 @@
 #include "event_log.h"
 #include "event_queue.h"
 #include "heartbeat.h"
+#include "led.h"
 #include "platform_manager.h"
+#include "terminals.h"
 
 #include <nlohmann/json.hpp>
 
@@ -13,6 +15,7 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <stdexcept>
 #include <unistd.h>
 
@@ -255,6 +258,79 @@ json announce(const json& /*arguments*/)
     return {{"last-change", time_text(the_chassis().last_change())}};
 }
 
+json redundancy(const json& /*arguments*/)
+{
+    const Chassis& chassis = the_chassis();
+    const auto name = [&](const Unit* unit) {
+        return unit == nullptr ? json() : json(chassis.entities().at(unit->index).name);
+    };
+    return {{"active", name(chassis.active_supervisor())},
+            {"standby", name(chassis.standby_supervisor())},
+            {"state", chassis.supervisor_state()},
+            {"switchovers", chassis.redundancy().switchovers},
+            {"last-reason", chassis.redundancy().last_reason},
+            {"last-action", static_cast<int32_t>(chassis.redundancy().last_action)}};
+}
+
+json switchover(const json& arguments)
+{
+    the_chassis().switch_over(argument<int32_t>(arguments, "reason"));
+    return redundancy(arguments);
+}
+
+/// A number, or null for what the switch makes of it by itself.
+std::optional<int32_t> by_hand(const json& arguments, const char* name)
+{
+    if (arguments.contains(name) && arguments.at(name).is_null()) {
+        return std::nullopt;
+    }
+    return argument<int32_t>(arguments, name);
+}
+
+json supervisor_state(const json& arguments)
+{
+    the_chassis().set_supervisor_state(by_hand(arguments, "state"));
+    return redundancy(arguments);
+}
+
+json leds(const json& /*arguments*/)
+{
+    const Chassis& chassis = the_chassis();
+    json list = json::array();
+    for (auto led = led_after(chassis, 0, 0); led;
+         led = led_after(chassis, led->entity, led->led)) {
+        list.push_back({{"index", led->entity},
+                        {"name", chassis.entities().at(led->entity).name},
+                        {"led", led->led},
+                        {"value", led->value}});
+    }
+    return list;
+}
+
+json led(const json& arguments)
+{
+    return change_entity(arguments, [&](Chassis& chassis, uint32_t index) {
+        const auto number = argument<uint32_t>(arguments, "led");
+        if (!find_led(chassis, index, number)) {
+            throw std::runtime_error(chassis.entities().at(index).name + " has no LED " +
+                                     std::to_string(number));
+        }
+        chassis.set_led(index, number, by_hand(arguments, "value"));
+    });
+}
+
+json terminal_messages(const json& /*arguments*/)
+{
+    json list = json::array();
+    for (const DeliveredMessage& message : terminals().delivered()) {
+        list.push_back({{"time", time_text(message.time)},
+                        {"text", message.text},
+                        {"duration", message.duration},
+                        {"interval", message.interval}});
+    }
+    return list;
+}
+
 json trace_state()
 {
     return {{"history", trace_switches().history}, {"debug", trace_switches().debug}};
@@ -324,6 +400,12 @@ constexpr Verb verbs[] = {
     {"output", output},
     {"plug-unknown", plug_unknown},
     {"marker", marker},
+    {"redundancy", redundancy},
+    {"switchover", switchover},
+    {"supervisor-state", supervisor_state},
+    {"leds", leds},
+    {"led", led},
+    {"terminals", terminal_messages},
     {"trace", trace},
     {"history", event_history},
     {"status", status},

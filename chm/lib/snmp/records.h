@@ -162,6 +162,50 @@ constexpr void swap_wire_order(power_supply_output_record& record)
     swap_all(record.index, record.output);
 }
 
+/// One LED of a physical entity.
+struct led_entry {
+    uint32_t entity; ///< entPhysicalIndex
+    uint32_t led;    ///< number of the LED within the entity
+    int32_t value;
+};
+static_assert(sizeof(led_entry) == 12);
+
+constexpr void swap_wire_order(led_entry& row)
+{
+    swap_all(row.entity, row.led, row.value);
+}
+
+/// The redundancy of the supervisors. Status words without a name mean what the platform says.
+struct rf_status_record {
+    int32_t status_6; ///< served as object 1.1.6, and so on
+    int32_t status_1;
+    int32_t status_3;
+    int32_t status_2;
+    int32_t status_4;
+    int32_t admin_action;
+    int32_t status_7;
+    int32_t reason_code; ///< the library's own; the platform's is not served
+};
+static_assert(sizeof(rf_status_record) == 32);
+static_assert(offsetof(rf_status_record, admin_action) == 20);
+
+/// Travels in host order.
+constexpr void swap_wire_order(rf_status_record&) {}
+
+/// A text message to terminal lines.
+struct ts_info {
+    int32_t interval;
+    int32_t duration;
+    char text[260]; ///< at most 256 characters
+    int32_t send;
+};
+static_assert(sizeof(ts_info) == 272);
+static_assert(offsetof(ts_info, text) == 8);
+static_assert(offsetof(ts_info, send) == 268);
+
+/// Travels in host order.
+constexpr void swap_wire_order(ts_info&) {}
+
 /// The index of a table's row, the first field of every row.
 template <typename Row>
 constexpr uint32_t& row_index(Row& row)
