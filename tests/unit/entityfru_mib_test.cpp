@@ -398,20 +398,6 @@ TEST_F(EntityFruMib, ServesAScalarThatThePlatformDoesNotTellAsZero)
     }
 }
 
-/// A binding in short: its OID, its type and its value as text.
-using Brief = std::tuple<Oid, int, std::string>;
-
-std::vector<Brief> briefly(const Notification& notification)
-{
-    std::vector<Brief> brief;
-    for (const Binding& binding : notification.bindings) {
-        const bool text = binding.type == ASN_OCTET_STR || binding.type == ASN_OBJECT_ID;
-        brief.emplace_back(binding.name, binding.type,
-                           text ? binding.text() : std::to_string(binding.integer()));
-    }
-    return brief;
-}
-
 TEST_F(EntityFruMib, NotifiesOfModulePowerAndFanStatus)
 {
     Bytes module = module_row(7);

@@ -108,9 +108,10 @@ TEST_F(RequestChannel, MapsResultsToErrorStatuses)
 
 TEST_F(RequestChannel, RecordsARefusedWrite)
 {
-    uint8_t payload[4] = {};
     platform.answer = [](const PlatformCall&) { return PlatformAnswer{0x01020304, {}}; };
-    EXPECT_EQ(send_write(Opcode::led, payload, sizeof payload), 0x01020304);
+    uint32_t value = 5;
+    EXPECT_EQ(write_record(Opcode::led, value), 0x01020304);
+    EXPECT_EQ(value, 5u) << "what is sent comes back into host order";
 
     ASSERT_EQ(platform.failed_writes.size(), 1u);
     const Bytes& record = platform.failed_writes[0];

@@ -163,20 +163,27 @@ Notification deliver(uint32_t event, Message* message)
     return notification;
 }
 
+std::vector<Brief> briefly(const Notification& notification)
+{
+    std::vector<Brief> brief;
+    for (const Binding& binding : notification.bindings) {
+        const bool text = binding.type == ASN_OCTET_STR || binding.type == ASN_OBJECT_ID;
+        brief.emplace_back(binding.name, binding.type,
+                           text ? binding.text() : std::to_string(binding.integer()));
+    }
+    return brief;
+}
+
 ModuleTest::ModuleTest(void (*init)(), void (*deinit)()) : deinit_(deinit)
 {
     platform = {};
     agent = {};
-    testing::internal::CaptureStdout();
-    init();
-    testing::internal::GetCapturedStdout();
+    standard_output_of(init);
 }
 
 ModuleTest::~ModuleTest()
 {
-    testing::internal::CaptureStdout();
-    deinit_();
-    testing::internal::GetCapturedStdout();
+    standard_output_of(deinit_);
     EXPECT_THAT(agent.registrations, testing::IsEmpty());
     EXPECT_THAT(platform.handlers, testing::IsEmpty());
 }
@@ -212,7 +219,7 @@ int register_mib(const char* name, const variable* variables, size_t entry_size,
         std::copy_n(&entry->name[0], entry->namelen, var.record.name + root_length);
         registration.variables.push_back(var);
     }
-    platform.log.push_back(std::string("register_mib ") + name);
+    platform.note(std::string("register_mib ") + name);
     if (agent.register_status == MIB_REGISTERED_OK) {
         agent.registrations[registration.root] = registration;
     }
@@ -222,7 +229,7 @@ int register_mib(const char* name, const variable* variables, size_t entry_size,
 int unregister_mib(oid* root, size_t root_length)
 {
     const Oid name = {root, root + root_length};
-    platform.log.emplace_back("unregister_mib");
+    platform.note("unregister_mib");
     agent.unregistered.push_back(name);
     return agent.registrations.erase(name) == 1 && agent.whole_tables ? MIB_UNREGISTERED_OK
                                                                       : MIB_NO_SUCH_REGISTRATION;

@@ -10,6 +10,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 using Oid = std::vector<oid>;
@@ -86,6 +87,10 @@ struct Notification {
     std::vector<Binding> bindings;
 };
 
+/// A binding in short: its OID, its type and its value as text.
+using Brief = std::tuple<Oid, int, std::string>;
+std::vector<Brief> briefly(const Notification& notification);
+
 /// Hands a message to the handler registered for an event, or null.
 Notification deliver(uint32_t event, Message* message);
 Notification deliver(uint32_t event, const Bytes& payload);
@@ -100,6 +105,15 @@ protected:
 private:
     void (*deinit_)();
 };
+
+/// What `action` writes to standard output.
+template <typename Action>
+std::string standard_output_of(Action action)
+{
+    testing::internal::CaptureStdout();
+    action();
+    return testing::internal::GetCapturedStdout();
+}
 
 /// What `action` writes to standard error.
 template <typename Action>

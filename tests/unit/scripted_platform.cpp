@@ -4,6 +4,7 @@
 #include "bounded_copy.h"
 #include "cmi.h"
 #include "evlog.h"
+#include "hactl.h"
 #include "rcode.h"
 
 #include <algorithm>
@@ -27,9 +28,27 @@ void put_wire_word(Bytes& bytes, size_t offset, uint32_t value)
     }
 }
 
+uint32_t host_word(const Bytes& bytes, size_t offset)
+{
+    uint32_t value = 0;
+    memcpy(&value, &bytes.at(offset + 3) - 3, sizeof value);
+    return value;
+}
+
+void put_host_word(Bytes& bytes, size_t offset, uint32_t value)
+{
+    memcpy(&bytes.at(offset + 3) - 3, &value, sizeof value);
+}
+
 void put_text(Bytes& bytes, size_t offset, const std::string& text)
 {
     std::copy(text.begin(), text.end(), bytes.begin() + static_cast<ptrdiff_t>(offset));
+}
+
+void ScriptedPlatform::note(const std::string& call)
+{
+    log.push_back(call);
+    printf("[%s]\n", call.c_str());
 }
 
 void ScriptedPlatform::serve_rows(std::map<uint32_t, Bytes> rows)
@@ -51,6 +70,16 @@ extern "C" {
 
 uint32_t ipcx_response_q = 77;
 const char* evlog_dbg_modname = "test";
+
+int32_t hactl_swover_reason_get()
+{
+    return platform.switchover_reason;
+}
+
+int32_t hactl_supstate_get()
+{
+    return platform.supervisor_state;
+}
 
 int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** response,
                      uint32_t* length, const char* user, uint32_t session, uint32_t route,
@@ -87,14 +116,14 @@ void* ipcx_payload_get(void* message)
 int register_for_notification(uint32_t opcode, ipcx_event_handler* handler)
 {
     platform.handlers[opcode] = handler;
-    platform.log.push_back("register " + std::to_string(opcode));
+    platform.note("register " + std::to_string(opcode));
     return 0;
 }
 
 int unregister_for_notification(uint32_t opcode)
 {
     platform.handlers.erase(opcode);
-    platform.log.push_back("unregister " + std::to_string(opcode));
+    platform.note("unregister " + std::to_string(opcode));
     return 0;
 }
 

@@ -15,6 +15,10 @@ using Bytes = std::vector<uint8_t>;
 /// A 32-bit integer in wire order at an offset.
 uint32_t wire_word(const Bytes& bytes, size_t offset);
 void put_wire_word(Bytes& bytes, size_t offset, uint32_t value);
+/// The same in host order.
+uint32_t host_word(const Bytes& bytes, size_t offset);
+void put_host_word(Bytes& bytes, size_t offset, uint32_t value);
+
 void put_text(Bytes& bytes, size_t offset, const std::string& text);
 
 /// One call of cmi_req_resp.
@@ -38,7 +42,8 @@ struct ScriptedPlatform {
     std::function<PlatformAnswer(const PlatformCall&)> answer;
     std::vector<PlatformCall> calls;
     std::map<uint32_t, ipcx_event_handler*> handlers;
-    std::vector<std::string> log; ///< registrations and debug messages, in order
+    std::vector<std::string> log;       ///< registrations and debug messages, in order
+    void note(const std::string& call); ///< adds to it, and prints it in brackets
     std::vector<Bytes> failed_writes;
 
     bool history_on = false;
@@ -46,6 +51,8 @@ struct ScriptedPlatform {
     std::vector<Bytes> history; ///< records of the event history
     std::vector<std::string> debug_output;
     int formatted_codes = 0; ///< calls of rcode_format
+
+    int32_t switchover_reason = 0, supervisor_state = 0;
 
     std::vector<std::string> unit_status; ///< heartbeats and unit statuses sent, in order
 

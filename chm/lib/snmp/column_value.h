@@ -10,7 +10,7 @@
 #include <cstring>
 #include <iterator>
 
-/// Texts are served up to this length, whatever their fields hold.
+/// Most texts are served up to this length, whatever their fields hold.
 inline constexpr size_t longest_text = 254;
 
 /// Serves a text up to its terminator, but no more than `most` characters of it.

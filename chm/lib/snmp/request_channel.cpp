@@ -29,14 +29,6 @@ int32_t call_platform(Opcode opcode, chm_req_operation operation, void* payload,
                         ipcx_response_q, chm_req_class(opcode));
 }
 
-void log_failed_write(int32_t result)
-{
-    snmp_error_record record = {};
-    record.code = result;
-    __strcpy_to_buf(sizeof record.text, record.text, rcode_format(static_cast<uint32_t>(result)));
-    log_snmp_error(&record);
-}
-
 } // namespace
 
 Reply send_request(Opcode opcode, chm_req_operation operation, void* payload, uint32_t length,
@@ -53,12 +45,15 @@ Reply send_request(Opcode opcode, chm_req_operation operation, void* payload, ui
 
 int32_t send_write(Opcode opcode, void* payload, uint32_t length)
 {
-    const int32_t result =
-        call_platform(opcode, CHM_REQ_SET, payload, nullptr, &length, Requester::snmp_request);
-    if (result != PLATFORM_OK) {
-        log_failed_write(result);
-    }
-    return result;
+    return call_platform(opcode, CHM_REQ_SET, payload, nullptr, &length, Requester::snmp_request);
+}
+
+void log_failed_write(int32_t result)
+{
+    snmp_error_record record = {};
+    record.code = result;
+    __strcpy_to_buf(sizeof record.text, record.text, rcode_format(static_cast<uint32_t>(result)));
+    log_snmp_error(&record);
 }
 
 int32_t snmp_error_status(int32_t result, NotWritable not_writable)

@@ -48,11 +48,14 @@ struct Reply {
 Reply send_request(Opcode opcode, chm_req_operation operation, void* payload, uint32_t length,
                    Requester requester = Requester::snmp_request);
 
-/// Sends a SET, for which no response is asked; a refused one is recorded with log_snmp_error.
+/// Sends a SET, for which no response is asked.
 ///
 /// @param payload in wire order
 /// @return 0, or the platform's result code
 int32_t send_write(Opcode opcode, void* payload, uint32_t length);
+
+/// Records a write that the platform refused.
+void log_failed_write(int32_t result);
 
 /// When a response is taken over into the record that asked for it.
 enum class TakeResponse { on_success, always };
@@ -88,13 +91,25 @@ bool read_scalar(Opcode opcode, Scalar& scalar)
     return true;
 }
 
-/// Writes a whole record, which stays in host order. @return 0, or the platform's result code
+/// Sends a whole record to be written; it stays in host order.
+/// @return 0, or the platform's result code
 template <typename Record>
-int32_t write_record(Opcode opcode, Record& record)
+int32_t send_record(Opcode opcode, Record& record)
 {
     swap_wire_order(record);
     const int32_t result = send_write(opcode, &record, sizeof record);
     swap_wire_order(record);
+    return result;
+}
+
+/// Writes a whole record; a refusal is recorded. @return 0, or the platform's result code
+template <typename Record>
+int32_t write_record(Opcode opcode, Record& record)
+{
+    const int32_t result = send_record(opcode, record);
+    if (result != PLATFORM_OK) {
+        log_failed_write(result);
+    }
     return result;
 }
 

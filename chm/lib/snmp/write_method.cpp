@@ -4,21 +4,28 @@
 #include <cstdio>
 #include <cstring>
 
+namespace {
+
+int refuse(int status, const char* text)
+{
+    if (text) {
+        fputs(text, stderr);
+    }
+    return status;
+}
+
+} // namespace
+
 int check_write(const WriteRule& rule, const WriteValue& value)
 {
     if (value.type != rule.type) {
-        fputs(rule.wrong_type, stderr);
-        return SNMP_ERR_WRONGTYPE;
+        return refuse(SNMP_ERR_WRONGTYPE, rule.wrong_type);
     }
-    if (value.length > rule.max_length) {
-        fputs(rule.wrong_length, stderr);
-        return SNMP_ERR_WRONGLENGTH;
+    if (value.length < rule.min_length || value.length > rule.max_length) {
+        return refuse(SNMP_ERR_WRONGLENGTH, rule.wrong_length);
     }
     if (rule.accepts && !rule.accepts(integer_of(value))) {
-        if (rule.wrong_value) {
-            fputs(rule.wrong_value, stderr);
-        }
-        return SNMP_ERR_WRONGVALUE;
+        return refuse(SNMP_ERR_WRONGVALUE, rule.wrong_value);
     }
     return SNMP_ERR_NOERROR;
 }

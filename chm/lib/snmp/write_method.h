@@ -1,5 +1,5 @@
 /// Write methods: the check of a value in the agent's RESERVE1 phase, and the write of a row in its
-/// ACTION phase. No other phase does anything, and nothing is undone.
+/// ACTION phase. No other phase writes anything, and nothing is undone.
 #pragma once
 
 #include "agent.h"
@@ -24,14 +24,16 @@ constexpr bool within(int32_t value)
     return static_cast<uint32_t>(value) - Least <= Most - Least;
 }
 
-/// What an object accepts, and the text for standard error when a value is something else.
+/// What an object accepts, and the text for standard error when a value is something else; null
+/// where that is told elsewhere, or the status says it all.
 struct WriteRule {
     u_char type;
     const char* wrong_type;
     size_t max_length; ///< in bytes
     const char* wrong_length;
     bool (*accepts)(int32_t value) = nullptr; ///< of an INTEGER that may not have every value
-    const char* wrong_value = nullptr;        ///< null where the agent says it all
+    const char* wrong_value = nullptr;
+    size_t min_length = 0; ///< in bytes
 };
 
 /// Checks a value's type, its length, then its range. @return an SNMP error status
