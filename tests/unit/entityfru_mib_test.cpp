@@ -97,28 +97,18 @@ struct Table {
 
 std::vector<Table> tables()
 {
+    // clang-format off
     return {
-        {"groups",
-         1027,
-         group_row(7),
-         power_group,
-         {{1, 0x01020004}, {3, 0x01020108}, {4, 0x0102010c}},
-         1},
-        {"power",
-         1028,
-         record(16, 7, {4, 8, 12}, 0x01020000),
-         power_status,
-         {{1, 0x01020004}, {2, 0x01020008}, {3, 0x0102000c}},
-         1},
-        {"modules",
-         1029,
-         module_row(7),
-         module_table,
-         {{1, 0x01020004}, {2, 0x01020008}, {3, 0x0102000c}, {8, 0x01020134}},
-         1},
+        {"groups", 1027, group_row(7), power_group,
+         {{1, 0x01020004}, {3, 0x01020108}, {4, 0x0102010c}}, 1},
+        {"power", 1028, record(16, 7, {4, 8, 12}, 0x01020000), power_status,
+         {{1, 0x01020004}, {2, 0x01020008}, {3, 0x0102000c}}, 1},
+        {"modules", 1029, module_row(7), module_table,
+         {{1, 0x01020004}, {2, 0x01020008}, {3, 0x0102000c}, {8, 0x01020134}}, 1},
         {"fan trays", 1046, record(8, 7, {4}, 0x01020000), fan_tray, {{1, 0x01020004}}, 0},
         {"physical", 1026, record(2780, 7, {2428}, 0x01020000), physical, {{1, 0x0102097c}}, 0},
     };
+    // clang-format on
 }
 
 TEST_F(EntityFruMib, ServesEachTableFromItsRecord)
@@ -254,53 +244,28 @@ struct Writable {
     uint32_t opcode;
     std::optional<Bytes> row; ///< none for a scalar
     std::vector<long> accepted, refused;
-    std::string wrong_type, wrong_length, wrong_value;
+    std::string wrong_type, wrong_length, wrong_value; ///< "write to qefc" left out
 };
 
 std::vector<Writable> writables()
 {
+    // clang-format off
     return {
-        {power_group + Oid{1, 7},
-         1027,
-         group_row(7),
-         {1, 3},
-         {0, 4, -1},
-         "write to qefcPowerRedundancyMode not ASN_INTEGER \n",
-         "write to qefcPowerRedundancyMode: bad length\n",
-         ""},
-        {power_status + Oid{1, 7},
-         1028,
-         record(16, 7, {4, 8, 12}, 3),
-         {1, 4},
-         {0, 5, -1},
-         "write to qefcFRUPowerAdminStatus not ASN_INTEGER\n",
-         "write to qefcFRUPowerAdminStatus: bad length\n",
-         ""},
-        {module_table + Oid{1, 7},
-         1029,
-         module_row(7),
-         {1, 4},
-         {0, 5, -1},
-         "write to qefcModuleAdminStatus not ASN_INTEGER\n",
-         "write to qefcModuleAdminStatus: bad length\n",
-         ""},
-        {root + Oid{1, 3, 1, 0},
-         1040,
-         {},
-         {1, 2},
-         {0, 3, -1},
-         "write to qefcMIBEnableStatusNotification not ASN_INTEGER\n",
-         "write to qefcMIBEnableStatusNotification: bad length\n",
-         "write to qefcMIBEnableStatusNotification: invalid range\n"},
-        {root + Oid{1, 1, 3, 0},
-         1030,
-         {},
-         {0, 12500},
-         {12501, -1},
-         "write to qefcMaxDefaultInLinePower not ASN_INTEGER\n",
-         "write to qefcMaxDefaultInLinePower: bad length\n",
-         "write to qefcMaxDefaultInLinePower: invalid range \n"},
+        {power_group + Oid{1, 7}, 1027, group_row(7), {1, 3}, {0, 4, -1},
+         "PowerRedundancyMode not ASN_INTEGER \n", "PowerRedundancyMode: bad length\n", ""},
+        {power_status + Oid{1, 7}, 1028, record(16, 7, {4, 8, 12}, 3), {1, 4}, {0, 5, -1},
+         "FRUPowerAdminStatus not ASN_INTEGER\n", "FRUPowerAdminStatus: bad length\n", ""},
+        {module_table + Oid{1, 7}, 1029, module_row(7), {1, 4}, {0, 5, -1},
+         "ModuleAdminStatus not ASN_INTEGER\n", "ModuleAdminStatus: bad length\n", ""},
+        {root + Oid{1, 3, 1, 0}, 1040, {}, {1, 2}, {0, 3, -1},
+         "MIBEnableStatusNotification not ASN_INTEGER\n",
+         "MIBEnableStatusNotification: bad length\n",
+         "MIBEnableStatusNotification: invalid range\n"},
+        {root + Oid{1, 1, 3, 0}, 1030, {}, {0, 12500}, {12501, -1},
+         "MaxDefaultInLinePower not ASN_INTEGER\n", "MaxDefaultInLinePower: bad length\n",
+         "MaxDefaultInLinePower: invalid range \n"},
     };
+    // clang-format on
 }
 
 TEST_F(EntityFruMib, WritesOneWordOfTheWholeRecord)
@@ -338,16 +303,14 @@ TEST_F(EntityFruMib, RefusesOtherValues)
         platform.answer = [&](const PlatformCall&) {
             return PlatformAnswer{0, object.row ? *object.row : Bytes{0, 0, 0, 1}};
         };
-        EXPECT_EQ(standard_error_of([&] { EXPECT_EQ(agent.set(object.instance, "1"), 7); }),
-                  object.wrong_type);
-        EXPECT_EQ(standard_error_of([&] {
-                      EXPECT_EQ(agent.set(object.instance, ASN_INTEGER, Bytes(sizeof(long) + 1)),
-                                8);
-                  }),
-                  object.wrong_length);
+        const auto told = [](const std::string& text) {
+            return text.empty() ? text : "write to qefc" + text;
+        };
+        EXPECT_EQ(refusal(object.instance, "1"), std::pair(7, told(object.wrong_type)));
+        EXPECT_EQ(refusal(object.instance, Integer(sizeof(long) + 1)),
+                  std::pair(8, told(object.wrong_length)));
         for (const long value : object.refused) {
-            EXPECT_EQ(standard_error_of([&] { EXPECT_EQ(agent.set(object.instance, value), 10); }),
-                      object.wrong_value);
+            EXPECT_EQ(refusal(object.instance, value), std::pair(10, told(object.wrong_value)));
         }
         for (const PlatformCall& call : platform.calls) {
             EXPECT_EQ(call.operation, 1) << "nothing was written";

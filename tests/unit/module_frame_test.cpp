@@ -2,6 +2,8 @@
 #include "scripted_agent.h"
 #include "trace.h"
 
+#include <sstream>
+
 using namespace testing;
 
 extern "C" {
@@ -23,134 +25,90 @@ void deinit_entity_asset_mib();
 
 namespace {
 
+enum class Prints { both, exit_first, in_deinit, none };
+
 struct Module {
     const char* name;
     void (*init)();
     void (*deinit)();
     Oid root;
-    size_t entry_size_32;                           ///< of one variable on the 32-bit target
-    std::string printed_by_init, printed_by_deinit; ///< calls in brackets among it
-    std::vector<std::string>
-        objects; ///< magic, relative OID, ASN.1 type, 1 read-only or 2 read-write
+    size_t entry_size_32; ///< of one variable on the 32-bit target
+    std::string events;   ///< handled, in their order
+    std::string objects;  ///< each magic:relative OID:ASN.1 type:1 read-only or 2 read-write
+    Prints prints;
 };
 
+// clang-format off
 const Module modules[] = {
-    {"entity_mib",
-     init_entity_mib,
-     deinit_entity_mib,
-     {1, 3, 6, 1, 2, 1, 47},
-     40,
-     "DEBUG : ENTER init_entity_mib \n"
-     "[register_mib entity_mib]\n"
-     "[register 1033]\n"
-     "DEBUG : EXIT init_entity_mib \n",
-     "DEBUG : ENTER deinit_entity_mib \n"
-     "[unregister_mib]\n"
-     "[unregister 1033]\n"
-     "DEBUG : EXIT deinit_entity_mib \n",
-     {"4 1.1.1.1.2 4 1",   "5 1.1.1.1.3 6 1",   "6 1.1.1.1.4 2 1",   "7 1.1.1.1.5 2 1",
-      "8 1.1.1.1.6 2 1",   "9 1.1.1.1.7 4 1",   "10 1.1.1.1.8 4 1",  "11 1.1.1.1.9 4 1",
-      "12 1.1.1.1.10 4 1", "13 1.1.1.1.11 4 2", "14 1.1.1.1.12 4 1", "15 1.1.1.1.13 4 1",
-      "16 1.1.1.1.14 4 2", "17 1.1.1.1.15 4 2", "18 1.1.1.1.16 2 1", "22 1.2.1.1.2 4 1",
-      "23 1.2.1.1.3 6 1",  "24 1.2.1.1.4 4 1",  "25 1.2.1.1.5 4 1",  "26 1.2.1.1.6 6 1",
-      "27 1.2.1.1.7 4 1",  "28 1.2.1.1.8 4 1",  "31 1.3.1.1.1 2 1",  "35 1.3.2.1.2 6 1",
-      "38 1.3.3.1.1 2 1",  "39 1.4.1 67 1"}},
-    {"entityfru_mib",
-     init_entityfru_mib,
-     deinit_entityfru_mib,
-     {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 117},
-     40,
-     "DEBUG : ENTER init_entityfru_mib \n"
-     "[register_mib entityfru_mib]\n"
-     "[register 1034]\n"
-     "[register 1035]\n"
-     "[register 1036]\n"
-     "[register 1037]\n"
-     "[register 3224]\n"
-     "[register 1047]\n"
-     "[register 1121]\n"
-     "DEBUG : EXIT init_entityfru_mib \n",
-     "DEBUG : ENTER deinit_entityfru_mib \n"
-     "[unregister_mib]\n"
-     "[unregister 1034]\n"
-     "[unregister 1035]\n"
-     "[unregister 1036]\n"
-     "[unregister 1037]\n"
-     "[unregister 3224]\n"
-     "[unregister 1047]\n"
-     "[unregister 1121]\n"
-     "DEBUG : EXIT deinit_entityfru_mib \n",
-     {"3 1.1.1.1.1 2 2",   "4 1.1.1.1.2 4 1",  "5 1.1.1.1.3 2 1",   "6 1.1.1.1.4 2 1",
-      "9 1.1.2.1.1 2 2",   "10 1.1.2.1.2 2 1", "11 1.1.2.1.3 2 1",  "12 1.1.3 2 2",
-      "15 1.1.4.1.1 2 2",  "16 1.1.4.1.2 2 2", "17 1.1.4.1.3 2 2",  "18 1.1.4.1.4 2 2",
-      "21 1.2.1.1.1 2 2",  "22 1.2.1.1.2 2 1", "23 1.2.1.1.3 2 1",  "24 1.2.1.1.4 67 1",
-      "25 1.2.1.1.5 67 1", "26 1.2.1.1.6 4 1", "27 1.2.1.1.8 66 1", "31 1.3.1 2 2",
-      "33 1.4.1.1.1 2 1",  "36 1.5.1.1.1 2 1"}},
-    {"quarn_rf_mib",
-     init_quarn_rf_mib,
-     deinit_quarn_rf_mib,
-     {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 176},
-     40,
-     "DEBUG : ENTER init_quarn_rf_mib \n"
-     "[register_mib quarn_rf_mib]\n"
-     "[register 1043]\n"
-     "DEBUG : EXIT init_quarn_rf_mib \n",
-     "DEBUG : ENTER deinit_quarn_rf_mib \n"
-     "[unregister_mib]\n"
-     "DEBUG : EXIT deinit_quarn_rf_mib \n"
-     "[unregister 1043]\n",
-     {"1 1.1.1 2 1", "2 1.1.2 2 1", "3 1.1.3 2 1", "4 1.1.4 2 1", "6 1.1.6 2 1", "7 1.1.7 2 1",
-      "8 1.1.8 2 1", "21 1.2.11 2 2"}},
-    {"quarn_rf_supp_mib",
-     init_quarn_rf_supp_mib,
-     deinit_quarn_rf_supp_mib,
-     {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 198},
-     40,
-     "[register_mib quarn_rf_supp_mib]\n",
-     "DEBUG : ENTER deinit_quarn_rf_supp_mib \n"
-     "[unregister_mib]\n"
-     "DEBUG : EXIT deinit_quarn_rf_supp_mib \n",
-     {"6 1.1.6 2 1", "9 1.1.9 2 1"}},
-    {"quarn_ts_mib",
-     init_quarn_ts_mib,
-     deinit_quarn_ts_mib,
-     {1, 3, 6, 1, 4, 1, ENTERPRISE_ALT, 2, 9},
-     28,
-     "DEBUG : ENTER init_quarn_ts_mib \n"
-     "[register_mib quarn_ts_mib]\n"
-     "DEBUG : EXIT init_quarn_ts_mib \n",
-     "DEBUG : ENTER deinit_quarn_ts_mib \n"
-     "[unregister_mib]\n"
-     "DEBUG : EXIT deinit_quarn_ts_mib \n",
-     {"36 5 2 2", "37 6 2 2", "38 7 4 2", "40 9 2 2"}},
-    {"entity_ext_mib",
-     init_entity_ext_mib,
-     deinit_entity_ext_mib,
-     {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 195},
-     28,
-     "[register_mib entity_ext_mib]\n",
-     "[unregister_mib]\n",
-     {"15 1.3.1.2 2 1", "17 1.4.1.1 4 2"}},
-    {"entity_asset_mib",
-     init_entity_asset_mib,
-     deinit_entity_asset_mib,
-     {1, 3, 6, 1, 4, 1, ENTERPRISE_ALT, 9, 92},
-     28,
-     "[register_mib entity_asset_mib]\n",
-     "[unregister_mib]\n",
-     {"10 1.1.1.11 4 1"}},
+    {"entity_mib", init_entity_mib, deinit_entity_mib,
+     {1, 3, 6, 1, 2, 1, 47}, 40, "1033",
+     "4:1.1.1.1.2:4:1 5:1.1.1.1.3:6:1 6:1.1.1.1.4:2:1 7:1.1.1.1.5:2:1 8:1.1.1.1.6:2:1 "
+     "9:1.1.1.1.7:4:1 10:1.1.1.1.8:4:1 11:1.1.1.1.9:4:1 12:1.1.1.1.10:4:1 13:1.1.1.1.11:4:2 "
+     "14:1.1.1.1.12:4:1 15:1.1.1.1.13:4:1 16:1.1.1.1.14:4:2 17:1.1.1.1.15:4:2 "
+     "18:1.1.1.1.16:2:1 22:1.2.1.1.2:4:1 23:1.2.1.1.3:6:1 24:1.2.1.1.4:4:1 25:1.2.1.1.5:4:1 "
+     "26:1.2.1.1.6:6:1 27:1.2.1.1.7:4:1 28:1.2.1.1.8:4:1 31:1.3.1.1.1:2:1 35:1.3.2.1.2:6:1 "
+     "38:1.3.3.1.1:2:1 39:1.4.1:67:1",
+     Prints::both},
+    {"entityfru_mib", init_entityfru_mib, deinit_entityfru_mib,
+     {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 117}, 40, "1034 1035 1036 1037 3224 1047 1121",
+     "3:1.1.1.1.1:2:2 4:1.1.1.1.2:4:1 5:1.1.1.1.3:2:1 6:1.1.1.1.4:2:1 9:1.1.2.1.1:2:2 "
+     "10:1.1.2.1.2:2:1 11:1.1.2.1.3:2:1 12:1.1.3:2:2 15:1.1.4.1.1:2:2 16:1.1.4.1.2:2:2 "
+     "17:1.1.4.1.3:2:2 18:1.1.4.1.4:2:2 21:1.2.1.1.1:2:2 22:1.2.1.1.2:2:1 23:1.2.1.1.3:2:1 "
+     "24:1.2.1.1.4:67:1 25:1.2.1.1.5:67:1 26:1.2.1.1.6:4:1 27:1.2.1.1.8:66:1 31:1.3.1:2:2 "
+     "33:1.4.1.1.1:2:1 36:1.5.1.1.1:2:1",
+     Prints::both},
+    {"quarn_rf_mib", init_quarn_rf_mib, deinit_quarn_rf_mib,
+     {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 176}, 40, "1043",
+     "1:1.1.1:2:1 2:1.1.2:2:1 3:1.1.3:2:1 4:1.1.4:2:1 6:1.1.6:2:1 7:1.1.7:2:1 8:1.1.8:2:1 "
+     "21:1.2.11:2:2",
+     Prints::exit_first},
+    {"quarn_rf_supp_mib", init_quarn_rf_supp_mib, deinit_quarn_rf_supp_mib,
+     {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 198}, 40, "",
+     "6:1.1.6:2:1 9:1.1.9:2:1",
+     Prints::in_deinit},
+    {"quarn_ts_mib", init_quarn_ts_mib, deinit_quarn_ts_mib,
+     {1, 3, 6, 1, 4, 1, ENTERPRISE_ALT, 2, 9}, 28, "",
+     "36:5:2:2 37:6:2:2 38:7:4:2 40:9:2:2",
+     Prints::both},
+    {"entity_ext_mib", init_entity_ext_mib, deinit_entity_ext_mib,
+     {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 195}, 28, "",
+     "15:1.3.1.2:2:1 17:1.4.1.1:4:2",
+     Prints::none},
+    {"entity_asset_mib", init_entity_asset_mib, deinit_entity_asset_mib,
+     {1, 3, 6, 1, 4, 1, ENTERPRISE_ALT, 9, 92}, 28, "",
+     "10:1.1.1.11:4:1",
+     Prints::none},
 };
+// clang-format on
 
-std::vector<std::string> objects_of(const Registration& registration)
+/// What an entry point of a module prints, with the calls that it makes in brackets.
+std::string printed(const Module& module, const std::string& entry)
 {
-    std::vector<std::string> objects;
+    const bool init = entry == "init_";
+    const bool prints = init ? module.prints <= Prints::exit_first : module.prints != Prints::none;
+    const std::string function = entry + module.name + " \n";
+    const std::string exit = prints ? "DEBUG : EXIT " + function : "";
+    std::string events;
+    std::istringstream numbers(module.events);
+    for (std::string number; numbers >> number;) {
+        events += (init ? "[register " : "[unregister ") + number + "]\n";
+    }
+    return (prints ? "DEBUG : ENTER " + function : "") +
+           (init ? "[register_mib " + std::string(module.name) + "]\n" : "[unregister_mib]\n") +
+           (module.prints == Prints::exit_first && !init ? exit + events : events + exit);
+}
+
+std::string objects_of(const Registration& registration)
+{
+    std::string objects;
     for (const RegisteredVariable& var : registration.variables) {
-        std::string object;
+        std::string relative;
         for (size_t i = registration.root.size(); i < var.record.namelen; ++i) {
-            object += (object.empty() ? "" : ".") + std::to_string(var.record.name[i]);
+            relative += (relative.empty() ? "" : ".") + std::to_string(var.record.name[i]);
         }
-        objects.push_back(std::to_string(var.record.magic) + " " + object + " " +
-                          std::to_string(var.record.type) + " " + std::to_string(var.record.acl));
+        objects += (objects.empty() ? "" : " ") + std::to_string(var.record.magic) + ":" +
+                   relative + ":" + std::to_string(var.record.type) + ":" +
+                   std::to_string(var.record.acl);
     }
     return objects;
 }
@@ -168,7 +126,7 @@ TEST_F(ModuleFrame, RegistersItsTableAndHandlersAndTakesThemBack)
 {
     for (const Module& module : modules) {
         SCOPED_TRACE(module.name);
-        EXPECT_EQ(standard_output_of(module.init), module.printed_by_init);
+        EXPECT_EQ(standard_output_of(module.init), printed(module, "init_"));
 
         const Registration& registration = agent.registrations.at(module.root);
         EXPECT_EQ(registration.name, module.name);
@@ -177,7 +135,7 @@ TEST_F(ModuleFrame, RegistersItsTableAndHandlersAndTakesThemBack)
         }
         EXPECT_EQ(objects_of(registration), module.objects);
 
-        EXPECT_EQ(standard_output_of(module.deinit), module.printed_by_deinit);
+        EXPECT_EQ(standard_output_of(module.deinit), printed(module, "deinit_"));
         EXPECT_THAT(agent.registrations, IsEmpty());
     }
 }

@@ -102,15 +102,14 @@ TEST_F(QuarnRfMib, SendsTheRecordJustReadWithTheNewAction)
 
 TEST_F(QuarnRfMib, RefusesWhatIsNoAction)
 {
-    EXPECT_EQ(standard_error_of([&] { EXPECT_EQ(agent.set(admin_action, "3"), 7); }),
-              "write to qRFCfgAdminAction not ASN_INTEGER\n");
-    EXPECT_EQ(standard_error_of([&] {
-                  EXPECT_EQ(agent.set(admin_action, ASN_INTEGER, Bytes(sizeof(long) + 1)), 8);
-              }),
-              "write to qRFCfgAdminAction: bad length\n");
+    using Told = std::pair<int, std::string>;
+    EXPECT_EQ(refusal(admin_action, "3"),
+              (Told{7, "write to qRFCfgAdminAction not ASN_INTEGER\n"}));
+    EXPECT_EQ(refusal(admin_action, Integer(sizeof(long) + 1)),
+              (Told{8, "write to qRFCfgAdminAction: bad length\n"}));
     for (const long value : {4L, -1L}) {
-        EXPECT_EQ(standard_error_of([&] { EXPECT_EQ(agent.set(admin_action, value), 10); }),
-                  "Out of range value for qRFCfgAdminAction.\n");
+        EXPECT_EQ(refusal(admin_action, value),
+                  (Told{10, "Out of range value for qRFCfgAdminAction.\n"}));
     }
     for (const PlatformCall& call : platform.calls) {
         EXPECT_EQ(call.operation, 1);

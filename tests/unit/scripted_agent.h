@@ -38,6 +38,11 @@ struct Binding {
     uint32_t integer() const; ///< of a value in host order
 };
 
+/// An INTEGER of any length, as no agent would send it.
+struct Integer : Bytes {
+    using Bytes::Bytes;
+};
+
 struct ScriptedAgent {
     std::map<Oid, Registration> registrations; ///< by root
     int register_status = MIB_REGISTERED_OK;
@@ -54,6 +59,7 @@ struct ScriptedAgent {
 
     /// A SET through all its phases. @return the first error status, -1 when nothing is writable
     int set(const Oid& name, u_char type, const Bytes& value);
+    int set(const Oid& name, const Integer& value) { return set(name, ASN_INTEGER, value); }
     int set(const Oid& name, long value);
     int set(const Oid& name, const std::string& value);
 
@@ -122,4 +128,13 @@ std::string standard_error_of(Action action)
     testing::internal::CaptureStderr();
     action();
     return testing::internal::GetCapturedStderr();
+}
+
+/// The status of a SET, and what it wrote to standard error.
+template <typename Value>
+std::pair<int, std::string> refusal(const Oid& instance, const Value& value)
+{
+    int status = 0;
+    std::string error = standard_error_of([&] { status = agent.set(instance, value); });
+    return {status, error};
 }
