@@ -161,10 +161,10 @@ public:
 
     /// Fills an empty place, by the index of its container, with what was last pulled from it or
     /// with another unit that is made for it.
-    void insert(uint32_t place, std::optional<Assembly> other = std::nullopt);
+    void insert(uint32_t index, std::optional<Assembly> other = std::nullopt);
 
     /// Fills an empty place with a unit that the switch does not recognize.
-    void plug_unknown(uint32_t place);
+    void plug_unknown(uint32_t index);
 
     /// Puts the standby supervisor in charge. Refused when there is none.
     void switch_over(int32_t reason);

@@ -486,7 +486,7 @@ private:
         if (role == "supervisor") {
             return ModuleRole::supervisor;
         }
-        fail(node->source(), "'role' is neither \"supervisor\" nor \"line-card\"");
+        fail(node->source(), "'role' is neither 'supervisor' nor 'line-card'");
     }
 
     std::vector<Entity> make_sensors(const Entity& holder, uint32_t holder_number,

@@ -22,7 +22,7 @@ Bytes record_from(uint32_t base)
 {
     Bytes record(32);
     for (uint32_t i = 0; i < 8; ++i) {
-        put_host_word(record, 4 * i, base + i);
+        put_host_word(record, size_t{4} * i, base + i);
     }
     return record;
 }

@@ -204,9 +204,7 @@ TEST_F(QuarnTsMib, TellsOfAPlatformThatFails)
                                                    {text, "tsMsgText"}};
     for (const auto& [object, name] : objects) {
         const bool is_text = object == text;
-        const auto told = [&name](const char* operation) {
-            return std::string("In set_") + name + ", cmi_req_resp() for " + operation;
-        };
+        const std::string begin = "In set_" + name + ", cmi_req_resp() for ";
         WriteMethod* write_method = agent.get(object)->write_method;
         const auto call = [&](int expected) {
             Bytes value(sizeof(long));
@@ -218,13 +216,13 @@ TEST_F(QuarnTsMib, TellsOfAPlatformThatFails)
             });
         };
         write_result = 1;
-        EXPECT_THAT(call(5), EndsWith(told("SET returned ERROR.\n")));
+        EXPECT_THAT(call(5), EndsWith(begin + "SET returned ERROR.\n"));
         write_result = 0;
         result = 3;
-        EXPECT_THAT(call(5), EndsWith(told("GET returned NULL.\n")));
+        EXPECT_THAT(call(5), EndsWith(begin + "GET returned NULL.\n"));
         result = 0;
         const auto kept = std::exchange(message, std::nullopt);
-        EXPECT_THAT(call(0), EndsWith(told("GET returned NULL.\n")));
+        EXPECT_THAT(call(0), EndsWith(begin + "GET returned NULL.\n"));
         EXPECT_EQ(platform.calls.back().operation, 1) << "nothing was written";
         message = kept;
     }
