@@ -49,6 +49,12 @@ TEST(ChassisFile, NamesTheLineOfWhatIsWrong)
         {chassis + module + "sensors = [{ name = \"a\" }, { limit = 1 }]\n",
          "6: unknown key 'limit'"},
         {chassis + module + "sensors = [1]\n", "6: 'sensors' is not a table"},
+        {chassis + "start-seconds = 3601\n", "4: 'start-seconds' is 3601, not within 0 to 3600"},
+        {chassis + module + "power = 100001\n", "6: 'power' is 100001, not within 0 to 100000"},
+        {chassis + module + "output = 1\n", "6: unknown key 'output'"},
+        {chassis + module + "role = \"spare\"\n",
+         "6: 'role' is neither 'supervisor' nor 'line-card'"},
+        {chassis + "[[power-supply]]\nbay = 1\nrole = \"supervisor\"\n", "6: unknown key 'role'"},
     };
     for (const auto& [text, error] : cases) {
         EXPECT_EQ(error_in(text), error) << text;

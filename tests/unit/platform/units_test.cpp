@@ -474,6 +474,8 @@ TEST_F(Units, ArePulledAndInserted)
 
 TEST_F(Units, StayWhereTheyAreWhenAnOrderIsWrong)
 {
+    order("plug-unknown", "104");
+    events();
     const std::vector<Bytes> before = everything();
     const struct {
         const char* verb;
@@ -494,6 +496,8 @@ TEST_F(Units, StayWhereTheyAreWhenAnOrderIsWrong)
         {"insert", R"(103, "type": 7)", "argument 'type' is missing or wrong"},
         {"plug-unknown", "102", "Slot 2 is not empty"},
         {"plug-unknown", "302001", "Ethernet2/1 is no slot or bay"},
+        {"insert", R"(104, "type": "other")", "Slot 4 is not empty"},
+        {"repair", "1004", "Unknown unit in Slot 4 is no module, power supply, fan tray or fan"},
         {"fail", "102", "Slot 2 is no module, power supply, fan tray or fan"},
         {"repair", "302001", "Ethernet2/1 is no module, power supply, fan tray or fan"},
         {"output", R"(1002, "watts": 5)", "Module 2 is no power supply"},
