@@ -255,22 +255,6 @@ TEST_F(EntityMib, SendsThePreviousRowAlongExactlyAsItCame)
     EXPECT_EQ(platform.calls.back().payload, previous);
 }
 
-TEST_F(EntityMib, SurvivesResponsesOfAnyLength)
-{
-    for (const size_t length : {0u, 1u, 3u, 4u, 779u, 2779u, 2780u, 2781u, 60000u}) {
-        for (const int32_t result : {0, 1, 99}) {
-            for (const oid index : {5u, 25813u, 300000u}) {
-                answer(result, Bytes(length, 0xff));
-                for (oid number = 2; number <= 16; ++number) {
-                    agent.next(column(number) + Oid{index});
-                    agent.get(column(number) + Oid{index});
-                    agent.set(column(number) + Oid{index}, "x");
-                }
-            }
-        }
-    }
-}
-
 TEST_F(EntityMib, WritesAliasAndAssetIdAsPartOfTheWholeRow)
 {
     for (const auto& [number, offset] : {std::pair{14u, 2351u}, {15u, 2384u}}) {

@@ -171,28 +171,6 @@ TEST_F(EntityFruMib, LooksRowsUp)
     }
 }
 
-TEST_F(EntityFruMib, SurvivesResponsesOfAnyLength)
-{
-    for (const size_t length : {0u, 1u, 3u, 5u, 15u, 60000u}) {
-        for (const int32_t result : {0, 9}) {
-            platform.answer = [=](const PlatformCall& call) -> PlatformAnswer {
-                return {call.operation == 3 ? 0 : result, Bytes(length, 0xff)};
-            };
-            for (const auto& [column, registration] : agent.registrations) {
-                for (const RegisteredVariable& var : registration.variables) {
-                    agent.get(var.full_oid() + Oid{7});
-                    agent.get(var.full_oid() + Oid{0});
-                    agent.next(var.full_oid() + Oid{7});
-                    agent.set(var.full_oid() + Oid{7}, 1);
-                }
-            }
-            for (const uint32_t event : {1034u, 1047u}) {
-                deliver(event, Bytes(316, 0xff));
-            }
-        }
-    }
-}
-
 TEST_F(EntityFruMib, CutsTextsAndOnlyAModulesInItsRecord)
 {
     for (const auto& [row, column, offset] : {std::tuple{module_row(7), module_table + Oid{6}, 32},
@@ -361,56 +339,62 @@ TEST_F(EntityFruMib, ServesAScalarThatThePlatformDoesNotTellAsZero)
     }
 }
 
+/// Delivers an event and checks the notification: root.2.0.number with these bindings.
+void expect_notification(uint32_t event, const Bytes& payload, oid number,
+                         const std::vector<Brief>& bindings)
+{
+    SCOPED_TRACE(event);
+    platform.unit_status.clear();
+    const Notification notification = deliver(event, payload);
+    EXPECT_TRUE(notification.sent);
+    EXPECT_EQ(notification.name, root + (Oid{2, 0, number}));
+    EXPECT_EQ(briefly(notification), bindings);
+}
+
 TEST_F(EntityFruMib, NotifiesOfModulePowerAndFanStatus)
 {
     Bytes module = module_row(7);
     put_wire_word(module, 8, 3);
-    put_time(module, 16, 34);
-    Notification notification = deliver(1034, module);
-    EXPECT_TRUE(notification.sent);
-    EXPECT_EQ(notification.name, root + (Oid{2, 0, 1}));
-    EXPECT_THAT(briefly(notification), ElementsAre(Brief{module_table + Oid{2, 7}, 2, "3"},
-                                                   Brief{module_table + Oid{4, 7}, 67, "3400"}));
-    EXPECT_EQ(platform.unit_status.back(), "status 4");
-    put_time(module, 16, -1);
-    EXPECT_EQ(deliver(1034, module).bindings[1].integer(), 0u);
-
+    for (const auto& [seconds, ticks] : {std::pair{34, "3400"}, {-1, "0"}}) {
+        put_time(module, 16, seconds);
+        expect_notification(
+            1034, module, 1,
+            {{module_table + Oid{2, 7}, 2, "3"}, {module_table + Oid{4, 7}, 67, ticks}});
+        EXPECT_EQ(platform.unit_status.back(), "status 4");
+    }
     Bytes power = status_row(8, 3);
     put_wire_word(power, 4, 1);
     for (const bool marker : {false, true}) {
         marker_exists = marker;
-        platform.unit_status.clear();
-        notification = deliver(1035, power);
-        EXPECT_TRUE(notification.sent);
-        EXPECT_EQ(notification.name, root + (Oid{2, 0, 2}));
-        EXPECT_THAT(briefly(notification), ElementsAre(Brief{power_status + Oid{2, 8}, 2, "3"},
-                                                       Brief{power_status + Oid{1, 8}, 2, "1"}));
+        expect_notification(
+            1035, power, 2,
+            {{power_status + Oid{2, 8}, 2, "3"}, {power_status + Oid{1, 8}, 2, "1"}});
         EXPECT_EQ(platform.unit_status.size(), marker ? 4u : 0u);
     }
-
-    platform.unit_status.clear();
-    notification = deliver(1047, status_row(9, 3, 8, 4));
-    EXPECT_TRUE(notification.sent);
-    EXPECT_EQ(notification.name, root + (Oid{2, 0, 6}));
-    EXPECT_THAT(briefly(notification), ElementsAre(Brief{fan_tray + Oid{1, 9}, 2, "3"}));
+    expect_notification(1047, status_row(9, 3, 8, 4), 6, {{fan_tray + Oid{1, 9}, 2, "3"}});
     EXPECT_EQ(platform.unit_status.back(), "status 4");
 }
 
-TEST_F(EntityFruMib, NotifiesOfUnitsThatComeAndGo)
+TEST_F(EntityFruMib, NotifiesOfUnitsAndTheirOutput)
 {
     Bytes unit(2780, 'd');
     put_wire_word(unit, 0, 1003);
     put_wire_word(unit, 776, 103);
     for (const auto& [event, number] : {std::pair{1036u, 3u}, {1037u, 4u}}) {
-        const Notification notification = deliver(event, unit);
-        EXPECT_TRUE(notification.sent);
-        EXPECT_EQ(notification.name, root + (Oid{2, 0, number}));
-        EXPECT_THAT(briefly(notification),
-                    ElementsAre(Brief{entity + Oid{4, 1003}, 2, "103"},
-                                Brief{entity + Oid{2, 1003}, 4, std::string(254, 'd')},
-                                Brief{entity + Oid{7, 103}, 4, std::string(254, 'd')}));
+        expect_notification(event, unit, number,
+                            {{entity + Oid{4, 1003}, 2, "103"},
+                             {entity + Oid{2, 1003}, 4, std::string(254, 'd')},
+                             {entity + Oid{7, 103}, 4, std::string(254, 'd')}});
+        EXPECT_THAT(platform.unit_status, IsEmpty());
     }
-    EXPECT_THAT(platform.unit_status, IsEmpty());
+    Bytes change(520, 'o');
+    put_wire_word(change, 0, 2001);
+    put_wire_word(change, 516, 1500);
+    change[4 + 3] = 0;
+    expect_notification(1121, change, 7,
+                        {{entity + Oid{7, 2001}, 4, "ooo"},
+                         {entity + Oid{13, 2001}, 4, std::string(257, 'o')},
+                         {root + Oid{1, 6, 2, 1, 2, 2001}, 2, "1500"}});
 }
 
 TEST_F(EntityFruMib, NotifiesOfAnUnrecognizedUnit)
@@ -425,35 +409,17 @@ TEST_F(EntityFruMib, NotifiesOfAnUnrecognizedUnit)
     for (const auto& [claimed, count] :
          {std::pair{0u, 0u}, {2u, 2u}, {128u, 128u}, {4000u, 128u}}) {
         put_wire_word(unit, 772, claimed);
-        const Notification notification = deliver(3224, unit);
-        EXPECT_TRUE(notification.sent);
-        EXPECT_EQ(notification.name, root + (Oid{2, 0, 5}));
         std::string vendor_type;
         for (oid i = 0; i < count; ++i) {
             vendor_type.append(reinterpret_cast<const char*>(&i), sizeof i);
         }
-        EXPECT_THAT(briefly(notification),
-                    ElementsAre(Brief{entity + Oid{5, 1003}, 2, "9"},
-                                Brief{entity + Oid{3, 1003}, 6, vendor_type},
-                                Brief{entity + Oid{7, 1003}, 4, std::string(255, 'm')},
-                                Brief{entity + Oid{13, 1003}, 4, std::string(255, 'm')},
-                                Brief{physical + Oid{1, 1003}, 2, "5"}));
+        expect_notification(3224, unit, 5,
+                            {{entity + Oid{5, 1003}, 2, "9"},
+                             {entity + Oid{3, 1003}, 6, vendor_type},
+                             {entity + Oid{7, 1003}, 4, std::string(255, 'm')},
+                             {entity + Oid{13, 1003}, 4, std::string(255, 'm')},
+                             {physical + Oid{1, 1003}, 2, "5"}});
     }
-}
-
-TEST_F(EntityFruMib, NotifiesOfAPowerSupplysOutput)
-{
-    Bytes change(520, 'o');
-    put_wire_word(change, 0, 2001);
-    put_wire_word(change, 516, 1500);
-    change[4 + 3] = 0;
-    const Notification notification = deliver(1121, change);
-    EXPECT_TRUE(notification.sent);
-    EXPECT_EQ(notification.name, root + (Oid{2, 0, 7}));
-    EXPECT_THAT(briefly(notification),
-                ElementsAre(Brief{entity + Oid{7, 2001}, 4, "ooo"},
-                            Brief{entity + Oid{13, 2001}, 4, std::string(257, 'o')},
-                            Brief{root + Oid{1, 6, 2, 1, 2, 2001}, 2, "1500"}));
 }
 
 TEST_F(EntityFruMib, SendsNothingForAMessageWithoutAPayload)
@@ -512,23 +478,17 @@ TEST_F(EntityFruMib, ComputesTheUnitStatusFromThreeWalks)
             EXPECT_EQ(call.length, call.opcode == 1028 ? 16u : call.opcode == 1029 ? 316u : 8u);
         }
     }
-    // Two ways to say that there is no more, and a platform that answers with the same row for
-    // ever.
-    platform.answer = [](const PlatformCall& call) -> PlatformAnswer {
-        const uint32_t index = wire_word(*call.payload, 0);
-        const Bytes row = status_row(3, 2, call.payload->size(), call.opcode == 3270 ? 4 : 8);
-        EXPECT_TRUE(index == 0 || *call.payload == row)
-            << "the row just received asks for the next";
-        return {0, index == 0 ? std::optional(row) : std::nullopt};
-    };
-    deliver(1047, status_row(9, 3, 8, 4));
-    EXPECT_EQ(platform.unit_status.back(), "status 3");
-    platform.answer = [](const PlatformCall& call) {
-        return PlatformAnswer{0,
-                              status_row(4, 2, call.payload->size(), call.opcode == 3270 ? 4 : 8)};
-    };
-    deliver(1047, status_row(9, 3, 8, 4));
-    EXPECT_EQ(platform.unit_status.back(), "status 3");
+    // Two ways to say that there is no more: no response, and the same row again and again.
+    for (const bool repeats : {false, true}) {
+        platform.answer = [repeats](const PlatformCall& call) -> PlatformAnswer {
+            const bool first = wire_word(*call.payload, 0) == 0;
+            const Bytes row = status_row(3, 2, call.payload->size(), call.opcode == 3270 ? 4 : 8);
+            EXPECT_TRUE(first || *call.payload == row) << "the row received asks for the next";
+            return {0, first || repeats ? std::optional(row) : std::nullopt};
+        };
+        deliver(1047, status_row(9, 3, 8, 4));
+        EXPECT_EQ(platform.unit_status.back(), "status 3");
+    }
 }
 
 TEST_F(EntityFruMib, Traces)

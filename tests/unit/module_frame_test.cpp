@@ -198,6 +198,36 @@ TEST_F(ModuleFrame, UnknownMagicHasNoValueAndAnEmptyDetail)
     EXPECT_EQ(unknown, 16u + 18u + 8u + 2u + 4u + 2u + 1u);
 }
 
+/// What a sanitizer watches: every object read, walked and written, and every event handled, with
+/// answers and records of any length and content.
+TEST_F(ModuleFrame, SurvivesWhateverThePlatformAnswers)
+{
+    for (const Module& module : modules) {
+        standard_output_of(module.init);
+        for (const size_t length : {0u, 1u, 3u, 11u, 31u, 270u, 2510u, 2779u, 2780u, 60000u}) {
+            for (const auto& [result, fill] : {std::pair{0, 0xff}, {0, 0}, {0, 2}, {1, 0xff}}) {
+                const PlatformAnswer answer = {result, Bytes(length, static_cast<uint8_t>(fill))};
+                platform.answer = [answer](const PlatformCall&) { return PlatformAnswer(answer); };
+                standard_output_of([&] {
+                    for (RegisteredVariable& var : agent.registrations.at(module.root).variables) {
+                        for (const Oid& index : {Oid{0}, {7, 1}, {25813}, {4294967295}}) {
+                            ask(var.record, var.full_oid() + index, true);
+                            ask(var.record, var.full_oid() + index, false);
+                            agent.set(var.full_oid() + index, 2);
+                            agent.set(var.full_oid() + index, "x");
+                        }
+                    }
+                    std::istringstream events(module.events);
+                    for (uint32_t event = 0; events >> event;) {
+                        deliver(event, Bytes(2780, static_cast<uint8_t>(fill)));
+                    }
+                });
+            }
+        }
+        standard_output_of(module.deinit);
+    }
+}
+
 TEST_F(ModuleFrame, TraceGoesToWhicheverSinkIsOn)
 {
     int evaluated = 0;

@@ -112,9 +112,8 @@ int ScriptedAgent::set(const Oid& name, u_char type, const Bytes& value)
         const int status =
             write_method(phase, data.data(), type, value.size(), nullptr, buffer, name.size());
         if (status != SNMP_ERR_NOERROR) {
-            EXPECT_EQ(write_method(phase == 2 ? 5 : 4, data.data(), type, value.size(), nullptr,
-                                   buffer, name.size()),
-                      SNMP_ERR_NOERROR);
+            write_method(phase == 2 ? 5 : 4, data.data(), type, value.size(), nullptr, buffer,
+                         name.size());
             return status;
         }
     }
