@@ -207,6 +207,7 @@ TEST_F(ModuleFrame, SurvivesWhateverThePlatformAnswers)
         for (const size_t length : {0u, 1u, 3u, 11u, 31u, 270u, 2510u, 2779u, 2780u, 60000u}) {
             for (const auto& [result, fill] : {std::pair{0, 0xff}, {0, 0}, {0, 2}, {1, 0xff}}) {
                 const PlatformAnswer answer = {result, Bytes(length, static_cast<uint8_t>(fill))};
+                const Bytes payload(2780, static_cast<uint8_t>(fill));
                 platform.answer = [answer](const PlatformCall&) { return PlatformAnswer(answer); };
                 standard_output_of([&] {
                     for (RegisteredVariable& var : agent.registrations.at(module.root).variables) {
@@ -219,7 +220,7 @@ TEST_F(ModuleFrame, SurvivesWhateverThePlatformAnswers)
                     }
                     std::istringstream events(module.events);
                     for (uint32_t event = 0; events >> event;) {
-                        deliver(event, Bytes(2780, static_cast<uint8_t>(fill)));
+                        deliver(event, payload);
                     }
                 });
             }
