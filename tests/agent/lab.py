@@ -102,14 +102,15 @@ class Daemon:
 class Switch(Daemon):
     program = "snmpd"
 
-    def __init__(self, chassis="ten-slot", lines=()):
+    def __init__(self, chassis="ten-slot", lines=(), under=()):
+        """lines: more of the agent's configuration. under: a command that runs the agent."""
         super().__init__()
         self.control = self.state / "control"
-        self.chassis, self.lines = chassis_file(chassis), lines
+        self.chassis, self.lines, self.under = chassis_file(chassis), lines, under
 
     def start(self):
-        self.spawn(lambda port: [SOURCE / "scripts/agent", BUILD, self.state, port, self.chassis,
-                                 *self.lines])
+        self.spawn(lambda port: [*self.under, SOURCE / "scripts/agent", BUILD, self.state, port,
+                                 self.chassis, *self.lines])
         assert "dlopen" not in self.log(), self.log()
         self.get(UPTIME)  # until it answers, it forgets a SIGHUP
 

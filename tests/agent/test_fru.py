@@ -1,10 +1,11 @@
 """Modules, power and fans in a real agent: tables, writes and notifications that agree."""
 
 import time
+from contextlib import contextmanager
 
 import pytest
 
-from lab import ALIAS, ENT_CONFIG_CHANGE, Switch, wait_for
+from lab import ALIAS, ENT_CONFIG_CHANGE, Switch, run, wait_for
 
 FRU = "1.3.6.1.4.1.32473.9.117"
 GROUP, POWER, VALUES, MODULE, FAN, PHYSICAL = (
@@ -16,12 +17,15 @@ UNIT_STATUS = ".1.3.6.1.4.1.99999.9.116.0.1"
 UNIT_STATUS_VALUE = ".1.3.6.1.4.1.99999.9.116.1.1.0"
 ENT_PHYSICAL = ".1.3.6.1.2.1.47.1.1.1.1"
 MODULE_3, SLOT_3 = 1003, 103
+# Runs a command that sees a /mnt of its own, empty and mounted as the next word says.
+OWN_MNT = ("unshare", "--mount", "sh", "-c", 'mount -t tmpfs -o "$0" none /mnt && exec "$@"')
 
 
-@pytest.fixture
-def watched(trap_receiver):
+@contextmanager
+def watch(trap_receiver, under=()):
     """A switch whose notifications arrive, and what reads the new ones: (OID, bindings)."""
-    with Switch(lines=[f"trap2sink 127.0.0.1:{trap_receiver.port} public"]) as switch:
+    sink = f"trap2sink 127.0.0.1:{trap_receiver.port} public"
+    with Switch(lines=[sink], under=under) as switch:
         wait_for(lambda: "1.3.6.1.6.3.1.1.5.1" in trap_receiver.log(), "cold start")
         seen = len(notifications(trap_receiver))
 
@@ -33,6 +37,12 @@ def watched(trap_receiver):
             seen += len(fresh)
             return fresh
 
+        yield switch, news
+
+
+@pytest.fixture
+def watched(trap_receiver):
+    with watch(trap_receiver) as (switch, news):
         yield switch, news
 
 
@@ -163,6 +173,26 @@ def test_the_notification_switch(watched):
     assert switch.set(ENABLE, "i", "1") is None
     assert switch.chmctl("fail", "2001").returncode == 0
     assert names(news(1)) == [OUTPUT]
+
+
+@pytest.mark.skipif(run(*OWN_MNT, "rw", "true").returncode != 0, reason="needs the right to mount")
+def test_the_marker_adds_the_unit_status_to_power_events(trap_receiver):
+    def status(key):
+        return switch.chmctl_json("status")[key]
+
+    with watch(trap_receiver, under=(*OWN_MNT, "rw")) as (switch, news):
+        assert switch.chmctl("marker", "on").stdout.split() == ["marker", "on"] and status("marker")
+        assert switch.chmctl("pull", str(MODULE_3)).returncode == 0
+        assert names(news(6)) == [UNIT_STATUS, POWER_STATUS, UNIT_STATUS, MODULE_STATUS, REMOVED,
+                                  ENT_CONFIG_CHANGE]
+        assert status("heartbeats") == 6  # three for each unit status of a healthy switch
+        assert switch.chmctl("marker", "off").returncode == 0 and not status("marker")
+        assert switch.chmctl("insert", str(SLOT_3)).returncode == 0
+        assert names(news(5))[2:] == [POWER_STATUS, UNIT_STATUS, MODULE_STATUS]
+    with Switch(under=(*OWN_MNT, "ro")) as switch:
+        refused = switch.chmctl("marker", "on")
+        assert (refused.returncode, refused.stderr.count("\n")) == (1, 1)
+        assert "Read-only" in refused.stderr and not status("marker")
 
 
 def test_a_reload_keeps_all_of_it(watched):

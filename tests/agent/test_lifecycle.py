@@ -2,6 +2,12 @@
 
 import re
 
+import os
+import select
+import socket
+
+import pytest
+
 from lab import ALIAS, OPERATOR, Switch
 
 MODULE_NAMES = "1.3.6.1.4.1.8072.1.2.1.1.4"  # of the subtrees registered with the agent
@@ -41,3 +47,22 @@ def test_shutdown_is_clean():
         switch.reload()
         assert switch.stop() == 0
         assert not switch.control.exists()
+
+
+@pytest.mark.parametrize("name", ["@chm-{}", "/tmp/chm-{}.notify"])
+def test_a_service_manager_hears_that_the_agent_lives(name):
+    address = name.format(os.getpid())
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
+        manager.settimeout(10)
+        manager.bind(address.replace("@", "\0"))
+        try:
+            with Switch("small", under=["env", f"NOTIFY_SOCKET={address}"]) as switch:
+                messages = [manager.recv(100).strip() for _ in range(2)]
+                assert messages == [b"READY=1", b"WATCHDOG=1"]
+                switch.reload()
+                while select.select([manager], [], [], 0)[0]:
+                    manager.recv(100)  # from before the reload
+                assert manager.recv(100) == b"WATCHDOG=1"
+        finally:
+            if address[0] == "/":
+                os.unlink(address)
