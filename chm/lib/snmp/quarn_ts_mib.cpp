@@ -82,8 +82,6 @@ u_char* get_quarn_ts_mib(variable* vp, oid* name, size_t* length, int exact, siz
 /// A field of the message that may be written.
 struct WritableField {
     WriteRule rule;
-    int told_twice;           ///< the refusal whose text goes to standard output too
-    const char* told_text;    ///< that text
     const char* get_failed;   ///< line on standard output when the message cannot be read
     const char* set_failed;   ///< and when it cannot be written
     int32_t ts_info::*number; ///< null for the text
@@ -100,8 +98,6 @@ constexpr WritableField interval = {
     {ASN_INTEGER, "write to tsMsgIntervaltim not ASN_INTEGER\n", sizeof(long),
      "write to tsMsgIntervaltim: bad length\n", is_time,
      "Out of range value for tsMsgIntervaltim.\n"},
-    SNMP_ERR_WRONGVALUE,
-    "Out of range value for tsMsgIntervaltim.",
     "In set_tsMsgIntervaltim, cmi_req_resp() for GET returned NULL.",
     "In set_tsMsgIntervaltim, cmi_req_resp() for SET returned ERROR.",
     &ts_info::interval,
@@ -109,8 +105,6 @@ constexpr WritableField interval = {
 constexpr WritableField duration = {
     {ASN_INTEGER, "write to tsMsgDuration not ASN_INTEGER\n", sizeof(long),
      "write to tsMsgDuration: bad length\n", is_time, "Out of range value for tsMsgDuration.\n"},
-    SNMP_ERR_WRONGVALUE,
-    "Out of range value for tsMsgDuration.",
     "In set_tsMsgDuration, cmi_req_resp() for GET returned NULL.",
     "In set_tsMsgDuration, cmi_req_resp() for SET returned ERROR.",
     &ts_info::duration,
@@ -118,8 +112,6 @@ constexpr WritableField duration = {
 constexpr WritableField text = {
     {ASN_OCTET_STR, "write to tsMsgText not ASN_OCTET_STR\n", longest_message,
      "write to _tsMsgText: bad length\n", nullptr, nullptr, 1},
-    SNMP_ERR_WRONGLENGTH,
-    "write to _tsMsgText: bad length",
     "In set_tsMsgText, cmi_req_resp() for GET returned NULL.",
     "In set_tsMsgText, cmi_req_resp() for SET returned ERROR.",
     nullptr,
@@ -127,18 +119,19 @@ constexpr WritableField text = {
 constexpr WritableField send_trigger = {
     {ASN_INTEGER, "write to tsMsgSend not ASN_INTEGER\n", sizeof(long),
      "write to tsMsgSend: bad length\n", (within<2, 2>), "Out of range value for tsMsgSend.\n"},
-    SNMP_ERR_WRONGVALUE,
-    "Out of range value for tsMsgSend.",
     "In set_tsMsgSend, cmi_req_resp() for GET returned NULL.",
     "In set_tsMsgSend, cmi_req_resp() for SET returned ERROR.",
     &ts_info::send,
 };
 
+/// A number out of range and a text of a wrong length are told on standard output too.
 int check_field(const WritableField& field, const WriteValue& value)
 {
     const int status = check_write(field.rule, value);
-    if (status == field.told_twice) {
-        puts(field.told_text);
+    if (field.number && status == SNMP_ERR_WRONGVALUE) {
+        fputs(field.rule.wrong_value, stdout);
+    } else if (!field.number && status == SNMP_ERR_WRONGLENGTH) {
+        fputs(field.rule.wrong_length, stdout);
     }
     return status;
 }
