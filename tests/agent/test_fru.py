@@ -210,18 +210,12 @@ def test_a_reload_keeps_all_of_it(watched):
     (f"{MODULE}.1.1005", "i", "2", "notWritable"),  # the active supervisor
     (f"{POWER}.1.1005", "i", "2", "notWritable"),
     (f"{MODULE}.1.1003", "i", "5", "wrongValue"),
-    (f"{MODULE}.1.1003", "i", "-1", "wrongValue"),
     (f"{MODULE}.1.1003", "s", "1", "wrongType"),
     (f"{MODULE}.1.1004", "i", "1", "noSuchName"),  # an empty slot
     (f"{MODULE}.2.1003", "i", "2", "notWritable"),
-    (f"{GROUP}.1.1", "i", "4", "wrongValue"),
-    (f"{POWER}.1.1003", "i", "0", "wrongValue"),
     (f"{FAN}.1.3001", "i", "2", "notWritable"),
     (f"{VALUES}.1.1", "i", "1", "notWritable"),
     (MAX_IN_LINE_POWER, "i", "12501", "wrongValue"),
-    (MAX_IN_LINE_POWER, "i", "-1", "wrongValue"),
-    (ENABLE, "i", "0", "wrongValue"),
-    (ENABLE, "i", "3", "wrongValue"),
 ])
 def test_a_refused_write_changes_nothing(switch, oid, kind, value, error):
     before = switch.walk(FRU)

@@ -304,16 +304,7 @@ TEST_F(EntityMib, MapsWhatThePlatformSaysToAWrite)
     const Case cases[] = {{0, 0, 0, 0}, {0, 1, 2, 1}, {0, 2, 5, 1}, {0, 77, 5, 1},
                           {1, 0, 2, 0}, {2, 0, 5, 0}, {77, 0, 5, 0}};
     for (const Case& test : cases) {
-        platform.failed_writes.clear();
-        bool readable = true; // the agent reads the instance before it writes
-        platform.answer = [&](const PlatformCall& call) -> PlatformAnswer {
-            if (call.operation == 3) {
-                return {test.write, {}};
-            }
-            const int32_t result = readable ? 0 : test.lookup;
-            readable = false;
-            return {result, row_of(7)};
-        };
+        platform.answer_write(row_of(7), test.lookup, test.write);
         EXPECT_EQ(agent.set(column(14) + Oid{7}, "x"), test.status)
             << test.lookup << " " << test.write;
         EXPECT_EQ(platform.failed_writes.size(), test.logged);

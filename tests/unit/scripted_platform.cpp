@@ -51,6 +51,17 @@ void ScriptedPlatform::note(const std::string& call)
     printf("[%s]\n", call.c_str());
 }
 
+void ScriptedPlatform::answer_write(const Bytes& record, int32_t lookup, int32_t write)
+{
+    calls.clear();
+    failed_writes.clear();
+    // The agent reads the instance before it calls the write method.
+    answer = [=, this](const PlatformCall& call) -> PlatformAnswer {
+        return call.operation == 3 ? PlatformAnswer{write, {}}
+                                   : PlatformAnswer{calls.size() == 1 ? 0 : lookup, record};
+    };
+}
+
 void ScriptedPlatform::serve_rows(std::map<uint32_t, Bytes> rows)
 {
     answer = [rows = std::move(rows)](const PlatformCall& call) -> PlatformAnswer {

@@ -58,6 +58,10 @@ struct ScriptedPlatform {
 
     /// Has rows of one record answer GET and GETNEXT by the index in their first word.
     void serve_rows(std::map<uint32_t, Bytes> rows);
+
+    /// Has the reads of one write find a record, but the one for the write itself answer `lookup`,
+    /// and the SET `write`.
+    void answer_write(const Bytes& record, int32_t lookup, int32_t write);
 };
 
 /// A message of the scripted transport.
