@@ -15,10 +15,18 @@ extern "C" {
  * result is 0 or a platform result code.
  */
 
-/**
- * The configuration record of a port, operation 1, arg 1. A 32-bit error status at offset 4, a
- * byte at offset 211 that is non-zero when the port's transceiver sensors can be read.
- */
+/** Where the blocks hold what is read of them, in bytes from their start. */
+enum {
+    PM_PORT_CONFIG_ERROR = 4,         /* 32-bit error status */
+    PM_PORT_CONFIG_TRANSCEIVER = 211, /* byte; non-zero: the port's sensors can be read */
+    PM_PORT_CONFIG_SIZE = 212,        /* at least */
+    PM_FCOT_DIAG_MON_TYPE = 101,      /* byte, the diagnostic monitoring type; 0: no diagnostics */
+    PM_FCOT_INFO_SIZE = 471,          /* at least */
+    PM_DIAG_INFO_SIZE = 172,          /* of a lane's raw diagnostics */
+    PM_DIAG_AUX_SIZE = 16,            /* of a lane's auxiliary record */
+};
+
+/** The configuration record of a port, operation 1, arg 1. */
 int32_t pm_cmi_get_port_config(uint32_t queue, int32_t operation, uint32_t arg, uint32_t* if_index,
                                uint32_t* count, void** response, uint32_t req_class);
 
@@ -31,17 +39,14 @@ int32_t pm_get_next_port_fcot_info_with_ddm(uint32_t queue, int32_t operation, u
                                             uint32_t* if_index, uint32_t* count, void** response,
                                             uint32_t req_class);
 
-/**
- * The transceiver information block of a port, operation 1, arg 1: at least 471 bytes, of which
- * the byte at offset 101 is the diagnostic monitoring type (0: no diagnostics).
- */
+/** The transceiver information block of a port, operation 1, arg 1. */
 int32_t pm_cmi_get_fcot_info(uint32_t queue, int32_t operation, uint32_t arg, uint32_t* if_index,
                              uint32_t* count, void** response, uint32_t req_class);
 
 /**
  * Reads the raw diagnostics of a port's transceiver, which takes milliseconds.
- * @param diag          receives *num_of_lanes records of 172 bytes, malloc'd, the caller's
- * @param aux           receives *num_of_lanes records of 16 bytes, malloc'd, the caller's
+ * @param diag          receives *num_of_lanes records of PM_DIAG_INFO_SIZE, malloc'd, the caller's
+ * @param aux           receives *num_of_lanes records of PM_DIAG_AUX_SIZE, malloc'd, the caller's
  * @param num_of_lanes  receives the number of lanes
  * @return 0, or a platform result code; arrays may have been set even then
  */

@@ -206,6 +206,110 @@ static_assert(offsetof(ts_info, send) == 268);
 /// Travels in host order.
 constexpr void swap_wire_order(ts_info&) {}
 
+/// A sensor and its reading: one row of entSensorValueTable.
+struct ent_sensor_value_rec {
+    uint32_t entPhysicalIndex;
+    int32_t entSensorType;
+    int32_t entSensorScale;
+    int32_t entSensorPrecision;
+    int32_t entSensorValue;
+    int32_t entSensorStatus;
+    platform_time value_time;          ///< when the reading was taken
+    uint32_t entSensorValueUpdateRate; ///< in seconds
+    uint32_t measured_entity;          ///< the library's own; the platform's is not served
+};
+static_assert(sizeof(ent_sensor_value_rec) == 40);
+static_assert(offsetof(ent_sensor_value_rec, entSensorValue) == 16);
+static_assert(offsetof(ent_sensor_value_rec, value_time) == 24);
+static_assert(offsetof(ent_sensor_value_rec, measured_entity) == 36);
+
+constexpr void swap_wire_order(ent_sensor_value_rec& row)
+{
+    swap_all(row.entPhysicalIndex, row.entSensorType, row.entSensorScale, row.entSensorPrecision,
+             row.entSensorValue, row.entSensorStatus, row.value_time.seconds,
+             row.value_time.microseconds, row.entSensorValueUpdateRate);
+}
+
+/// One threshold of a sensor: one row of entSensorThresholdTable.
+struct ent_sensor_thresh_rec {
+    uint32_t entPhysicalIndex;
+    int32_t sensor_thrsh; ///< index of the threshold within the sensor, from 1
+    int32_t entSensorThresholdSeverity;
+    int32_t entSensorThresholdRelation;
+    int32_t entSensorThresholdValue;
+    int32_t entSensorThresholdEvaluation;
+    int32_t entSensorThresholdNotificationEnable;
+};
+static_assert(sizeof(ent_sensor_thresh_rec) == 28);
+
+constexpr void swap_wire_order(ent_sensor_thresh_rec& row)
+{
+    swap_all(row.entPhysicalIndex, row.sensor_thrsh, row.entSensorThresholdSeverity,
+             row.entSensorThresholdRelation, row.entSensorThresholdValue,
+             row.entSensorThresholdEvaluation, row.entSensorThresholdNotificationEnable);
+}
+
+/// A sensor's crossing of one of its thresholds, as its event reports it.
+struct sensor_threshold_crossing {
+    uint32_t entPhysicalIndex;
+    int32_t entSensorValue;
+    int32_t entSensorThresholdValue;
+    uint32_t sensor_thrsh; ///< index of the threshold within the sensor, from 1
+};
+static_assert(sizeof(sensor_threshold_crossing) == 16);
+
+constexpr void swap_wire_order(sensor_threshold_crossing& crossing)
+{
+    swap_all(crossing.entPhysicalIndex, crossing.entSensorValue, crossing.entSensorThresholdValue,
+             crossing.sensor_thrsh);
+}
+
+/// How the readings and thresholds of a lane are to be read.
+enum : uint32_t {
+    INTERNAL_CALIBRATION = 1, ///< integers
+    EXTERNAL_CALIBRATION = 2, ///< single-precision reals; see diagnostics_conversion.h
+};
+
+/// One lane's raw diagnostics as the port manager reports them, in host order. Temperatures are
+/// signed millidegrees Celsius, voltages microvolts, currents milliamperes, powers microwatts.
+struct diag_info {
+    uint32_t platform_words_0[2];
+    uint32_t calib_type;
+    uint32_t temp;
+    uint32_t volt;
+    uint32_t current;
+    uint32_t tx_pwr;
+    uint32_t rx_pwr;
+    uint32_t alarm_flags; ///< two bits a sensor, in the order of the readings: high, low
+    uint32_t warn_flags;  ///< the same
+    uint32_t platform_words_40[13];
+    uint32_t temp_hi_alarm;
+    uint32_t temp_lo_alarm;
+    uint32_t temp_hi_warn;
+    uint32_t temp_lo_warn;
+    uint32_t volt_hi_alarm;
+    uint32_t volt_lo_alarm;
+    uint32_t volt_hi_warn;
+    uint32_t volt_lo_warn;
+    uint32_t current_hi_alarm;
+    uint32_t current_lo_alarm;
+    uint32_t current_hi_warn;
+    uint32_t current_lo_warn;
+    uint32_t tx_pwr_hi_alarm;
+    uint32_t tx_pwr_lo_alarm;
+    uint32_t tx_pwr_hi_warn;
+    uint32_t tx_pwr_lo_warn;
+    uint32_t rx_pwr_hi_alarm;
+    uint32_t rx_pwr_lo_alarm;
+    uint32_t rx_pwr_hi_warn;
+    uint32_t rx_pwr_lo_warn;
+};
+static_assert(sizeof(diag_info) == 172);
+static_assert(offsetof(diag_info, calib_type) == 8);
+static_assert(offsetof(diag_info, warn_flags) == 36);
+static_assert(offsetof(diag_info, temp_hi_alarm) == 92);
+static_assert(offsetof(diag_info, rx_pwr_lo_warn) == 168);
+
 /// The index of a table's row, the first field of every row.
 template <typename Row>
 constexpr uint32_t& row_index(Row& row)
