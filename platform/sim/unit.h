@@ -1,15 +1,13 @@
 /// Units: what fills the slots and bays of a chassis, and how it is in operation.
 #pragma once
 
+#include "clock.h"
 #include "entity.h"
 
-#include <chrono>
 #include <cstdint>
 #include <vector>
 
 namespace sim {
-
-using Clock = std::chrono::system_clock;
 
 enum class UnitType { module, power_supply, fan_tray };
 
