@@ -6,6 +6,15 @@
 #include <numeric>
 
 namespace sim {
+namespace {
+
+bool is_about_unit(Event event)
+{
+    return event != Event::inventory_change && event != Event::redundancy &&
+           event != Event::sensor_threshold_crossed;
+}
+
+} // namespace
 
 void Chassis::add(Entity entity)
 {
@@ -134,7 +143,7 @@ void Chassis::write(uint32_t index, std::span<const TextChange> changes)
 void Chassis::announce_change()
 {
     last_change_ = now_();
-    tell(Event::inventory_change, 0);
+    tell({Event::inventory_change});
 }
 
 void Chassis::set_admin_status(uint32_t index, AdminStatus status)
@@ -223,7 +232,7 @@ void Chassis::pull(uint32_t index)
         refuse_for_active_supervisor(unit->second);
         change_status(unit->second, EntityStatus::off, false);
     }
-    tell(Event::fru_removed, index);
+    tell({Event::fru_removed, index});
 
     std::vector<Entity> entities;
     std::erase_if(entities_, [&](auto& entry) {
@@ -250,7 +259,7 @@ void Chassis::insert(uint32_t index, std::optional<Assembly> other)
     }
     place.pulled.reset();
     Unit& unit = fit(std::move(*assembly));
-    tell(Event::fru_inserted, unit.index);
+    tell({Event::fru_inserted, unit.index});
     announce_change();
     settle(unit);
 }
@@ -266,7 +275,7 @@ void Chassis::plug_unknown(uint32_t index)
          .failed = true,
          .description = "Unit that the switch does not recognize",
          .name = "Unknown unit in " + entities_.at(index).name});
-    tell(Event::unrecognized_fru, unit);
+    tell({Event::unrecognized_fru, unit});
     announce_change();
 }
 
@@ -315,14 +324,13 @@ void Chassis::advance()
     }
 }
 
-void Chassis::tell(Event event, uint32_t index)
+void Chassis::tell(const Occurrence& occurrence)
 {
-    const bool of_units = event != Event::inventory_change && event != Event::redundancy;
-    if (of_units && !settings_.status_notifications) {
+    if (is_about_unit(occurrence.event) && !settings_.status_notifications) {
         return;
     }
     for (const Observer& observer : observers_) {
-        observer(event, index);
+        observer(occurrence);
     }
 }
 
@@ -395,24 +403,24 @@ void Chassis::put_in_charge(uint32_t supervisor, int32_t reason)
     }
     ++redundancy_.switchovers;
     redundancy_.last_reason = reason;
-    tell(Event::redundancy, 0);
+    tell({Event::redundancy});
 }
 
 void Chassis::tell_changes(const Unit& before, const Unit& unit)
 {
     if (unit.type == UnitType::power_supply) {
         if (watts_now(unit) != watts_now(before)) {
-            tell(Event::power_supply_output_change, unit.index);
+            tell({Event::power_supply_output_change, unit.index});
         }
         return;
     }
     if (power_status(unit) != power_status(before)) {
-        tell(Event::power_status_change, unit.index);
+        tell({Event::power_status_change, unit.index});
     }
     if (unit.status != before.status) {
-        tell(unit.type == UnitType::module ? Event::module_status_change
-                                           : Event::fan_tray_status_change,
-             unit.index);
+        tell({unit.type == UnitType::module ? Event::module_status_change
+                                            : Event::fan_tray_status_change,
+              unit.index});
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include "entity.h"
 #include "opcodes.h"
+#include "reading.h"
 #include "redundancy.h"
 #include "unit.h"
 
@@ -50,10 +51,16 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// Something that happened to the switch.
+struct Occurrence {
+    Event event;
+    uint32_t index = 0;                 ///< entPhysicalIndex of what it is about; 0 for none
+    std::optional<Crossing> crossing{}; ///< of Event::sensor_threshold_crossed
+};
+
 class Chassis {
 public:
-    /// @param index entPhysicalIndex of the unit that the event is about; 0 when it is about none
-    using Observer = std::function<void(Event event, uint32_t index)>;
+    using Observer = std::function<void(const Occurrence& occurrence)>;
     using TimeSource = std::function<Clock::time_point()>;
 
     /// @param file name of the file that describes the chassis
@@ -182,7 +189,7 @@ public:
     void advance();
 
 private:
-    void tell(Event event, uint32_t index);
+    void tell(const Occurrence& occurrence);
     Unit& fit(Assembly assembly);
     Place& empty_place(uint32_t index);
     bool has_failed_part(const Unit& unit) const;

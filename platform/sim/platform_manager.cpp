@@ -7,6 +7,7 @@
 #include "led.h"
 #include "record_fields.h"
 #include "result_code.h"
+#include "sensor_record.h"
 #include "terminals.h"
 #include "unit_record.h"
 
@@ -326,10 +327,11 @@ Answer serve(uint32_t opcode, int32_t operation, std::span<const std::byte> requ
     return table->serve(*chassis_placed, operation, request);
 }
 
-/// What an event about a unit carries, in wire order.
-Bytes payload_of(const Chassis& chassis, Event event, uint32_t index)
+/// What the event of an occurrence carries, in wire order.
+Bytes payload_of(const Chassis& chassis, const Occurrence& occurrence)
 {
-    switch (event) {
+    const uint32_t index = occurrence.index;
+    switch (occurrence.event) {
     case Event::module_status_change:
         return in_wire_order(encode_module(chassis.units().at(index)));
     case Event::power_status_change:
@@ -342,6 +344,8 @@ Bytes payload_of(const Chassis& chassis, Event event, uint32_t index)
     case Event::fru_removed:
     case Event::unrecognized_fru:
         return in_wire_order(encode(chassis, chassis.entities().at(index)));
+    case Event::sensor_threshold_crossed:
+        return in_wire_order(encode_crossing(index, occurrence.crossing.value()));
     default:
         return {};
     }
@@ -363,8 +367,8 @@ void place_chassis(Chassis chassis)
 {
     const bool exchanged = chassis_placed != nullptr;
     chassis_placed = std::make_unique<Chassis>(std::move(chassis));
-    chassis_placed->observe([](Event event, uint32_t index) {
-        post_event(event, payload_of(*chassis_placed, event, index));
+    chassis_placed->observe([](const Occurrence& occurrence) {
+        post_event(occurrence.event, payload_of(*chassis_placed, occurrence));
     });
     if (exchanged) {
         chassis_placed->announce_change();

@@ -62,4 +62,11 @@ private:
     std::optional<bool> was_beyond_; ///< at the last look
 };
 
+/// What is told of a reading that crossed a threshold, in the steps in which it is told.
+struct Crossing {
+    int32_t value;
+    int32_t threshold_value;
+    uint32_t threshold; ///< number of the threshold, from 1
+};
+
 } // namespace sim
