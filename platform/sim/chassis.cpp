@@ -24,9 +24,11 @@ void Chassis::add(Entity entity)
         throw std::invalid_argument("index " + std::to_string(index) +
                                     " lies among the transceivers' sensors");
     }
-    if (!entities_.emplace(index, std::move(entity)).second) {
+    const auto [added, is_new] = entities_.emplace(index, std::move(entity));
+    if (!is_new) {
         throw std::invalid_argument("index " + std::to_string(index) + " is taken");
     }
+    measure(added->second);
 }
 
 void Chassis::add_unit(Assembly assembly)
@@ -36,6 +38,7 @@ void Chassis::add_unit(Assembly assembly)
     unit.powered = true;
     unit.status_changed = unit.went_into_service = last_change_;
     unit.starts = 1;
+    measure_parts(unit);
     settle_roles();
 }
 
@@ -74,6 +77,22 @@ EntityStatus Chassis::status(const Entity& entity) const
     }
     // A fan tray that failed with one of its fans still has the others.
     return holder->powered ? EntityStatus::ok : EntityStatus::off;
+}
+
+SensorStatus Chassis::sensor_status(const Entity& sensor) const
+{
+    if (status(sensor) == EntityStatus::ok) {
+        return SensorStatus::ok;
+    }
+    return units_.at(sensor.contained_in).status == EntityStatus::failed
+               ? SensorStatus::nonoperational
+               : SensorStatus::unavailable;
+}
+
+bool Chassis::is_beyond(const Entity& sensor, const SensorThreshold& threshold) const
+{
+    return sensor_status(sensor) == SensorStatus::ok &&
+           threshold.limit.is_beyond(sensor.sensor.value().value);
 }
 
 const Unit* Chassis::active_supervisor() const
@@ -315,12 +334,32 @@ void Chassis::set_led(uint32_t entity, uint32_t led, std::optional<int32_t> valu
     }
 }
 
+void Chassis::set_reading(uint32_t index, std::optional<double> value)
+{
+    Sensor& sensor = sensor_of(index);
+    if (value && !(std::abs(*value * steps_per_unit(sensor)) <= max_sensor_value)) {
+        throw Refusal(entities_.at(index).name + " cannot tell such a value");
+    }
+    // What moved since the last measurement is not the hand's doing.
+    measure(entities_.at(index));
+    sensor.reading.set_by_hand(value);
+    measure(entities_.at(index));
+}
+
+void Chassis::set_threshold_notification(uint32_t index, uint32_t threshold, bool on)
+{
+    sensor_of(index).thresholds.at(threshold - 1).notifies = on;
+}
+
 void Chassis::advance()
 {
     for (auto& [index, unit] : units_) {
         if (unit.status == EntityStatus::starting) {
             settle(unit);
         }
+    }
+    for (auto& [index, entity] : entities_) {
+        measure(entity);
     }
 }
 
@@ -336,10 +375,55 @@ void Chassis::tell(const Occurrence& occurrence)
 
 Unit& Chassis::fit(Assembly assembly)
 {
+    // The unit comes first: without it, its sensors would count as the chassis's and measure.
+    Unit& unit = units_.emplace(assembly.unit.index, assembly.unit).first->second;
     for (Entity& entity : assembly.entities) {
         add(std::move(entity));
     }
-    return units_.emplace(assembly.unit.index, assembly.unit).first->second;
+    return unit;
+}
+
+Sensor& Chassis::sensor_of(uint32_t index)
+{
+    Entity& entity = entities_.at(index);
+    if (!entity.sensor) {
+        throw Refusal(entity.name + " is no sensor");
+    }
+    return *entity.sensor;
+}
+
+/// Takes the reading of an entity that is a sensor, and tells of the thresholds that it crossed.
+void Chassis::measure(Entity& entity)
+{
+    if (!entity.sensor) {
+        return;
+    }
+    Sensor& sensor = *entity.sensor;
+    if (sensor_status(entity) != SensorStatus::ok) {
+        for (SensorThreshold& threshold : sensor.thresholds) {
+            threshold.limit.forget();
+        }
+        return;
+    }
+    sensor.measured = now_();
+    sensor.value = in_steps(sensor, sensor.reading.at(sensor.measured));
+    uint32_t number = 0;
+    for (SensorThreshold& threshold : sensor.thresholds) {
+        ++number;
+        if (threshold.limit.is_crossed_by(sensor.value) && threshold.notifies) {
+            tell({Event::sensor_threshold_crossed, entity.index,
+                  Crossing{sensor.value, static_cast<int32_t>(threshold.limit.value()), number}});
+        }
+    }
+}
+
+void Chassis::measure_parts(const Unit& unit)
+{
+    for (auto& [index, entity] : entities_) {
+        if (entity.contained_in == unit.index) {
+            measure(entity);
+        }
+    }
 }
 
 Place& Chassis::empty_place(uint32_t index)
@@ -383,6 +467,7 @@ void Chassis::change_status(Unit& unit, EntityStatus status, bool powered)
         }
     }
     tell_changes(before, unit);
+    measure_parts(unit);
     settle_roles();
 }
 

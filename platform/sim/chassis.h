@@ -111,6 +111,12 @@ public:
     /// part itself has failed.
     EntityStatus status(const Entity& entity) const;
 
+    /// Whether a sensor measures: not without its unit in service.
+    SensorStatus sensor_status(const Entity& sensor) const;
+
+    /// Whether a sensor's value, as it was last measured, is beyond one of its thresholds.
+    bool is_beyond(const Entity& sensor, const SensorThreshold& threshold) const;
+
     /// The supervisor in charge, or null while none is in service. It can be neither switched off
     /// nor pulled.
     const Unit* active_supervisor() const;
@@ -185,12 +191,22 @@ public:
     /// Sets what a LED shows by hand, or lets it follow its unit again.
     void set_led(uint32_t entity, uint32_t led, std::optional<int32_t> value);
 
-    /// Moves on what takes time: modules whose start is over go into service.
+    /// Sets what a sensor measures by hand, in the unit of its kind, or lets it move again. Refused
+    /// when the sensor could not tell it.
+    void set_reading(uint32_t index, std::optional<double> value);
+
+    /// Has the crossings of a threshold of a sensor, counted from 1, raise events or not.
+    void set_threshold_notification(uint32_t index, uint32_t threshold, bool on);
+
+    /// Moves on what takes time: modules whose start is over go into service, sensors measure.
     void advance();
 
 private:
     void tell(const Occurrence& occurrence);
     Unit& fit(Assembly assembly);
+    Sensor& sensor_of(uint32_t index);
+    void measure(Entity& entity);
+    void measure_parts(const Unit& unit);
     Place& empty_place(uint32_t index);
     bool has_failed_part(const Unit& unit) const;
     void refuse_for_active_supervisor(const Unit& unit) const;

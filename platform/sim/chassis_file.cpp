@@ -8,8 +8,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <fstream>
+#include <optional>
 #include <sstream>
 
 namespace sim {
@@ -137,6 +139,9 @@ struct Settings {
         return node == nullptr && type != nullptr ? type->get(key) : node;
     }
 };
+
+constexpr Named<ModuleRole> roles[] = {{"supervisor", ModuleRole::supervisor},
+                                       {"line-card", ModuleRole::line_card}};
 
 using Keys = std::vector<std::string_view>;
 
@@ -300,6 +305,52 @@ private:
         return node == nullptr ? 0 : number(*node, what, 0, most);
     }
 
+    /// A number with a fraction or without. One that has no default must be given.
+    double real(const toml::table& table, std::string_view what,
+                std::optional<double> when_not_given, double most) const
+    {
+        const toml::node* node = table.get(what);
+        const toml::source_region& where = (node == nullptr ? table : *node).source();
+        if (node != nullptr && !node->is_number()) {
+            fail(where, "'", what, "' is not a number");
+        }
+        const auto value = node == nullptr ? when_not_given : node->value<double>();
+        if (!value) {
+            fail(where, "there is no '", what, "'");
+        }
+        if (!(std::abs(*value) <= most)) {
+            fail(where, "'", what, "' is ", *value, ", not within ", -most, " to ", most);
+        }
+        return *value;
+    }
+
+    bool truth(const toml::node& node, std::string_view what) const
+    {
+        if (!node.is_boolean()) {
+            fail(node.source(), "'", what, "' is not true or false");
+        }
+        return node.as_boolean()->get();
+    }
+
+    /// The one of some choices whose key a setting gives.
+    template <typename Choice, size_t Count>
+    const Choice& choice(const Settings& settings, std::string_view what,
+                         std::string_view when_not_given, const Choice (&choices)[Count]) const
+    {
+        const toml::node* node = settings.find(what);
+        const auto key =
+            node == nullptr ? when_not_given : node->value_exact<std::string_view>().value_or("");
+        const Choice* found = std::ranges::find(choices, key, &Choice::key);
+        if (found == std::end(choices)) {
+            std::string keys;
+            for (const Choice& one : choices) {
+                keys += concat(keys.empty() ? "'" : ", '", one.key, "'");
+            }
+            fail(node->source(), "'", what, "' is none of ", keys);
+        }
+        return *found;
+    }
+
     /// In its record a text ends with the first NUL.
     void check_text(const toml::source_region& where, const EntityText& text,
                     const std::string& value) const
@@ -330,10 +381,7 @@ private:
             entity.vendor_type = number(*node, "vendor-type", 0, UINT32_MAX);
         }
         if (const toml::node* node = settings.find("replaceable")) {
-            if (!node->is_boolean()) {
-                fail(node->source(), "'replaceable' is not true or false");
-            }
-            entity.replaceable = node->as_boolean()->get();
+            entity.replaceable = truth(*node, "replaceable");
         }
     }
 
@@ -458,7 +506,7 @@ private:
         Assembly assembly{.unit = {.type = kind.type,
                                    .index = entity.index,
                                    .number = place,
-                                   .role = role_of(settings),
+                                   .role = choice(settings, "role", "line-card", roles).value,
                                    .watts = count(settings, kind.watts, max_watts)},
                           .entities =
                               make_sensors(entity, kind.sensor_holder_base + place, settings)};
@@ -473,28 +521,13 @@ private:
         return assembly;
     }
 
-    ModuleRole role_of(const Settings& settings) const
-    {
-        const toml::node* node = settings.find("role");
-        if (node == nullptr) {
-            return ModuleRole::line_card;
-        }
-        const auto role = node->value_exact<std::string_view>();
-        if (role == "line-card") {
-            return ModuleRole::line_card;
-        }
-        if (role == "supervisor") {
-            return ModuleRole::supervisor;
-        }
-        fail(node->source(), "'role' is neither 'supervisor' nor 'line-card'");
-    }
-
     std::vector<Entity> make_sensors(const Entity& holder, uint32_t holder_number,
                                      const Settings& settings) const
     {
         std::vector<Entity> sensors;
         for_each_table(settings.find("sensors"), "sensors", [&](const toml::table& entry) {
-            check_keys(entry, entity_keys({}));
+            check_keys(entry,
+                       entity_keys({"kind", "scale", "precision", "low", "high", "thresholds"}));
             const auto number = static_cast<uint32_t>(sensors.size() + 1);
             if (number > max_sensors) {
                 fail(entry.source(), "more than ", max_sensors, " sensors");
@@ -506,11 +539,46 @@ private:
                           .description = "Sensor",
                           .name = concat("sensor ", number)};
             describe(sensor, {entry});
+            sensor.sensor = make_sensor(sensor.index, entry);
             // Entries of a type describe the sensors of many holders.
             sensor.name = holder.name + " " + sensor.name;
             sensors.push_back(completed(std::move(sensor), entry.source()));
         });
         return sensors;
+    }
+
+    Sensor make_sensor(uint32_t index, const toml::table& entry) const
+    {
+        const SensorKind& kind = choice({entry}, "kind", "temperature", sensor_kinds);
+        const SensorScale scale =
+            choice({entry}, "scale", key_of(sensor_scales, kind.scale), sensor_scales).value;
+        const uint32_t precision = count({entry}, "precision", max_precision);
+        const double most = max_sensor_value / steps_per_unit(scale, precision);
+        const double low = real(entry, "low", kind.low, most);
+        const double high = real(entry, "high", kind.high, most);
+        if (low > high) {
+            fail(entry.source(), "'low' is ", low, ", above 'high', which is ", high);
+        }
+        Sensor sensor{&kind, scale, precision, Reading(low, high, index)};
+        for_each_table(entry.get("thresholds"), "thresholds", [&](const toml::table& threshold) {
+            if (sensor.thresholds.size() == max_thresholds) {
+                fail(threshold.source(), "more than ", max_thresholds, " thresholds");
+            }
+            sensor.thresholds.push_back(make_threshold(sensor, threshold));
+        });
+        return sensor;
+    }
+
+    SensorThreshold make_threshold(const Sensor& sensor, const toml::table& entry) const
+    {
+        check_keys(entry, {"value", "relation", "severity", "notify"});
+        const double most = max_sensor_value / steps_per_unit(sensor);
+        const double value = real(entry, "value", std::nullopt, most);
+        const toml::node* notify = entry.get("notify");
+        return {.severity = choice({entry}, "severity", "minor", severities).value,
+                .limit = Threshold(in_steps(sensor, value),
+                                   choice({entry}, "relation", ">=", relations).value),
+                .notifies = notify == nullptr || truth(*notify, "notify")};
     }
 
     const std::string& file_;

@@ -1,7 +1,10 @@
 /// Physical entities: whatever has a row of its own in the physical table.
 #pragma once
 
+#include "sensor.h"
+
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace sim {
@@ -52,6 +55,7 @@ struct Entity {
     std::string second_serial{};
     std::string part_revision{};
     std::string clei_code{};
+    std::optional<Sensor> sensor{}; ///< that it is
 };
 
 /// A new value for one text of an entity.

@@ -46,7 +46,7 @@ TEST(ChassisFile, NamesTheLineOfWhatIsWrong)
         {chassis + module + "sensors = [{ name = \"a\" }, { limit = 1 }]\n",
          "6: unknown key 'limit'"},
         {chassis + module + "role = \"spare\"\n",
-         "6: 'role' is neither 'supervisor' nor 'line-card'"},
+         "6: 'role' is none of 'supervisor', 'line-card'"},
         // The serial number that a module gets from the chassis's does not fit.
         {"[chassis]\nslots = 1\nserial = \"" + long_text.substr(1) + "\"\n" + module,
          "5: 'serial' has 37 bytes, more than 32"},
