@@ -36,7 +36,7 @@ ent_phys_entry encode(const Chassis& chassis, const Entity& entity)
     record.entPhysicalContainedIn = static_cast<int32_t>(entity.contained_in);
     record.entPhysicalClass = static_cast<int32_t>(entity.entity_class);
     record.entPhysicalParentRelPos = entity.position;
-    record.entPhysicalIsFRU = entity.replaceable ? 1 : 2;
+    record.entPhysicalIsFRU = truth_value(entity.replaceable);
     record.physical_status = static_cast<int32_t>(chassis.status(entity));
     for (const EntityText& text : entity_texts) {
         put_text(text.field(record), entity.*text.text);

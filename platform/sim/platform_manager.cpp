@@ -146,15 +146,18 @@ Answer write_power(Chassis& chassis, const power_status_record& record)
     return try_change([&] { chassis.set_power_admin_status(record.index, *status); });
 }
 
-Answer write_nothing(Chassis& /*chassis*/, const unit_status_record& /*record*/)
+template <typename Record>
+Answer write_nothing(Chassis& /*chassis*/, const Record& /*record*/)
 {
     return {ResultCode::not_writable};
 }
 
-/// The table of all units of some types.
-template <typename Record, Record (*Encode)(const Unit&), Answer (*Write)(Chassis&, const Record&),
-          UnitType... Types>
-Answer units(Chassis& chassis, int32_t operation, std::span<const std::byte> request)
+/// A table of rows that are found by the key in their record.
+/// @tparam Row gives the row that an operation asks for with a key: the next one for GETNEXT
+template <typename Record,
+          std::optional<Record> (*Row)(const Chassis&, int32_t operation, const Record& key),
+          Answer (*Write)(Chassis&, const Record&)>
+Answer table(Chassis& chassis, int32_t operation, std::span<const std::byte> request)
 {
     if (!is_known(operation)) {
         return {ResultCode::unknown_operation};
@@ -163,16 +166,34 @@ Answer units(Chassis& chassis, int32_t operation, std::span<const std::byte> req
     if (!record) {
         return {ResultCode::request_too_short};
     }
-    const auto in_table = [](const auto& entry) { return ((entry.second.type == Types) || ...); };
-    const auto& all = chassis.units();
-    auto row = all.find(record->index);
-    if (operation == CHM_REQ_GETNEXT) {
-        row = std::find_if(all.upper_bound(record->index), all.end(), in_table);
-    }
-    if (row == all.end() || !in_table(*row)) {
+    const auto row = Row(chassis, operation, *record);
+    if (!row) {
         return {ResultCode::no_such_entry};
     }
-    return operation == CHM_REQ_SET ? Write(chassis, *record) : answer_with(Encode(row->second));
+    return operation == CHM_REQ_SET ? Write(chassis, *record) : answer_with(*row);
+}
+
+/// What an operation asks for by its index, of those that are in a table; null for none.
+template <typename Thing>
+const Thing* find_in(const std::map<uint32_t, Thing>& things, int32_t operation, uint32_t index,
+                     auto is_in_table)
+{
+    auto found = things.find(index);
+    if (operation == CHM_REQ_GETNEXT) {
+        found = std::find_if(things.upper_bound(index), things.end(),
+                             [&](const auto& entry) { return is_in_table(entry.second); });
+    }
+    return found == things.end() || !is_in_table(found->second) ? nullptr : &found->second;
+}
+
+/// A row of the table of all units of some types.
+template <typename Record, Record (*Encode)(const Unit&), UnitType... Types>
+std::optional<Record> unit_row(const Chassis& chassis, int32_t operation, const Record& key)
+{
+    const Unit* unit = find_in(chassis.units(), operation, key.index, [](const Unit& candidate) {
+        return ((candidate.type == Types) || ...);
+    });
+    return unit == nullptr ? std::nullopt : std::optional(Encode(*unit));
 }
 
 Answer write_power_supply_group(Chassis& chassis, const power_supply_group_record& record)
@@ -184,21 +205,15 @@ Answer write_power_supply_group(Chassis& chassis, const power_supply_group_recor
     return try_change([&] { chassis.set_redundancy_mode(*mode); });
 }
 
-/// A table of one row.
-Answer power_supply_group(Chassis& chassis, int32_t operation, std::span<const std::byte> request)
+/// The table of one row.
+std::optional<power_supply_group_record>
+power_supply_group_row(const Chassis& chassis, int32_t operation,
+                       const power_supply_group_record& key)
 {
-    if (!is_known(operation)) {
-        return {ResultCode::unknown_operation};
-    }
-    const auto record = record_of<power_supply_group_record>(request);
-    if (!record) {
-        return {ResultCode::request_too_short};
-    }
     const power_supply_group_record row = encode_power_supply_group(chassis);
-    if (operation == CHM_REQ_GETNEXT ? record->index >= row.index : record->index != row.index) {
-        return {ResultCode::no_such_entry};
-    }
-    return operation == CHM_REQ_SET ? write_power_supply_group(chassis, *record) : answer_with(row);
+    const bool found =
+        operation == CHM_REQ_GETNEXT ? key.index < row.index : key.index == row.index;
+    return found ? std::optional(row) : std::nullopt;
 }
 
 /// A number within a range, both ends of which belong to it.
@@ -232,11 +247,9 @@ Answer max_default_in_line_power(Chassis& chassis, int32_t operation,
 Answer enable_status_notification(Chassis& chassis, int32_t operation,
                                   std::span<const std::byte> request)
 {
-    constexpr int32_t yes = 1;
-    constexpr int32_t no = 2;
     bool& enabled = chassis.settings().status_notifications;
-    return scalar(operation, request, enabled ? yes : no, yes, no,
-                  [&](int32_t written) { enabled = written == yes; });
+    return scalar(operation, request, truth_value(enabled), truth_value(true), truth_value(false),
+                  [&](int32_t written) { enabled = written == truth_value(true); });
 }
 
 Answer write_redundancy(Chassis& chassis, const rf_status_record& record)
@@ -276,18 +289,51 @@ Answer terminal_message(Chassis& /*chassis*/, int32_t operation, std::span<const
     return {};
 }
 
-Answer led(Chassis& chassis, int32_t operation, std::span<const std::byte> request)
+std::optional<led_entry> led_row(const Chassis& chassis, int32_t operation, const led_entry& key)
 {
-    if (operation != CHM_REQ_GET && operation != CHM_REQ_GETNEXT) {
-        return {ResultCode::unknown_operation};
+    return operation == CHM_REQ_GETNEXT ? led_after(chassis, key.entity, key.led)
+                                        : find_led(chassis, key.entity, key.led);
+}
+
+std::optional<ent_sensor_value_rec> sensor_row(const Chassis& chassis, int32_t operation,
+                                               const ent_sensor_value_rec& key)
+{
+    const Entity* sensor = find_in(chassis.entities(), operation, key.entPhysicalIndex,
+                                   [](const Entity& entity) { return entity.sensor.has_value(); });
+    return sensor == nullptr ? std::nullopt : std::optional(encode_value(chassis, *sensor));
+}
+
+std::optional<ent_sensor_thresh_rec> threshold_row(const Chassis& chassis, int32_t operation,
+                                                   const ent_sensor_thresh_rec& key)
+{
+    const auto has_threshold = [](const Entity& entity, uint32_t number) {
+        return number >= 1 && entity.sensor && number <= entity.sensor->thresholds.size();
+    };
+    auto number = static_cast<uint32_t>(key.sensor_thrsh);
+    const Entity* sensor = chassis.find(key.entPhysicalIndex);
+    if (operation == CHM_REQ_GETNEXT) {
+        ++number;
+        if (sensor == nullptr || !has_threshold(*sensor, number)) {
+            number = 1;
+            sensor = find_in(chassis.entities(), operation, key.entPhysicalIndex,
+                             [&](const Entity& entity) { return has_threshold(entity, number); });
+        }
     }
-    const auto key = record_of<led_entry>(request);
-    if (!key) {
-        return {ResultCode::request_too_short};
+    return sensor == nullptr || !has_threshold(*sensor, number)
+               ? std::nullopt
+               : std::optional(encode_threshold(chassis, *sensor, number));
+}
+
+Answer write_threshold(Chassis& chassis, const ent_sensor_thresh_rec& record)
+{
+    const auto enable = value_of(record.entSensorThresholdNotificationEnable, TruthValue::no);
+    if (!enable) {
+        return {ResultCode::value_out_of_range};
     }
-    const auto found = operation == CHM_REQ_GET ? find_led(chassis, key->entity, key->led)
-                                                : led_after(chassis, key->entity, key->led);
-    return found ? answer_with(*found) : Answer{ResultCode::no_such_entry};
+    chassis.set_threshold_notification(record.entPhysicalIndex,
+                                       static_cast<uint32_t>(record.sensor_thrsh),
+                                       *enable == TruthValue::yes);
+    return {};
 }
 
 struct Table {
@@ -295,14 +341,21 @@ struct Table {
     Answer (*serve)(Chassis& chassis, int32_t operation, std::span<const std::byte> request);
 };
 
+template <typename Record, Record (*Encode)(const Unit&), Answer (*Write)(Chassis&, const Record&),
+          UnitType... Types>
+constexpr auto units = table<Record, unit_row<Record, Encode, Types...>, Write>;
+
 constexpr Table tables[] = {
     {Opcode::terminal_message, terminal_message},
     {Opcode::physical_entity, physical_entity},
-    {Opcode::power_supply_group, power_supply_group},
+    {Opcode::power_supply_group,
+     table<power_supply_group_record, power_supply_group_row, write_power_supply_group>},
     {Opcode::fru_power_status,
      units<power_status_record, encode_power, write_power, UnitType::module, UnitType::fan_tray>},
     {Opcode::module, units<module_record, encode_module, write_module, UnitType::module>},
     {Opcode::max_default_in_line_power, max_default_in_line_power},
+    {Opcode::sensor_value, table<ent_sensor_value_rec, sensor_row, write_nothing>},
+    {Opcode::sensor_threshold, table<ent_sensor_thresh_rec, threshold_row, write_threshold>},
     {Opcode::last_change_time, last_change_time},
     {Opcode::enable_status_notification, enable_status_notification},
     {Opcode::redundancy, redundancy},
@@ -310,7 +363,7 @@ constexpr Table tables[] = {
      units<unit_status_record, encode_status, write_nothing, UnitType::fan_tray>},
     {Opcode::power_supply_status,
      units<unit_status_record, encode_status, write_nothing, UnitType::power_supply>},
-    {Opcode::led, led},
+    {Opcode::led, table<led_entry, led_row, write_nothing>},
 };
 
 std::unique_ptr<Chassis> chassis_placed;

@@ -5,6 +5,7 @@
 #include "unit.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <span>
 #include <string_view>
 
@@ -14,6 +15,15 @@ namespace sim {
 inline void put_text(std::span<char> field, std::string_view text)
 {
     std::ranges::copy(text.substr(0, field.size() - 1), field.begin());
+}
+
+/// Values of SNMP's TruthValue.
+enum class TruthValue : int32_t { yes = 1, no = 2 };
+
+/// A condition as records carry it.
+constexpr int32_t truth_value(bool condition)
+{
+    return static_cast<int32_t>(condition ? TruthValue::yes : TruthValue::no);
 }
 
 /// A point in time as records carry it.
