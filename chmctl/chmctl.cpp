@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cinttypes>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <functional>
@@ -173,6 +174,39 @@ void print_leds(const json& leds)
     }
 }
 
+/// A quantity in its unit, without zeros at its end.
+std::string quantity(const json& value, const std::string& unit)
+{
+    char digits[32];
+    std::snprintf(digits, sizeof digits, "%.10g ", value.get<double>());
+    return digits + unit;
+}
+
+/// A threshold in a few words; a star marks one that the value is beyond.
+std::string threshold_text(const json& threshold, const std::string& unit)
+{
+    return text_of(threshold, "relation") + " " + quantity(threshold.at("value"), unit) + " " +
+           text_of(threshold, "severity") + (threshold.at("beyond").get<bool>() ? " *" : "") +
+           (threshold.at("notify").get<bool>() ? "" : " (not notified)");
+}
+
+void print_sensors(const json& sensors)
+{
+    Columns columns;
+    columns.add({"index", "name", "value", "status", "", "thresholds"});
+    for (const json& sensor : sensors) {
+        const std::string unit = text_of(sensor, "unit");
+        std::string thresholds;
+        for (const json& threshold : sensor.at("thresholds")) {
+            thresholds += (thresholds.empty() ? "" : ", ") + threshold_text(threshold, unit);
+        }
+        columns.add({right_aligned(sensor.at("index").get<uint32_t>(), 5), text_of(sensor, "name"),
+                     quantity(sensor.at("value"), unit), text_of(sensor, "status"),
+                     sensor.at("by-hand").get<bool>() ? "by hand" : "", thresholds});
+    }
+    columns.print();
+}
+
 void print_terminals(const json& messages)
 {
     for (const json& message : messages) {
@@ -270,21 +304,40 @@ void switchover_options(CLI::App& command, const Arguments& arguments)
         ->default_str("0, which is by request");
 }
 
-void supervisor_state_options(CLI::App& command, const Arguments& arguments)
+/// Adds an argument that is a number, or auto for what the switch makes of it by itself.
+template <typename Number>
+void add_number_or_auto(CLI::App& command, const Arguments& arguments, const std::string& what,
+                        const char* key, const char* help)
 {
     command
         .add_option_function<std::string>(
-            "STATE",
-            [=](const std::string& state) {
-                int32_t code = 0;
-                const bool number = CLI::detail::lexical_cast(state, code);
-                if (!number && state != "auto") {
-                    throw CLI::ValidationError("STATE", state + " is neither a number nor auto");
+            what,
+            [=](const std::string& text) {
+                Number number{};
+                const bool is_number =
+                    CLI::detail::lexical_cast(text, number) && std::isfinite(number);
+                if (!is_number && text != "auto") {
+                    throw CLI::ValidationError(what, text + " is neither a number nor auto");
                 }
-                (*arguments)["state"] = number ? json(code) : json();
+                (*arguments)[key] = is_number ? json(number) : json();
             },
-            "The state's code (2 is redundant), or auto to follow the supervisors")
+            help)
         ->required();
+}
+
+void supervisor_state_options(CLI::App& command, const Arguments& arguments)
+{
+    add_number_or_auto<int32_t>(
+        command, arguments, "STATE", "state",
+        "The state's code (2 is redundant), or auto to follow the supervisors");
+}
+
+void reading_options(CLI::App& command, const Arguments& arguments)
+{
+    add_entity(command, arguments, "SENSOR", "The sensor, by its index or its name");
+    add_number_or_auto<double>(command, arguments, "VALUE", "value",
+                               "What it is to measure, in the unit that `sensors` shows, or auto "
+                               "to move again");
 }
 
 void led_options(CLI::App& command, const Arguments& arguments)
@@ -348,6 +401,8 @@ constexpr Verb verbs[] = {
      print_redundancy},
     {"leds", "Show what the LEDs show", no_options, print_leds},
     {"led", "Set what a LED shows", led_options, print_nothing},
+    {"sensors", "Show what the sensors measure, and their thresholds", no_options, print_sensors},
+    {"reading", "Set what a sensor measures", reading_options, print_nothing},
     {"terminals", "Show the messages that reached the terminals", no_options, print_terminals},
     {"trace", "Switch tracing on or off", trace_options, print_trace},
     {"history", "Show the event history", history_options, print_history},

@@ -279,12 +279,13 @@ json switchover(const json& arguments)
 }
 
 /// A number, or null for what the switch makes of it by itself.
-std::optional<int32_t> by_hand(const json& arguments, const char* name)
+template <typename Number = int32_t>
+std::optional<Number> by_hand(const json& arguments, const char* name)
 {
     if (arguments.contains(name) && arguments.at(name).is_null()) {
         return std::nullopt;
     }
-    return argument<int32_t>(arguments, name);
+    return argument<Number>(arguments, name);
 }
 
 json supervisor_state(const json& arguments)
@@ -316,6 +317,61 @@ json led(const json& arguments)
                                      std::to_string(number));
         }
         chassis.set_led(index, number, by_hand(arguments, "value"));
+    });
+}
+
+const char* name_of(SensorStatus status)
+{
+    switch (status) {
+    case SensorStatus::ok:
+        return "ok";
+    case SensorStatus::unavailable:
+        return "unavailable";
+    case SensorStatus::nonoperational:
+        break;
+    }
+    return "nonoperational";
+}
+
+json thresholds(const Chassis& chassis, const Entity& sensor)
+{
+    json list = json::array();
+    for (const SensorThreshold& threshold : sensor.sensor.value().thresholds) {
+        list.push_back({{"relation", key_of(relations, threshold.limit.relation())},
+                        {"value", threshold.limit.value() / steps_per_unit(*sensor.sensor)},
+                        {"severity", key_of(severities, threshold.severity)},
+                        {"beyond", chassis.is_beyond(sensor, threshold)},
+                        {"notify", threshold.notifies}});
+    }
+    return list;
+}
+
+json sensors(const json& /*arguments*/)
+{
+    const Chassis& chassis = the_chassis();
+    json list = json::array();
+    for (const auto& [index, entity] : chassis.entities()) {
+        if (!entity.sensor) {
+            continue;
+        }
+        const Sensor& sensor = *entity.sensor;
+        list.push_back({{"index", index},
+                        {"name", entity.name},
+                        {"kind", sensor.kind->key},
+                        {"unit", sensor.kind->unit},
+                        {"value", sensor.value / steps_per_unit(sensor)},
+                        {"measured", time_text(sensor.measured)},
+                        {"status", name_of(chassis.sensor_status(entity))},
+                        {"by-hand", sensor.reading.is_by_hand()},
+                        {"thresholds", thresholds(chassis, entity)}});
+    }
+    return list;
+}
+
+json reading(const json& arguments)
+{
+    return change_entity(arguments, [&](Chassis& chassis, uint32_t index) {
+        chassis.set_reading(index, by_hand<double>(arguments, "value"));
     });
 }
 
@@ -405,6 +461,8 @@ constexpr Verb verbs[] = {
     {"supervisor-state", supervisor_state},
     {"leds", leds},
     {"led", led},
+    {"sensors", sensors},
+    {"reading", reading},
     {"terminals", terminal_messages},
     {"trace", trace},
     {"history", event_history},
