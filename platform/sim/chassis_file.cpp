@@ -536,10 +536,10 @@ private:
                           .entity_class = EntityClass::sensor,
                           .contained_in = holder.index,
                           .position = static_cast<int32_t>(number),
-                          .description = "Sensor",
                           .name = concat("sensor ", number)};
-            describe(sensor, {entry});
             sensor.sensor = make_sensor(sensor.index, entry);
+            sensor.description = sensor.sensor->kind->description;
+            describe(sensor, {entry});
             // Entries of a type describe the sensors of many holders.
             sensor.name = holder.name + " " + sensor.name;
             sensors.push_back(completed(std::move(sensor), entry.source()));

@@ -67,6 +67,7 @@ inline constexpr Named<SensorScale> sensor_scales[] = {{"milli", SensorScale::mi
 /// What a sensor may measure, with what goes for it unless a chassis file says otherwise.
 struct SensorKind {
     std::string_view key; ///< its name in chassis files and for chmctl
+    std::string_view description;
     SensorType type;
     std::string_view unit; ///< of what is measured, for people
     SensorScale scale;
@@ -75,14 +76,14 @@ struct SensorKind {
 };
 
 inline constexpr SensorKind sensor_kinds[] = {
-    {"temperature", SensorType::celsius, "°C", SensorScale::units, 35, 45},
-    {"voltage", SensorType::volts_dc, "V", SensorScale::milli, 11.9, 12.1},
-    {"ac-voltage", SensorType::volts_ac, "V AC", SensorScale::units, 226, 234},
-    {"current", SensorType::amperes, "A", SensorScale::milli, 20, 25},
-    {"power", SensorType::watts, "W", SensorScale::units, 400, 500},
-    {"frequency", SensorType::hertz, "Hz", SensorScale::milli, 49.9, 50.1},
-    {"humidity", SensorType::percent_humidity, "% RH", SensorScale::units, 35, 45},
-    {"fan-speed", SensorType::rpm, "rpm", SensorScale::units, 5800, 6200},
+    {"temperature", "Temperature", SensorType::celsius, "°C", SensorScale::units, 35, 45},
+    {"voltage", "Supply voltage", SensorType::volts_dc, "V", SensorScale::milli, 11.9, 12.1},
+    {"ac-voltage", "AC voltage", SensorType::volts_ac, "V AC", SensorScale::units, 226, 234},
+    {"current", "Current", SensorType::amperes, "A", SensorScale::milli, 20, 25},
+    {"power", "Power", SensorType::watts, "W", SensorScale::units, 400, 500},
+    {"frequency", "Frequency", SensorType::hertz, "Hz", SensorScale::milli, 49.9, 50.1},
+    {"humidity", "Humidity", SensorType::percent_humidity, "% RH", SensorScale::units, 35, 45},
+    {"fan-speed", "Fan speed", SensorType::rpm, "rpm", SensorScale::units, 5800, 6200},
 };
 
 struct SensorThreshold {

@@ -24,6 +24,8 @@ TEST(ChassisFile, NamesTheLineOfWhatIsWrong)
     const std::string chassis = "[chassis]\nslots = 2\npower-supply-bays = 1\n"; // 3 lines
     const std::string module = "[[module]]\nslot = 1\n";
     const std::string long_text(33, 'x');
+    const std::string five_thresholds = "{ value = 1 }, { value = 2.5 }, { value = 3 }, "
+                                        "{ value = 4 }, { value = 5 }";
     // clang-format off
     const std::pair<std::string, std::string> cases[] = {
         {"", "1: there is no [chassis] table"},
@@ -45,6 +47,16 @@ TEST(ChassisFile, NamesTheLineOfWhatIsWrong)
          "5: unknown key 'ports'"},
         {chassis + module + "sensors = [{ name = \"a\" }, { limit = 1 }]\n",
          "6: unknown key 'limit'"},
+        {chassis + "sensors = [{ kind = 7 }]\n",
+         "4: 'kind' is none of 'temperature', 'voltage', 'ac-voltage', 'current', 'power', "
+         "'frequency', 'humidity', 'fan-speed'"},
+        {chassis + "sensors = [{ low = 46 }]\n", "4: 'low' is 46, above 'high', which is 45"},
+        {chassis + "sensors = [{ high = nan }]\n", "4: 'high' is nan, not within -1e+09 to 1e+09"},
+        {chassis + "sensors = [{ scale = \"milli\", precision = 5 }]\n",
+         "4: 'low' is 35, not within -10 to 10"},
+        {chassis + "sensors = [{ thresholds = [{ notify = true }] }]\n", "4: there is no 'value'"},
+        {chassis + "sensors = [{ thresholds = [" + five_thresholds + "] }]\n",
+         "4: more than 4 thresholds"},
         {chassis + module + "role = \"spare\"\n",
          "6: 'role' is none of 'supervisor', 'line-card'"},
         // The serial number that a module gets from the chassis's does not fit.

@@ -112,8 +112,9 @@ netsnmp_variable_list* note(void* message, oid* /*trap*/, size_t* /*length*/, in
 
 constexpr std::pair<uint32_t, ipcx_event_handler*> handlers[] = {
     {1033, note<1033, 0, 0>},       {1034, note<1034, 316, 8>},     {1035, note<1035, 16, 8>},
-    {1036, note<1036, 2780, 2428>}, {1037, note<1037, 2780, 2428>}, {1043, note<1043, 0, 0>},
-    {1047, note<1047, 8, 4>},       {1121, note<1121, 520, 516>},   {3224, note<3224, 2780, 2428>}};
+    {1036, note<1036, 2780, 2428>}, {1037, note<1037, 2780, 2428>}, {1038, note<1038, 16, 12>},
+    {1043, note<1043, 0, 0>},       {1047, note<1047, 8, 4>},       {1121, note<1121, 520, 516>},
+    {3224, note<3224, 2780, 2428>}};
 
 /// A switch with a chassis, a clock, and ears for its events.
 class SwitchTest : public testing::Test {
