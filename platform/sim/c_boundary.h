@@ -15,6 +15,9 @@
 #include "hactl.h"
 #include "if_index.h"
 #include "ipcx.h"
+#include "pdb.h"
+#include "port_client.h"
+#include "port_manager.h"
 #include "rcode.h"
 
 extern "C" {

@@ -392,9 +392,12 @@ Sensor& Chassis::sensor_of(uint32_t index)
     return *entity.sensor;
 }
 
-/// Takes the reading of an entity that is a sensor, and tells of the thresholds that it crossed.
+/// Takes the readings of an entity that measures, and tells of the thresholds that they crossed.
 void Chassis::measure(Entity& entity)
 {
+    if (entity.port && entity.port->transceiver) {
+        measure_transceiver(entity);
+    }
     if (!entity.sensor) {
         return;
     }

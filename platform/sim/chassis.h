@@ -43,6 +43,8 @@ enum class RedundancyMode : int32_t {
 struct SwitchSettings {
     int32_t max_default_in_line_power = 12500;
     bool status_notifications = true; ///< events of units are raised; see Chassis::observe()
+    uint32_t type_code = 0;           ///< of the chassis, as the platform database tells it
+    std::chrono::milliseconds diagnostics_delay{}; ///< that reading a transceiver takes
 };
 
 /// A change that the switch refuses, and why.
@@ -143,6 +145,26 @@ public:
 
     RedundancyMode redundancy_mode() const { return redundancy_mode_; }
 
+    /// The port with an interface index, or null.
+    const Entity* find_port(uint32_t if_index) const;
+
+    /// The first port after an interface index, be there such a port or not, whose transceiver has
+    /// diagnostics that can be read; null after the last.
+    const Entity* next_port_with_diagnostics(uint32_t if_index) const;
+
+    /// The transceiver of a port whose module is in service, or null.
+    const Transceiver* transceiver_in_service(const Entity& port) const;
+
+    /// Whether the diagnostics of a port's transceiver can be read.
+    bool has_diagnostics(const Entity& port) const;
+
+    /// What the words of a transceiver's readings hold in this chassis.
+    WordFormat reading_format(const Transceiver& transceiver) const;
+
+    /// What a transceiver's last lane, the one that the sensor tables tell, measures at present, in
+    /// units of the raw word. @param quantity its place in `quantities`
+    double raw_reading(const Transceiver& transceiver, size_t quantity) const;
+
     /// When the inventory last changed; at first when the chassis was made.
     Clock::time_point last_change() const { return last_change_; }
 
@@ -191,6 +213,20 @@ public:
     /// Sets what a LED shows by hand, or lets it follow its unit again.
     void set_led(uint32_t entity, uint32_t led, std::optional<int32_t> value);
 
+    /// Plugs what was last unplugged from a port, or another transceiver, into its empty cage.
+    void plug(uint32_t index, std::optional<Transceiver> other = std::nullopt);
+
+    /// Takes the transceiver out of a port.
+    void unplug(uint32_t index);
+
+    /// Sets a reading of a port's transceiver by hand, in its unit, or lets it move again.
+    /// @param quantity its place in `quantities`
+    void set_transceiver_reading(uint32_t index, size_t quantity, std::optional<double> value);
+
+    /// Reads the diagnostics of all lanes of a port's transceiver, none when it has none, and
+    /// counts that.
+    std::vector<diag_info> read_diagnostics(uint32_t index);
+
     /// Sets what a sensor measures by hand, in the unit of its kind, or lets it move again. Refused
     /// when the sensor could not tell it.
     void set_reading(uint32_t index, std::optional<double> value);
@@ -198,7 +234,8 @@ public:
     /// Has the crossings of a threshold of a sensor, counted from 1, raise events or not.
     void set_threshold_notification(uint32_t index, uint32_t threshold, bool on);
 
-    /// Moves on what takes time: modules whose start is over go into service, sensors measure.
+    /// Moves on what takes time: modules whose start is over go into service, sensors and
+    /// transceivers measure.
     void advance();
 
 private:
@@ -207,6 +244,8 @@ private:
     Sensor& sensor_of(uint32_t index);
     void measure(Entity& entity);
     void measure_parts(const Unit& unit);
+    Port& port_at(uint32_t index);
+    void measure_transceiver(Entity& port);
     Place& empty_place(uint32_t index);
     bool has_failed_part(const Unit& unit) const;
     void refuse_for_active_supervisor(const Unit& unit) const;

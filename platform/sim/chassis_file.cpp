@@ -3,6 +3,7 @@
 #include "entity_record.h"
 #include "if_index.h"
 #include "physical_index.h"
+#include "transceiver_record.h"
 
 #include <toml++/toml.h>
 
@@ -12,6 +13,7 @@
 #include <cstring>
 #include <fstream>
 #include <optional>
+#include <regex>
 #include <sstream>
 
 namespace sim {
@@ -36,10 +38,11 @@ Entity make_port(uint32_t slot, uint32_t number)
     char name[IF_INDEX_TEXT_SIZE];
     sprintf_if_index(name, if_index);
 
-    return {.index = 300000 + 1000 * slot + number,
+    return {.index = port_index(slot, number),
             .entity_class = EntityClass::port,
             .description = "Ethernet port",
-            .name = name};
+            .name = name,
+            .port = Port{.if_index = if_index}};
 }
 
 Entity make_fan(uint32_t tray, uint32_t number)
@@ -163,9 +166,22 @@ Keys unit_keys(const UnitKind& kind, Keys more = {})
         more.push_back(kind.parts);
     }
     if (kind.type == UnitType::module) {
-        more.push_back("role");
+        more.insert(more.end(), {"role", "transceivers", "electrical"});
     }
     return entity_keys(std::move(more));
+}
+
+/// Keys that a transceiver may have, and `more`.
+Keys transceiver_keys(Keys more = {})
+{
+    more.insert(more.end(), {"diagnostics", "lanes"});
+    for (const TransceiverText& text : transceiver_texts) {
+        more.push_back(text.key);
+    }
+    for (const Quantity& quantity : quantities) {
+        more.push_back(quantity.key);
+    }
+    return more;
 }
 
 /// Reads one file. Every complaint names the line of what it is about.
@@ -204,17 +220,30 @@ public:
         return make_unit(*kind, place - kind->place_base, settings, settings.type->source());
     }
 
+    Transceiver read_transceiver(const Entity& port, const std::string& type)
+    {
+        read_places();
+        if (!root_["transceivers"][type].is_table()) {
+            throw ChassisFileError(concat(file_, ": there is no [transceivers.", type, "]"));
+        }
+        const toml::table entry{{"type", type}};
+        const Settings settings = with_type(entry, "transceivers");
+        return make_transceiver(settings, port, settings.type->source());
+    }
+
 private:
     /// Everything but the units.
     void read_places()
     {
-        check_keys(root_, {"chassis", "types", "module", "power-supply", "fan-tray"});
+        check_keys(root_,
+                   {"chassis", "types", "transceivers", "module", "power-supply", "fan-tray"});
         check_types();
         const toml::node* settings = root_.get("chassis");
         if (settings == nullptr) {
             fail(root_.source(), "there is no [chassis] table");
         }
         add_chassis(as_table(*settings, "chassis"));
+        check_transceiver_types();
         for (const UnitKind& kind : unit_kinds) {
             add_places(kind, as_table(*settings, "chassis"));
         }
@@ -263,6 +292,21 @@ private:
         }
     }
 
+    /// Types of transceivers are good as a whole, also those that no port holds.
+    void check_transceiver_types() const
+    {
+        const toml::node* types = root_.get("transceivers");
+        if (types == nullptr) {
+            return;
+        }
+        const Entity no_port{.port = Port{}};
+        for (const auto& [name, node] : as_table(*types, "transceivers")) {
+            const toml::table& type = as_table(node, name.str());
+            check_keys(type, transceiver_keys());
+            make_transceiver({type}, no_port, type.source());
+        }
+    }
+
     const toml::table& as_table(const toml::node& node, std::string_view what) const
     {
         if (!node.is_table()) {
@@ -307,7 +351,7 @@ private:
 
     /// A number with a fraction or without. One that has no default must be given.
     double real(const toml::table& table, std::string_view what,
-                std::optional<double> when_not_given, double most) const
+                std::optional<double> when_not_given, double least, double most) const
     {
         const toml::node* node = table.get(what);
         const toml::source_region& where = (node == nullptr ? table : *node).source();
@@ -318,8 +362,8 @@ private:
         if (!value) {
             fail(where, "there is no '", what, "'");
         }
-        if (!(std::abs(*value) <= most)) {
-            fail(where, "'", what, "' is ", *value, ", not within ", -most, " to ", most);
+        if (!(*value >= least && *value <= most)) {
+            fail(where, "'", what, "' is ", *value, ", not within ", least, " to ", most);
         }
         return *value;
     }
@@ -352,7 +396,7 @@ private:
     }
 
     /// In its record a text ends with the first NUL.
-    void check_text(const toml::source_region& where, const EntityText& text,
+    void check_text(const toml::source_region& where, const auto& text,
                     const std::string& value) const
     {
         if (value.size() > text.capacity) {
@@ -363,10 +407,12 @@ private:
         }
     }
 
-    /// Overwrites the entity's defaults with what its settings say.
-    void describe(Entity& entity, const Settings& settings) const
+    /// Overwrites the texts of something with what its settings say.
+    template <typename Described, typename Text, size_t Count>
+    void read_texts(Described& described, const Text (&texts)[Count],
+                    const Settings& settings) const
     {
-        for (const EntityText& text : entity_texts) {
+        for (const Text& text : texts) {
             const toml::node* node = settings.find(text.key);
             if (node == nullptr) {
                 continue;
@@ -374,9 +420,15 @@ private:
             if (!node->is_string()) {
                 fail(node->source(), "'", text.key, "' is not a string");
             }
-            entity.*text.text = node->as_string()->get();
-            check_text(node->source(), text, entity.*text.text);
+            described.*text.text = node->as_string()->get();
+            check_text(node->source(), text, described.*text.text);
         }
+    }
+
+    /// Overwrites the entity's defaults with what its settings say.
+    void describe(Entity& entity, const Settings& settings) const
+    {
+        read_texts(entity, entity_texts, settings);
         if (const toml::node* node = settings.find("vendor-type")) {
             entity.vendor_type = number(*node, "vendor-type", 0, UINT32_MAX);
         }
@@ -399,7 +451,7 @@ private:
 
     void add_chassis(const toml::table& settings)
     {
-        Keys keys = entity_keys({"sensors", "start-seconds"});
+        Keys keys = entity_keys({"sensors", "start-seconds", "type-code", "diagnostics-delay-ms"});
         for (const UnitKind& kind : unit_kinds) {
             keys.push_back(kind.place_count);
         }
@@ -415,6 +467,9 @@ private:
         if (const toml::node* node = settings.get("start-seconds")) {
             chassis_.set_start_time(std::chrono::seconds(number(*node, "start-seconds", 0, 3600)));
         }
+        chassis_.settings().type_code = count({settings}, "type-code", UINT32_MAX);
+        chassis_.settings().diagnostics_delay =
+            std::chrono::milliseconds(count({settings}, "diagnostics-delay-ms", 10000));
         chassis_.add(completed(chassis, settings.source()));
         for (Entity& sensor : make_sensors(chassis, 0, {settings})) {
             chassis_.add(std::move(sensor));
@@ -440,9 +495,9 @@ private:
         }
     }
 
-    Settings settings_of(const UnitKind& kind, const toml::table& entry) const
+    /// An entry with the type that it refers to, if it does, in a table of types.
+    Settings with_type(const toml::table& entry, std::string_view types) const
     {
-        check_keys(entry, unit_keys(kind, {"type", kind.place}));
         const toml::node* name = entry.get("type");
         if (name == nullptr) {
             return {entry};
@@ -450,12 +505,21 @@ private:
         if (!name->is_string()) {
             fail(name->source(), "'type' is not a string");
         }
-        const toml::node* type = root_["types"][name->as_string()->get()].node();
+        const toml::node* type = root_[types][name->as_string()->get()].node();
         if (type == nullptr) {
-            fail(name->source(), "there is no [types.", name->as_string()->get(), "]");
+            fail(name->source(), "there is no [", types, ".", name->as_string()->get(), "]");
         }
-        check_keys(*type->as_table(), unit_keys(kind));
         return {entry, type->as_table()};
+    }
+
+    Settings settings_of(const UnitKind& kind, const toml::table& entry) const
+    {
+        check_keys(entry, unit_keys(kind, {"type", kind.place}));
+        const Settings settings = with_type(entry, "types");
+        if (settings.type != nullptr) {
+            check_keys(*settings.type, unit_keys(kind));
+        }
+        return settings;
     }
 
     /// One entry describes the unit in one place, or like units in several.
@@ -517,8 +581,138 @@ private:
             part.position = static_cast<int32_t>(number);
             assembly.entities.push_back(completed(std::move(part), where));
         }
+        if (kind.type == UnitType::module) {
+            fit_ports(std::span(assembly.entities).last(parts), settings);
+        }
         assembly.entities.push_back(completed(std::move(entity), where));
         return assembly;
+    }
+
+    /// Says of a module's ports, in the order of their numbers, which have a cage and what is in
+    /// it.
+    void fit_ports(std::span<Entity> ports, const Settings& settings) const
+    {
+        if (const toml::node* electrical = settings.find("electrical")) {
+            for (const uint32_t number : port_list(*electrical, "electrical", ports.size())) {
+                ports[number - 1].port->has_cage = false;
+            }
+        }
+        const toml::node* transceivers = settings.find("transceivers");
+        for_each_table(transceivers, "transceivers", [&](const toml::table& entry) {
+            check_keys(entry, transceiver_keys({"ports", "type"}));
+            const toml::node* list = entry.get("ports");
+            if (list == nullptr) {
+                fail(entry.source(), "an element of 'transceivers' has no 'ports'");
+            }
+            for (const uint32_t number : port_list(*list, "ports", ports.size())) {
+                Entity& entity = ports[number - 1];
+                if (!entity.port->has_cage) {
+                    fail(list->source(), "port ", number, " is electrical");
+                }
+                if (entity.port->transceiver) {
+                    fail(list->source(), "port ", number, " holds another transceiver");
+                }
+                entity.port->transceiver =
+                    make_transceiver(with_type(entry, "transceivers"), entity, list->source());
+            }
+        });
+    }
+
+    /// The numbers that a text such as "1-8,10" lists, of `count` ports numbered from 1.
+    std::vector<uint32_t> port_list(const toml::node& node, std::string_view what,
+                                    size_t count) const
+    {
+        static const std::regex whole(R"((\d{1,4}(-\d{1,4})?(, *\d{1,4}(-\d{1,4})?)*)?)");
+        static const std::regex range(R"((\d+)(-(\d+))?)");
+        const auto text = node.value_exact<std::string>();
+        if (!text || !std::regex_match(*text, whole)) {
+            fail(node.source(), "'", what, "' is not a list of ports such as \"1-8,10\"");
+        }
+        std::vector<uint32_t> numbers;
+        for (std::sregex_iterator part(text->begin(), text->end(), range), end; part != end;
+             ++part) {
+            const auto first = static_cast<uint32_t>(std::stoul((*part)[1]));
+            const bool one = !(*part)[3].matched;
+            const auto last = one ? first : static_cast<uint32_t>(std::stoul((*part)[3]));
+            if (first < 1 || first > last || last > count) {
+                fail(node.source(), "'", what, "' lists ", part->str(), ", not within 1-", count);
+            }
+            for (uint32_t number = first; number <= last; ++number) {
+                numbers.push_back(number);
+            }
+        }
+        return numbers;
+    }
+
+    /// A transceiver in a port. Complaints that no key is to blame for name `where`.
+    Transceiver make_transceiver(const Settings& settings, const Entity& port,
+                                 const toml::source_region& where) const
+    {
+        Transceiver transceiver{.type = settings.own["type"].value_or(std::string())};
+        transceiver.manufacturer = manufacturer_;
+        transceiver.serial = serial_.empty() ? "" : concat(serial_, "-", port.index);
+        read_texts(transceiver, transceiver_texts, settings);
+        for (const TransceiverText& text : transceiver_texts) {
+            check_text(where, text, transceiver.*text.text);
+        }
+        transceiver.diagnostics =
+            choice(settings, "diagnostics", "internal", diagnostics_kinds).value;
+        if (const toml::node* lanes = settings.find("lanes")) {
+            transceiver.lanes = number(*lanes, "lanes", 1, 8);
+        }
+        for (const Quantity& quantity : quantities) {
+            transceiver.measurements.push_back(make_measurement(
+                quantity, settings.find(quantity.key), threshold_format(transceiver),
+                sensor_index(port.port->if_index, quantity)));
+        }
+        return transceiver;
+    }
+
+    Measurement make_measurement(const Quantity& quantity, const toml::node* node,
+                                 WordFormat format, uint32_t seed) const
+    {
+        const bool dark = quantity.logarithmic && node != nullptr &&
+                          node->value_exact<std::string_view>() == "none";
+        const bool usual = dark || node == nullptr;
+        Measurement measurement = sim::make_measurement(
+            quantity, usual ? quantity.usual : range_of(quantity, as_table(*node, quantity.key)),
+            format, seed);
+        if (dark) {
+            measurement.reading.set_by_hand(no_light);
+        }
+        return measurement;
+    }
+
+    ReadingRange range_of(const Quantity& quantity, const toml::table& table) const
+    {
+        ReadingRange range = quantity.usual;
+        Keys keys = {"low", "high"};
+        keys.insert(keys.end(), std::begin(limit_keys), std::end(limit_keys));
+        check_keys(table, keys);
+        const auto read = [&](std::string_view key, double& value) {
+            value = real(table, key, value, quantity.least, quantity.most);
+        };
+        read("low", range.low);
+        read("high", range.high);
+        for (size_t limit = 0; limit < limits; ++limit) {
+            read(limit_keys[limit], range.thresholds[limit]);
+        }
+        const auto check_order = [&](std::string_view lower, double low, std::string_view upper,
+                                     double high) {
+            if (low > high) {
+                fail(table.source(), "'", lower, "' is ", low, ", above '", upper, "', which is ",
+                     high);
+            }
+        };
+        check_order("low", range.low, "high", range.high);
+        const Limit upwards[] = {low_alarm, low_warning, high_warning, high_alarm};
+        for (size_t i = 1; i < std::size(upwards); ++i) {
+            const Limit lower = upwards[i - 1];
+            const Limit upper = upwards[i];
+            check_order(limit_keys[lower], range.thresholds[lower], limit_keys[upper],
+                        range.thresholds[upper]);
+        }
+        return range;
     }
 
     std::vector<Entity> make_sensors(const Entity& holder, uint32_t holder_number,
@@ -554,8 +748,8 @@ private:
             choice({entry}, "scale", key_of(sensor_scales, kind.scale), sensor_scales).value;
         const uint32_t precision = count({entry}, "precision", max_precision);
         const double most = max_sensor_value / steps_per_unit(scale, precision);
-        const double low = real(entry, "low", kind.low, most);
-        const double high = real(entry, "high", kind.high, most);
+        const double low = real(entry, "low", kind.low, -most, most);
+        const double high = real(entry, "high", kind.high, -most, most);
         if (low > high) {
             fail(entry.source(), "'low' is ", low, ", above 'high', which is ", high);
         }
@@ -573,7 +767,7 @@ private:
     {
         check_keys(entry, {"value", "relation", "severity", "notify"});
         const double most = max_sensor_value / steps_per_unit(sensor);
-        const double value = real(entry, "value", std::nullopt, most);
+        const double value = real(entry, "value", std::nullopt, -most, most);
         const toml::node* notify = entry.get("notify");
         return {.severity = choice({entry}, "severity", "minor", severities).value,
                 .limit = Threshold(in_steps(sensor, value),
@@ -599,6 +793,11 @@ Chassis load_chassis(const std::string& file, Chassis::TimeSource now)
 Assembly make_unit(const std::string& file, uint32_t place, const std::string& type)
 {
     return Reader(file).read_unit(place, type);
+}
+
+Transceiver make_transceiver(const std::string& file, const Entity& port, const std::string& type)
+{
+    return Reader(file).read_transceiver(port, type);
 }
 
 } // namespace sim

@@ -21,4 +21,7 @@ Chassis load_chassis(const std::string& file, Chassis::TimeSource now = Clock::n
 /// of the container. Throws ChassisFileError.
 Assembly make_unit(const std::string& file, uint32_t place, const std::string& type);
 
+/// Makes a transceiver of one of the file's types for a port. Throws ChassisFileError.
+Transceiver make_transceiver(const std::string& file, const Entity& port, const std::string& type);
+
 } // namespace sim

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "sensor.h"
+#include "transceiver.h"
 
 #include <cstdint>
 #include <optional>
@@ -33,6 +34,12 @@ enum class EntityStatus : int32_t {
 /// The one entity of the chassis itself.
 inline constexpr uint32_t chassis_index = 1;
 
+/// The index of a port, by the numbers from 1 of the slot and of the port within it.
+constexpr uint32_t port_index(uint32_t slot, uint32_t number)
+{
+    return 300000 + 1000 * slot + number;
+}
+
 /// One physical entity. The lengths of its texts are bounded by its record; see entity_record.h.
 struct Entity {
     uint32_t index = 0;                           ///< entPhysicalIndex
@@ -56,6 +63,7 @@ struct Entity {
     std::string part_revision{};
     std::string clei_code{};
     std::optional<Sensor> sensor{}; ///< that it is
+    std::optional<Port> port{};     ///< that it is
 };
 
 /// A new value for one text of an entity.

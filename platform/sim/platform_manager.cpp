@@ -5,6 +5,8 @@
 #include "event_log.h"
 #include "event_queue.h"
 #include "led.h"
+#include "malloc_copy.h"
+#include "physical_index.h"
 #include "record_fields.h"
 #include "result_code.h"
 #include "sensor_record.h"
@@ -12,7 +14,6 @@
 #include "unit_record.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -68,6 +69,21 @@ Answer read_entity(const Chassis& chassis, const Entity* entity)
     return answer_with(encode(chassis, *entity));
 }
 
+/// The rows of the transceivers' sensors are not the platform's, but lie between its own: a walk
+/// that has come to where they start is sent there by a failure whose block names that index.
+Answer next_entity(const Chassis& chassis, uint32_t index)
+{
+    const Entity* next = chassis.next_after(index);
+    const bool passes_start = index < ENTITY_PORT_SFP_SENSOR_START &&
+                              (next == nullptr || next->index > ENTITY_PORT_SFP_SENSOR_START);
+    if (passes_start && chassis.next_port_with_diagnostics(0) != nullptr) {
+        ent_phys_entry start{};
+        start.entPhysicalIndex = ENTITY_PORT_SFP_SENSOR_START;
+        return {ResultCode::no_such_entry, in_wire_order(start)};
+    }
+    return read_entity(chassis, next);
+}
+
 Answer write_entity(Chassis& chassis, const ent_phys_entry& record)
 {
     const Entity* entity = chassis.find(record.entPhysicalIndex);
@@ -91,7 +107,7 @@ Answer physical_entity(Chassis& chassis, int32_t operation, std::span<const std:
     case CHM_REQ_GET:
         return read_entity(chassis, chassis.find(record->entPhysicalIndex));
     case CHM_REQ_GETNEXT:
-        return read_entity(chassis, chassis.next_after(record->entPhysicalIndex));
+        return next_entity(chassis, record->entPhysicalIndex);
     case CHM_REQ_SET:
         return write_entity(chassis, *record);
     default:
@@ -404,16 +420,6 @@ Bytes payload_of(const Chassis& chassis, const Occurrence& occurrence)
     }
 }
 
-/// The copy of a block that its receiver frees.
-void* copy_for_caller(const Bytes& block)
-{
-    void* copy = std::malloc(block.size());
-    if (copy == nullptr) {
-        throw std::bad_alloc();
-    }
-    return std::memcpy(copy, block.data(), block.size());
-}
-
 } // namespace
 
 void place_chassis(Chassis chassis)
@@ -445,7 +451,7 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
         const sim::Answer answer =
             sim::serve(opcode, operation, {static_cast<const std::byte*>(request), size});
         if (response != nullptr && !answer.block.empty()) {
-            *response = sim::copy_for_caller(answer.block);
+            *response = sim::malloc_copy(answer.block);
             *length = static_cast<uint32_t>(answer.block.size());
         }
         return static_cast<int32_t>(answer.result);

@@ -24,6 +24,8 @@ const char* rcode2str(uint32_t code)
         return "request shorter than its record";
     case ResultCode::value_out_of_range:
         return "value out of its range";
+    case ResultCode::module_not_in_service:
+        return "module is not in service";
     case ResultCode::internal_error:
         return "internal error";
     }

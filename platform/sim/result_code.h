@@ -15,6 +15,7 @@ enum class ResultCode : int32_t {
     unknown_operation,
     request_too_short,
     value_out_of_range,
+    module_not_in_service,
     internal_error,
 };
 

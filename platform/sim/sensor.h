@@ -1,9 +1,9 @@
 /// The platform's own sensors: what they measure, and how it is told.
 #pragma once
 
+#include "named.h"
 #include "reading.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -36,20 +36,6 @@ enum class SensorStatus : int32_t {
 
 /// Values of entSensorThresholdSeverity.
 enum class Severity : int32_t { other = 1, minor = 10, major = 20, critical = 30 };
-
-/// A value with its name in chassis files and for chmctl.
-template <typename Value>
-struct Named {
-    std::string_view key;
-    Value value;
-};
-
-/// The name of one of some values.
-template <typename Value, size_t Count>
-constexpr std::string_view key_of(const Named<Value> (&names)[Count], Value value)
-{
-    return std::ranges::find(names, value, &Named<Value>::value)->key;
-}
 
 inline constexpr Named<Relation> relations[] = {{"<", Relation::less_than},
                                                 {"<=", Relation::less_or_equal},

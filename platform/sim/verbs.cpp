@@ -8,10 +8,12 @@
 #include "led.h"
 #include "platform_manager.h"
 #include "terminals.h"
+#include "transceiver_record.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -375,6 +377,106 @@ json reading(const json& arguments)
     });
 }
 
+json limits_of(const Quantity& quantity, const Measurement& measurement, double raw)
+{
+    const double steps = std::pow(10, quantity.decimals);
+    json list = json::array();
+    for (size_t limit = 0; limit < limits; ++limit) {
+        const Threshold& threshold = measurement.thresholds[limit];
+        list.push_back({{"limit", limit_keys[limit]},
+                        {"value", served_value(quantity, threshold.value()) / steps},
+                        {"beyond", threshold.is_beyond(raw)}});
+    }
+    return list;
+}
+
+/// What a port's transceiver measures, as the sensor tables tell it once they read it anew.
+json readings_of(const Chassis& chassis, const Port& port)
+{
+    json list = json::array();
+    for (size_t i = 0; i < quantities.size(); ++i) {
+        const Quantity& quantity = quantities[i];
+        const Measurement& measurement = port.transceiver->measurements[i];
+        const double raw = chassis.raw_reading(*port.transceiver, i);
+        list.push_back({{"quantity", quantity.key},
+                        {"index", sensor_index(port.if_index, quantity)},
+                        {"unit", quantity.unit},
+                        {"value", served_value(quantity, raw) / std::pow(10, quantity.decimals)},
+                        {"no-light", quantity.logarithmic && raw == 0},
+                        {"by-hand", measurement.reading.is_by_hand()},
+                        {"thresholds", limits_of(quantity, measurement, raw)}});
+    }
+    return list;
+}
+
+json transceivers(const json& /*arguments*/)
+{
+    const Chassis& chassis = the_chassis();
+    json list = json::array();
+    for (const auto& [index, entity] : chassis.entities()) {
+        if (!entity.port || !entity.port->transceiver) {
+            continue;
+        }
+        const Transceiver& transceiver = *entity.port->transceiver;
+        const bool readable = chassis.has_diagnostics(entity);
+        json& item = list.emplace_back(
+            json{{"index", index},
+                 {"port", entity.name},
+                 {"status", name_of(chassis.status(entity))},
+                 {"type", transceiver.type},
+                 {"diagnostics", key_of(diagnostics_kinds, transceiver.diagnostics)},
+                 {"lanes", transceiver.lanes},
+                 {"reads", entity.port->diagnostics_reads},
+                 {"readings", readable ? readings_of(chassis, *entity.port) : json::array()}});
+        for (const TransceiverText& text : transceiver_texts) {
+            item[std::string(text.key)] = transceiver.*text.text;
+        }
+    }
+    return list;
+}
+
+json plug(const json& arguments)
+{
+    return change_entity(arguments, [&](Chassis& chassis, uint32_t index) {
+        if (!arguments.contains("type")) {
+            chassis.plug(index);
+            return;
+        }
+        const Entity& entity = chassis.entities().at(index);
+        if (!entity.port) {
+            throw Refusal(entity.name + " is no port");
+        }
+        const auto type = argument<std::string>(arguments, "type");
+        chassis.plug(index, make_transceiver(chassis.file(), entity, type));
+    });
+}
+
+json unplug(const json& arguments)
+{
+    return change_entity(arguments,
+                         [](Chassis& chassis, uint32_t index) { chassis.unplug(index); });
+}
+
+json transceiver_reading(const json& arguments)
+{
+    return change_entity(arguments, [&](Chassis& chassis, uint32_t index) {
+        const auto key = argument<std::string>(arguments, "quantity");
+        const auto* quantity = std::ranges::find(quantities, key, &Quantity::key);
+        if (quantity == quantities.end()) {
+            throw std::runtime_error("there is no quantity '" + key + "'");
+        }
+        const bool dark = argument<json>(arguments, "value") == "none";
+        chassis.set_transceiver_reading(index, static_cast<size_t>(quantity - quantities.begin()),
+                                        dark ? no_light : by_hand<double>(arguments, "value"));
+    });
+}
+
+json chassis_type(const json& arguments)
+{
+    the_chassis().settings().type_code = argument<uint32_t>(arguments, "code");
+    return {{"type-code", the_chassis().settings().type_code}};
+}
+
 json terminal_messages(const json& /*arguments*/)
 {
     json list = json::array();
@@ -431,8 +533,9 @@ json status(const json& /*arguments*/)
                 {"waiting-events", waiting_events()},
                 {"heartbeats", heartbeats()},
                 {"marker", marker_exists()}};
-    if (const Chassis* chassis = chassis_in_place()) {
+    if (Chassis* chassis = chassis_in_place()) {
         result["chassis"] = chassis->file();
+        result["type-code"] = chassis->settings().type_code;
         result["entities"] = chassis->entities().size();
         result["last-change"] = time_text(chassis->last_change());
     }
@@ -463,6 +566,11 @@ constexpr Verb verbs[] = {
     {"led", led},
     {"sensors", sensors},
     {"reading", reading},
+    {"transceivers", transceivers},
+    {"plug", plug},
+    {"unplug", unplug},
+    {"transceiver-reading", transceiver_reading},
+    {"chassis-type", chassis_type},
     {"terminals", terminal_messages},
     {"trace", trace},
     {"history", event_history},
