@@ -137,6 +137,7 @@ void print_status(const json& status)
 {
     if (status.contains("chassis")) {
         std::printf("chassis      %s\n", text_of(status, "chassis").c_str());
+        std::printf("type code    %u\n", status.at("type-code").get<uint32_t>());
         std::printf("entities     %zu\n", status.at("entities").get<size_t>());
         std::printf("last change  %s\n", text_of(status, "last-change").c_str());
     } else {
@@ -205,6 +206,41 @@ void print_sensors(const json& sensors)
                      sensor.at("by-hand").get<bool>() ? "by hand" : "", thresholds});
     }
     columns.print();
+}
+
+/// The transceivers, and below them all that they measure.
+void print_transceivers(const json& transceivers)
+{
+    Columns ports;
+    ports.add(
+        {"index", "port", "type", "model", "serial", "status", "diagnostics", "lanes", "reads"});
+    Columns readings;
+    readings.add({"index", "port", "quantity", "value", "", "high alarm", "high warning",
+                  "low alarm", "low warning"});
+    for (const json& one : transceivers) {
+        ports.add({right_aligned(one.at("index").get<uint32_t>(), 5), text_of(one, "port"),
+                   text_of(one, "type"), text_of(one, "model"), text_of(one, "serial"),
+                   text_of(one, "status"), text_of(one, "diagnostics"),
+                   std::to_string(one.at("lanes").get<uint32_t>()),
+                   std::to_string(one.at("reads").get<uint64_t>())});
+        for (const json& reading : one.at("readings")) {
+            const std::string unit = text_of(reading, "unit");
+            std::vector<std::string> line = {right_aligned(reading.at("index").get<uint32_t>(), 5),
+                                             text_of(one, "port"), text_of(reading, "quantity"),
+                                             reading.at("no-light").get<bool>()
+                                                 ? "no light"
+                                                 : quantity(reading.at("value"), unit),
+                                             reading.at("by-hand").get<bool>() ? "by hand" : ""};
+            for (const json& threshold : reading.at("thresholds")) {
+                line.push_back(quantity(threshold.at("value"), unit) +
+                               (threshold.at("beyond").get<bool>() ? " *" : ""));
+            }
+            readings.add(std::move(line));
+        }
+    }
+    ports.print();
+    std::puts("");
+    readings.print();
 }
 
 void print_terminals(const json& messages)
@@ -304,10 +340,11 @@ void switchover_options(CLI::App& command, const Arguments& arguments)
         ->default_str("0, which is by request");
 }
 
-/// Adds an argument that is a number, or auto for what the switch makes of it by itself.
+/// Adds an argument that is a number, or auto for what the switch makes of it by itself, or else a
+/// word, if there is one.
 template <typename Number>
 void add_number_or_auto(CLI::App& command, const Arguments& arguments, const std::string& what,
-                        const char* key, const char* help)
+                        const char* key, const char* help, const char* word = nullptr)
 {
     command
         .add_option_function<std::string>(
@@ -316,10 +353,11 @@ void add_number_or_auto(CLI::App& command, const Arguments& arguments, const std
                 Number number{};
                 const bool is_number =
                     CLI::detail::lexical_cast(text, number) && std::isfinite(number);
-                if (!is_number && text != "auto") {
+                const bool is_word = word != nullptr && text == word;
+                if (!is_number && !is_word && text != "auto") {
                     throw CLI::ValidationError(what, text + " is neither a number nor auto");
                 }
-                (*arguments)[key] = is_number ? json(number) : json();
+                (*arguments)[key] = is_number ? json(number) : is_word ? json(text) : json();
             },
             help)
         ->required();
@@ -338,6 +376,38 @@ void reading_options(CLI::App& command, const Arguments& arguments)
     add_number_or_auto<double>(command, arguments, "VALUE", "value",
                                "What it is to measure, in the unit that `sensors` shows, or auto "
                                "to move again");
+}
+
+void add_port(CLI::App& command, const Arguments& arguments)
+{
+    add_entity(command, arguments, "PORT", "The port, by its index or its name");
+}
+
+void plug_options(CLI::App& command, const Arguments& arguments)
+{
+    add_port(command, arguments);
+    add_argument<std::string>(command, "--type", arguments, "type",
+                              "Plug in a new one of this [transceivers] table of the chassis file")
+        ->type_name("TYPE");
+}
+
+void transceiver_reading_options(CLI::App& command, const Arguments& arguments)
+{
+    add_port(command, arguments);
+    add_argument<std::string>(
+        command, "QUANTITY", arguments, "quantity",
+        "temperature (°C), voltage (V), bias-current (mA), transmit-power or receive-power (dBm)")
+        ->required();
+    add_number_or_auto<double>(command, arguments, "VALUE", "value",
+                               "What it is to measure, none for no light, or auto to move again",
+                               "none");
+}
+
+void chassis_type_options(CLI::App& command, const Arguments& arguments)
+{
+    add_argument<uint32_t>(command, "CODE", arguments, "code",
+                           "The type code in the platform database")
+        ->required();
 }
 
 void led_options(CLI::App& command, const Arguments& arguments)
@@ -403,6 +473,12 @@ constexpr Verb verbs[] = {
     {"led", "Set what a LED shows", led_options, print_nothing},
     {"sensors", "Show what the sensors measure, and their thresholds", no_options, print_sensors},
     {"reading", "Set what a sensor measures", reading_options, print_nothing},
+    {"transceivers", "Show the transceivers and what they measure", no_options, print_transceivers},
+    {"plug", "Plug in what was unplugged, or a new transceiver", plug_options, print_nothing},
+    {"unplug", "Unplug a transceiver", add_port, print_nothing},
+    {"transceiver-reading", "Set what a transceiver measures", transceiver_reading_options,
+     print_nothing},
+    {"chassis-type", "Set the type code of the chassis", chassis_type_options, print_nothing},
     {"terminals", "Show the messages that reached the terminals", no_options, print_terminals},
     {"trace", "Switch tracing on or off", trace_options, print_trace},
     {"history", "Show the event history", history_options, print_history},
