@@ -325,7 +325,7 @@ std::optional<ent_sensor_thresh_rec> threshold_row(const Chassis& chassis, int32
     const auto has_threshold = [](const Entity& entity, uint32_t number) {
         return number >= 1 && entity.sensor && number <= entity.sensor->thresholds.size();
     };
-    auto number = static_cast<uint32_t>(key.sensor_thrsh);
+    auto number = key.sensor_thrsh;
     const Entity* sensor = chassis.find(key.entPhysicalIndex);
     if (operation == CHM_REQ_GETNEXT) {
         ++number;
@@ -346,8 +346,7 @@ Answer write_threshold(Chassis& chassis, const ent_sensor_thresh_rec& record)
     if (!enable) {
         return {ResultCode::value_out_of_range};
     }
-    chassis.set_threshold_notification(record.entPhysicalIndex,
-                                       static_cast<uint32_t>(record.sensor_thrsh),
+    chassis.set_threshold_notification(record.entPhysicalIndex, record.sensor_thrsh,
                                        *enable == TruthValue::yes);
     return {};
 }

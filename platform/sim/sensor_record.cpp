@@ -23,7 +23,7 @@ ent_sensor_thresh_rec encode_threshold(const Chassis& chassis, const Entity& ent
 {
     const SensorThreshold& threshold = entity.sensor.value().thresholds.at(number - 1);
     return {.entPhysicalIndex = entity.index,
-            .sensor_thrsh = static_cast<int32_t>(number),
+            .sensor_thrsh = number,
             .entSensorThresholdSeverity = static_cast<int32_t>(threshold.severity),
             .entSensorThresholdRelation = static_cast<int32_t>(threshold.limit.relation()),
             .entSensorThresholdValue = static_cast<int32_t>(threshold.limit.value()),
