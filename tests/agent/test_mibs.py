@@ -1,0 +1,114 @@
+"""The MIB files against what the agent serves and sends."""
+
+import re
+
+import pytest
+
+from lab import BUILD, READER, SOURCE, Switch, run, wait_for
+
+NPM = SOURCE / "build" / "npm"
+MIBS = BUILD / "share" / "snmp" / "mibs"
+FILES = sorted(MIBS.rglob("*.mib"))
+DIRECTORIES = f"{MIBS}:{MIBS}/standard:{NPM}/node_modules/net-snmp/lib/mibs"
+NAMES = ":".join(["SNMPv2-MIB", *(file.stem for file in FILES)])
+SERVED = {words[1]: words[2] for words in map(
+    str.split, (SOURCE / "scripts/served-objects").read_text().splitlines()) if words[0] != "#"}
+KINDS = {"INTEGER": "i", "Integer32": "i", "OCTET": "s", "TimeTicks": "t", "OBJECT": "o",
+         "Gauge32": "u"}
+# What becomes of an object that may be written and is given the value that it has.
+REFUSED = {"entPhysicalSerialNum": "notWritable", "tsMsgText": "wrongLength",
+           "tsMsgSend": "wrongValue"}
+
+
+def with_mibs(*command):
+    return run("env", f"MIBDIRS={DIRECTORIES}", f"SMIPATH={DIRECTORIES}", f"MIBS={NAMES}", *command)
+
+
+def arc(oid, length):
+    return ".".join(oid.split(".")[:length])
+
+
+def is_served(oid):
+    """Whether a module that the agent serves has this."""
+    return any(f"{oid}.".startswith(f"{arc(root, 7 if '.47.' in root else 9)}.")
+               for root in SERVED.values())
+
+
+@pytest.fixture(scope="module", autouse=True)
+def base_modules():
+    assert run(SOURCE / "scripts/npm-net-snmp", NPM).stderr == ""
+
+
+@pytest.fixture(scope="module")
+def definitions(base_modules):
+    """Name to OID and text of everything that the files define."""
+    pairs = re.findall(r'"(\w+)"\s+"([\d.]+)"', with_mibs("snmptranslate", "-Tz").stdout)
+    oids = dict(pair for pair in pairs if pair[1].startswith(("1.3.6.1.4.1.", "1.3.6.1.2.1.47")))
+    told = with_mibs("snmptranslate", "-Td", *oids.values()).stdout
+    texts = re.split(r"(?m)^[\w-]+::(\w+)$", told)[1:]
+    return {name: (oids[name], text) for name, text in zip(texts[::2], texts[1::2])}
+
+
+def told(definition, word):
+    """What follows a word of a definition, up to the end of its line."""
+    found = re.search(rf"^  {word}\s+(.*)", definition[1], re.M)
+    return found[1] if found else ""
+
+
+@pytest.mark.parametrize("file", FILES, ids=lambda file: file.stem)
+def test_the_files_are_in_order(file):
+    answer = with_mibs("smilint", "-s", "-l", "6", "-i", "type-unref", file)
+    assert answer.stdout + answer.stderr == ""
+
+
+def test_the_table_of_objects_is_current():
+    assert with_mibs(SOURCE / "scripts/list-objects", BUILD).stdout == (
+        SOURCE / "docs/objects.md").read_text()
+
+
+def test_the_files_have_what_is_served(definitions):
+    assert SERVED == {name: text[0] for name, text in definitions.items()
+                      if told(text, "MAX-ACCESS").startswith("read") and is_served(text[0])}
+
+
+def test_every_instance_has_name_index_and_type(switch, definitions):
+    rows = {oid: (oid, text) for oid, text in definitions.values() if "\n  INDEX" in text}
+    for root in sorted({arc(oid, 7) for oid in SERVED.values()}):
+        answer = with_mibs("snmpbulkwalk", *READER, "-OX", f"127.0.0.1:{switch.port}", root)
+        assert (answer.returncode, answer.stderr) == (0, "")
+        for line in answer.stdout.splitlines():
+            found = re.fullmatch(r"[\w-]+::(\w+)(\.0|(?:\[\d+\])+) = (?!Wrong Type)(.*)", line)
+            assert found and found[1] in SERVED, line
+            row = rows.get(SERVED[found[1]].rpartition(".")[0])
+            indexes = told(row, "INDEX").count(",") + 1 if row else 0
+            assert found[2].count("[") == indexes, line
+            if "{" in told(definitions[found[1]], "SYNTAX"):
+                assert re.search(r"\w\(\d+\)$", found[3]), line
+
+
+def test_who_may_write_what(switch, definitions):
+    for name, oid in SERVED.items():
+        kind = KINDS[told(definitions[name], "SYNTAX").split()[0]]
+        writable = told(definitions[name], "MAX-ACCESS") == "read-write"
+        for instance, value in switch.walk(oid)[:1]:
+            assert switch.set(instance, kind, value) == (
+                REFUSED.get(name) if writable else "notWritable"), name
+
+
+def test_notifications_carry_what_the_files_say(trap_receiver, definitions):
+    names = {f".{oid}": name for name, (oid, _) in definitions.items()}
+    with Switch(lines=[f"trap2sink 127.0.0.1:{trap_receiver.port} public"]) as switch:
+        for change in (["pull", "Module 3"], ["insert", "Slot 3"], ["fail", "Fan 1/1"],
+                       ["fail", "Power supply 1"], ["plug-unknown", "Slot 4"], ["switchover"]):
+            assert switch.chmctl(*change).returncode == 0
+        for name, definition in definitions.items():
+            oid, text = definition
+            served = is_served(oid) or name == "connUnitStatusChange"
+            if "NOTIFICATION-TYPE" not in text or not served:
+                continue
+            _, bindings = wait_for(lambda: trap_receiver.received(f".{oid}"), name)[0]
+            # The first two say when and what; each binding is there once, sysUpTime.0 among them.
+            sent = [names[next(oid[:end] for end in range(len(oid), 0, -1) if oid[:end] in names)]
+                    for oid in list(bindings)[2:]]
+            assert sent == [part for part in re.findall(r"\w+", told(definition, "OBJECTS"))
+                            if part != "sysUpTime"], name
