@@ -4,6 +4,9 @@
 # The agent lives in /usr/sbin, which is not on everybody's path.
 PATH=$PATH:/usr/sbin:/sbin
 source_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+# Where scripts/npm-net-snmp puts the base modules of the MIB files.
+# shellcheck disable=SC2034
+npm_dir=$source_dir/build/npm
 
 # fail TEXT [STATUS]: one line on standard error, and the end.
 fail() {

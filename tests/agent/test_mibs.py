@@ -6,11 +6,7 @@ import pytest
 
 from lab import BUILD, READER, SOURCE, Switch, run, wait_for
 
-NPM = SOURCE / "build" / "npm"
-MIBS = BUILD / "share" / "snmp" / "mibs"
-FILES = sorted(MIBS.rglob("*.mib"))
-DIRECTORIES = f"{MIBS}:{MIBS}/standard:{NPM}/node_modules/net-snmp/lib/mibs"
-NAMES = ":".join(["SNMPv2-MIB", *(file.stem for file in FILES)])
+FILES = sorted((BUILD / "share/snmp/mibs").rglob("*.mib"))
 SERVED = {words[1]: words[2] for words in map(
     str.split, (SOURCE / "scripts/served-objects").read_text().splitlines()) if words[0] != "#"}
 KINDS = {"INTEGER": "i", "Integer32": "i", "OCTET": "s", "TimeTicks": "t", "OBJECT": "o",
@@ -21,7 +17,7 @@ REFUSED = {"entPhysicalSerialNum": "notWritable", "tsMsgText": "wrongLength",
 
 
 def with_mibs(*command):
-    return run("env", f"MIBDIRS={DIRECTORIES}", f"SMIPATH={DIRECTORIES}", f"MIBS={NAMES}", *command)
+    return run(SOURCE / "scripts/with-mibs", BUILD, *command)
 
 
 def arc(oid, length):
@@ -34,13 +30,8 @@ def is_served(oid):
                for root in SERVED.values())
 
 
-@pytest.fixture(scope="module", autouse=True)
-def base_modules():
-    assert run(SOURCE / "scripts/npm-net-snmp", NPM).stderr == ""
-
-
 @pytest.fixture(scope="module")
-def definitions(base_modules):
+def definitions():
     """Name to OID and text of everything that the files define."""
     pairs = re.findall(r'"(\w+)"\s+"([\d.]+)"', with_mibs("snmptranslate", "-Tz").stdout)
     oids = dict(pair for pair in pairs if pair[1].startswith(("1.3.6.1.4.1.", "1.3.6.1.2.1.47")))
@@ -62,7 +53,7 @@ def test_the_files_are_in_order(file):
 
 
 def test_the_table_of_objects_is_current():
-    assert with_mibs(SOURCE / "scripts/list-objects", BUILD).stdout == (
+    assert run(SOURCE / "scripts/list-objects", BUILD).stdout == (
         SOURCE / "docs/objects.md").read_text()
 
 
