@@ -8,7 +8,7 @@ import subprocess
 
 import pytest
 
-from lab import BUILD, ENVIRONMENT, SOURCE, chassis_file, free_port, wait_for
+from lab import BUILD, ENVIRONMENT, SOURCE, chassis_file, free_port, run, wait_for
 
 
 @pytest.fixture
@@ -79,6 +79,17 @@ def test_what_a_killed_one_left_is_no_obstacle(bring_up, runtime):
     assert os.listdir(runtime)
     assert bring_up("--check", port=port).communicate(timeout=60)[1] == ""
     assert not os.listdir(runtime)
+
+
+def test_it_shows_notifications_by_name(bring_up, runtime):
+    run(SOURCE / "scripts/with-mibs", BUILD, "true")  # has the base modules installed
+    process = bring_up()
+    until_ready(process)
+    state, = runtime.iterdir()
+    run(BUILD / "bin/chmctl", "--socket", state / "control", "pull", "Module 3")
+    shown = next(line for line in process.stdout if " qefcFRURemoved " in line)
+    assert re.fullmatch(r"[\d:]{8} qefcFRURemoved \| entPhysicalContainedIn.1003 = 103 \| "
+                        r"entPhysicalDescr.1003 = .* \| entPhysicalName.103 = Slot 3\n", shown)
 
 
 def test_a_dying_agent_is_reported(bring_up, runtime):
