@@ -90,7 +90,8 @@ def test_notifications_carry_what_the_files_say(trap_receiver, definitions):
     names = {f".{oid}": name for name, (oid, _) in definitions.items()}
     with Switch(lines=[f"trap2sink 127.0.0.1:{trap_receiver.port} public"]) as switch:
         for change in (["pull", "Module 3"], ["insert", "Slot 3"], ["fail", "Fan 1/1"],
-                       ["fail", "Power supply 1"], ["plug-unknown", "Slot 4"], ["switchover"]):
+                       ["fail", "Power supply 1"], ["plug-unknown", "Slot 4"],
+                       ["switchover"], ["reading", "Chassis inlet", "50"]):
             assert switch.chmctl(*change).returncode == 0
         for name, definition in definitions.items():
             oid, text = definition
