@@ -11,6 +11,8 @@ void init_entity_mib();
 void deinit_entity_mib();
 void init_entityfru_mib();
 void deinit_entityfru_mib();
+void init_entitysensor_mib();
+void deinit_entitysensor_mib();
 void init_quarn_rf_mib();
 void deinit_quarn_rf_mib();
 void init_quarn_rf_supp_mib();
@@ -56,6 +58,12 @@ const Module modules[] = {
      "17:1.1.4.1.3:2:2 18:1.1.4.1.4:2:2 21:1.2.1.1.1:2:2 22:1.2.1.1.2:2:1 23:1.2.1.1.3:2:1 "
      "24:1.2.1.1.4:67:1 25:1.2.1.1.5:67:1 26:1.2.1.1.6:4:1 27:1.2.1.1.8:66:1 31:1.3.1:2:2 "
      "33:1.4.1.1.1:2:1 36:1.5.1.1.1:2:1",
+     Prints::both},
+    {"entitysensor_mib", init_entitysensor_mib, deinit_entitysensor_mib,
+     {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 91}, 40, "1038",
+     "3:1.1.1.1.1:2:1 4:1.1.1.1.2:2:1 5:1.1.1.1.3:2:1 6:1.1.1.1.4:2:1 7:1.1.1.1.5:2:1 "
+     "8:1.1.1.1.6:67:1 9:1.1.1.1.7:2:1 10:1.1.1.1.8:2:1 13:1.2.1.1.2:2:1 14:1.2.1.1.3:2:1 "
+     "15:1.2.1.1.4:2:1 16:1.2.1.1.5:2:1 17:1.2.1.1.6:2:2",
      Prints::both},
     {"quarn_rf_mib", init_quarn_rf_mib, deinit_quarn_rf_mib,
      {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 176}, 40, "1043",
@@ -195,7 +203,7 @@ TEST_F(ModuleFrame, UnknownMagicHasNoValueAndAnEmptyDetail)
         }
         standard_output_of(module.deinit);
     }
-    EXPECT_EQ(unknown, 16u + 18u + 8u + 2u + 4u + 2u + 1u);
+    EXPECT_EQ(unknown, 16u + 18u + 13u + 8u + 2u + 4u + 2u + 1u);
 }
 
 /// What a sanitizer watches: every object read, walked and written, and every event handled, with

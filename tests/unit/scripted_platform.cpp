@@ -5,6 +5,10 @@
 #include "cmi.h"
 #include "evlog.h"
 #include "hactl.h"
+#include "if_index.h"
+#include "pdb.h"
+#include "port_client.h"
+#include "port_manager.h"
 #include "rcode.h"
 
 #include <algorithm>
@@ -12,6 +16,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <tuple>
 
 ScriptedPlatform platform;
 
@@ -77,6 +82,52 @@ void ScriptedPlatform::serve_rows(std::map<uint32_t, Bytes> rows)
     };
 }
 
+Bytes ScriptedPort::port_config(uint32_t error, uint8_t transceiver)
+{
+    Bytes config(212);
+    put_host_word(config, 4, error);
+    config[211] = transceiver;
+    return config;
+}
+
+namespace {
+
+/// A block of exactly so many bytes, so that a sanitizer sees who reads further.
+void* block_of(const Bytes& bytes)
+{
+    void* block = malloc(std::max<size_t>(bytes.size(), 1));
+    std::copy(bytes.begin(), bytes.end(), static_cast<uint8_t*>(block));
+    return block;
+}
+
+/// Puts a call of the port manager on record, as "NAME PORT", or what is wrong with it.
+void note_port_call(const char* name, uint32_t queue, int32_t operation, uint32_t arg,
+                    uint32_t if_index, uint32_t count, uint32_t req_class)
+{
+    const bool as_agreed = queue == 77 && operation == (strcmp(name, "next") == 0 ? 2 : 1) &&
+                           arg == 1 && count == 1 && req_class == 5;
+    char text[64];
+    snprintf(text, sizeof text, "%s %u/%u%s", name, if_index >> 16 & 0xff, if_index >> 8 & 0xff,
+             as_agreed ? "" : " with wrong arguments");
+    platform.port_calls.emplace_back(text);
+}
+
+int32_t answer_port_call(const PlatformAnswer& answer, void** response)
+{
+    if (answer.response) {
+        *response = block_of(*answer.response);
+    }
+    return answer.result;
+}
+
+int32_t answer_of_port(uint32_t if_index, PlatformAnswer ScriptedPort::*answer, void** response)
+{
+    const auto port = platform.ports.find(if_index);
+    return port == platform.ports.end() ? 404 : answer_port_call(port->second.*answer, response);
+}
+
+} // namespace
+
 extern "C" {
 
 uint32_t ipcx_response_q = 77;
@@ -109,10 +160,7 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
     platform.calls.push_back(call);
     const PlatformAnswer answer = platform.answer ? platform.answer(call) : PlatformAnswer{1, {}};
     if (response && answer.response) {
-        // Exactly as many bytes as the length says, so that a sanitizer sees who reads further.
-        *response = malloc(std::max<size_t>(answer.response->size(), 1));
-        std::copy(answer.response->begin(), answer.response->end(),
-                  static_cast<uint8_t*>(*response));
+        *response = block_of(*answer.response);
         *length = static_cast<uint32_t>(answer.response->size());
     }
     return answer.result;
@@ -226,6 +274,122 @@ void dbgout(int one, const void* modname, int zero, const char* format, ...)
     if (one == 1 && zero == 0 && modname == &evlog_dbg_modname) {
         platform.debug_output.emplace_back(text);
     }
+}
+
+const char* rcode2str(uint32_t code)
+{
+    static char text[40];
+    snprintf(text, sizeof text, "code %u", code);
+    return text;
+}
+
+uint32_t get_snmp_user_uptime()
+{
+    return platform.uptime;
+}
+
+int if_index_get_slot(uint32_t if_index, uint8_t* slot)
+{
+    *slot = static_cast<uint8_t>(if_index >> 16);
+    return 0;
+}
+
+int if_index_get_port(uint32_t if_index, uint8_t* port)
+{
+    *port = static_cast<uint8_t>(if_index >> 8);
+    return 0;
+}
+
+int if_index_get_type(uint32_t if_index, uint8_t* type)
+{
+    *type = static_cast<uint8_t>(if_index >> 24);
+    return 0;
+}
+
+int if_index_phy_ethernet_init(uint32_t* if_index, uint8_t slot, uint8_t port, uint8_t zero)
+{
+    *if_index |= uint32_t{platform.port_type} << 24 | uint32_t{slot} << 16 | uint32_t{port} << 8;
+    return zero;
+}
+
+void sprintf_if_index(char* buffer, uint32_t if_index)
+{
+    snprintf(buffer, IF_INDEX_TEXT_SIZE, "Port%u/%u", if_index >> 16 & 0xff, if_index >> 8 & 0xff);
+}
+
+int pdb_get_chassis_type(uint32_t* chassis_type)
+{
+    if (platform.chassis_type) {
+        *chassis_type = *platform.chassis_type;
+    }
+    return platform.chassis_type ? 0 : -1;
+}
+
+int pdb_get_mod_info(const uint32_t*, void* info, uint32_t)
+{
+    memset(info, 0, PDB_MOD_INFO_SIZE);
+    return 0;
+}
+
+int32_t pm_cmi_get_port_config(uint32_t queue, int32_t operation, uint32_t arg, uint32_t* if_index,
+                               uint32_t* count, void** response, uint32_t req_class)
+{
+    note_port_call("config", queue, operation, arg, *if_index, *count, req_class);
+    return answer_of_port(*if_index, &ScriptedPort::config, response);
+}
+
+int32_t pm_get_next_port_fcot_info_with_ddm(uint32_t queue, int32_t operation, uint32_t arg,
+                                            uint32_t* if_index, uint32_t* count, void** response,
+                                            uint32_t req_class)
+{
+    note_port_call("next", queue, operation, arg, *if_index, *count, req_class);
+    if (platform.next_port) {
+        return answer_port_call(platform.next_port(*if_index), response);
+    }
+    const auto next = platform.ports.upper_bound(*if_index);
+    if (next == platform.ports.end()) {
+        return 1;
+    }
+    Bytes block(64);
+    put_host_word(block, 0, next->first);
+    return answer_port_call({0, block}, response);
+}
+
+int32_t pm_cmi_get_fcot_info(uint32_t queue, int32_t operation, uint32_t arg, uint32_t* if_index,
+                             uint32_t* count, void** response, uint32_t req_class)
+{
+    note_port_call("info", queue, operation, arg, *if_index, *count, req_class);
+    return answer_of_port(*if_index, &ScriptedPort::info, response);
+}
+
+int32_t pm_get_sfp_diag_info(uint32_t queue, uint32_t if_index, void** diag, void** aux,
+                             uint32_t* num_of_lanes)
+{
+    note_port_call("read", queue, 1, 1, if_index, 1, 5);
+    *aux = malloc(16);
+    const auto port = platform.ports.find(if_index);
+    if (port == platform.ports.end()) {
+        return 404;
+    }
+    ++port->second.reads;
+    *num_of_lanes = port->second.lanes;
+    return answer_port_call(port->second.diagnostics, diag);
+}
+
+int32_t pc_sfp_get_vendor_info(const void* fcot_res, char* manufacturer, char* model,
+                               char* revision, char* serial, char* alias)
+{
+    // Each text is filled up with the block's last byte, and so ends where that is 0.
+    const auto fill = static_cast<const uint8_t*>(fcot_res)[470];
+    const std::tuple<char*, size_t, const char*> texts[] = {
+        {manufacturer, 255, "maker"}, {model, 255, "part"},   {revision, 24, "revision"},
+        {serial, 33, "serial"},       {alias, 33, "another"},
+    };
+    for (const auto& [text, width, value] : texts) {
+        memset(text, fill, width);
+        memcpy(text, value, strlen(value));
+    }
+    return 0;
 }
 
 } // extern "C"

@@ -38,6 +38,17 @@ struct PlatformAnswer {
     std::optional<Bytes> response = {};
 };
 
+/// A port of the scripted port manager, and the calls made for it.
+struct ScriptedPort {
+    PlatformAnswer config = {0, port_config(0, 1)};
+    PlatformAnswer info = {0, Bytes(471)}; ///< what is known of the transceiver
+    PlatformAnswer diagnostics = {0, Bytes(172)};
+    uint32_t lanes = 1;
+    int reads = 0; ///< of the diagnostics
+
+    static Bytes port_config(uint32_t error, uint8_t transceiver);
+};
+
 struct ScriptedPlatform {
     std::function<PlatformAnswer(const PlatformCall&)> answer;
     std::vector<PlatformCall> calls;
@@ -53,6 +64,14 @@ struct ScriptedPlatform {
     int formatted_codes = 0; ///< calls of rcode_format
 
     int32_t switchover_reason = 0, supervisor_state = 0;
+
+    std::optional<uint32_t> chassis_type = 0;
+    uint32_t uptime = 0;                    ///< in hundredths of a second
+    std::map<uint32_t, ScriptedPort> ports; ///< by interface index: type, slot, port, 0
+    uint8_t port_type = 26;                 ///< of all ports
+    /// The next port after an interface index; unless scripted, the one after it in `ports`.
+    std::function<PlatformAnswer(uint32_t if_index)> next_port;
+    std::vector<std::string> port_calls; ///< of the port manager, in order
 
     std::vector<std::string> unit_status; ///< heartbeats and unit statuses sent, in order
 

@@ -5,6 +5,7 @@
 #include "module_frame.h"
 #include "notification.h"
 #include "physical_index.h"
+#include "physical_sensor_row.h"
 #include "request_channel.h"
 #include "row_lookup.h"
 #include "trace.h"
@@ -95,16 +96,6 @@ constexpr size_t ent_physical_column_length = 12;
 
 /// Serial numbers and the labels that operators write are served up to this length.
 constexpr size_t longest_label = 32;
-
-/// Makes the row of a transceiver's sensor: the one with the row's index for CHM_REQ_GET, the first
-/// one after it for CHM_REQ_GETNEXT. The row stays as it is when there is none.
-///
-/// No transceivers are known yet, so there is never one.
-/// @return 0, or non-zero when there is no such sensor
-int32_t entPhysicalTable_trans_sensor(chm_req_operation, ent_phys_entry*)
-{
-    return PLATFORM_NO_SUCH_ENTRY;
-}
 
 /// What a lookup came to, and whether the request's name becomes that of the row.
 struct RowFound {

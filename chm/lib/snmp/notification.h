@@ -5,11 +5,13 @@
 #include "agent_ext.h"
 #include "bounded_copy.h"
 #include "ipcx.h"
+#include "row_lookup.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 
 /// Hands the notification's OID to the caller of an event handler.
 template <size_t Length>
@@ -27,15 +29,14 @@ struct Bindings {
 };
 
 /// Adds the instance of a column: the column's OID, then the row's index.
-template <size_t Length>
-void bind_value(Bindings& bindings, const oid (&column)[Length], uint32_t index, u_char type,
-                const void* value, size_t length)
+template <size_t Length, size_t Count>
+void bind_value(Bindings& bindings, const oid (&column)[Length], const RowIndex<Count>& index,
+                u_char type, const void* value, size_t length)
 {
-    oid name[Length + 1];
-    std::copy_n(column, Length, name);
-    name[Length] = index;
+    oid name[Length + Count];
+    std::copy(index.begin(), index.end(), std::copy_n(column, Length, name));
     netsnmp_variable_list* binding =
-        build_varbind(bindings.last, value, type, length, name, Length + 1);
+        build_varbind(bindings.last, value, type, length, name, std::size(name));
     if (!binding) {
         return;
     }
@@ -43,8 +44,17 @@ void bind_value(Bindings& bindings, const oid (&column)[Length], uint32_t index,
     bindings.first = bindings.first ? bindings.first : binding;
 }
 
+/// Adds an instance whose index is one sub-identifier.
 template <size_t Length>
-void bind_integer(Bindings& bindings, const oid (&column)[Length], uint32_t index, int32_t value)
+void bind_value(Bindings& bindings, const oid (&column)[Length], uint32_t index, u_char type,
+                const void* value, size_t length)
+{
+    bind_value(bindings, column, RowIndex<1>{index}, type, value, length);
+}
+
+template <size_t Length, typename Index>
+void bind_integer(Bindings& bindings, const oid (&column)[Length], const Index& index,
+                  int32_t value)
 {
     bind_value(bindings, column, index, ASN_INTEGER, &value, sizeof value);
 }

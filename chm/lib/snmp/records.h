@@ -233,7 +233,7 @@ constexpr void swap_wire_order(ent_sensor_value_rec& row)
 /// One threshold of a sensor: one row of entSensorThresholdTable.
 struct ent_sensor_thresh_rec {
     uint32_t entPhysicalIndex;
-    int32_t sensor_thrsh; ///< index of the threshold within the sensor, from 1
+    uint32_t sensor_thrsh; ///< index of the threshold within the sensor, from 1
     int32_t entSensorThresholdSeverity;
     int32_t entSensorThresholdRelation;
     int32_t entSensorThresholdValue;

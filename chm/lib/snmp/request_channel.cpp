@@ -16,7 +16,7 @@ constexpr uint32_t chm_req_route = 39;
 constexpr uint32_t chm_req_class(Opcode opcode)
 {
     const bool host_order = opcode == Opcode::terminal_message || opcode == Opcode::redundancy;
-    return host_order ? 4 : 5;
+    return host_order ? 4 : USUAL_REQ_CLASS;
 }
 
 int32_t call_platform(Opcode opcode, chm_req_operation operation, void* payload, void** response,

@@ -11,6 +11,9 @@
 #include <cstdlib>
 #include <memory>
 
+/// The class of most requests, those to the port manager included.
+inline constexpr uint32_t USUAL_REQ_CLASS = 5;
+
 /// In whose name a request is made.
 enum class Requester {
     snmp_request,  ///< the user and session of the SNMP request being served

@@ -1,0 +1,105 @@
+#include "diagnostics_cache.h"
+
+#include "trace.h"
+
+namespace {
+
+constexpr size_t cached_slots = 18;
+constexpr size_t cached_ports = 64;
+
+sfp_cache_entry sfp_cache[cached_slots][cached_ports];
+sfp_cache_entry uncached;
+
+bool has_place(uint8_t slot, uint8_t port)
+{
+    return slot < cached_slots && port < cached_ports;
+}
+
+} // namespace
+
+void ent_cache_init()
+{
+    for (auto& slot : sfp_cache) {
+        for (sfp_cache_entry& entry : slot) {
+            entry = {};
+        }
+    }
+    uncached = {};
+}
+
+void ent_cache_clear_entry(uint8_t slot, uint8_t port)
+{
+    ent_cache_entry(slot, port) = {};
+}
+
+sfp_cache_entry& ent_cache_entry(uint8_t slot, uint8_t port)
+{
+    return has_place(slot, port) ? sfp_cache[slot][port] : uncached;
+}
+
+void ent_cache_mark_read(uint8_t slot, uint8_t port, uint32_t if_index, uint32_t now)
+{
+    sfp_cache_entry& entry = ent_cache_entry(slot, port);
+    entry.timestamp = now;
+    entry.if_index = if_index;
+    entry.valid = has_place(slot, port) ? 1 : 0;
+}
+
+uint32_t chm_cache_calculate_age_of_stats(uint32_t now, uint32_t then)
+{
+    return (now - then) / 100;
+}
+
+int32_t chm_is_sfp_cache_entry_present_and_current(uint32_t if_index, uint32_t now)
+{
+    const auto [slot, port] = slot_port_of(if_index);
+    const sfp_cache_entry& entry = ent_cache_entry(slot, port);
+    const uint32_t age = chm_cache_calculate_age_of_stats(now, entry.timestamp);
+    if (age < SFP_UPDATE_RATE) {
+        if (entry.valid != 1) {
+            return 0;
+        }
+        CHM_TRACE("%s: return from cache, age of stats: %lu ret_val:%d\n", __func__,
+                  static_cast<unsigned long>(age), 0);
+        return 1;
+    }
+    CHM_TRACE("%s: age: %lu exceeded %lu, slot: %d port: %d if_index: 0x%x\n", __func__,
+              static_cast<unsigned long>(now), static_cast<unsigned long>(entry.timestamp), slot,
+              port, if_index);
+    CHM_TRACE("%s: not found in cache, age of stats: %lu ret_val:%d\n", __func__,
+              static_cast<unsigned long>(age), 0);
+    return 0;
+}
+
+void ent_get_entry_from_cache(ent_sensor_value_rec* row, uint8_t slot, uint8_t port,
+                              uint32_t sensor)
+{
+    const ent_sensor_value_rec& value = ent_cache_entry(slot, port).values[sensor];
+    row->entSensorType = value.entSensorType;
+    row->entSensorScale = value.entSensorScale;
+    row->entSensorPrecision = value.entSensorPrecision;
+    row->entSensorValue = value.entSensorValue;
+    row->entSensorStatus = value.entSensorStatus;
+    row->value_time = value.value_time;
+    row->entSensorValueUpdateRate = SFP_UPDATE_RATE;
+    CHM_TRACE("%s: sensor values are:entSensorType = %d, entSensorScale = %d, "
+              "entSensorPrecision = %d, entSensorValue = %d, entSensorStatus = %d, "
+              "entSensorValueUpdateRate = %d.\n",
+              __func__, row->entSensorType, row->entSensorScale, row->entSensorPrecision,
+              row->entSensorValue, row->entSensorStatus, row->entSensorValueUpdateRate);
+}
+
+void ent_get_thrsh_entry_from_cache(ent_sensor_thresh_rec* row, uint8_t slot, uint8_t port,
+                                    uint32_t sensor, uint32_t threshold)
+{
+    const uint32_t index = row->entPhysicalIndex;
+    *row = ent_cache_entry(slot, port).thresholds[sensor][threshold];
+    row->entPhysicalIndex = index;
+    row->entSensorThresholdEvaluation = row->entSensorThresholdEvaluation == 1 ? 1 : 0;
+    CHM_TRACE("%s: values are:entSensorThresholdindex = %d, entSensorThresholdSeverity = %d, "
+              "entSensorThresholdRelation = %d entSensorThresholdValue = %d, "
+              "entSensorThresholdEvaluation = %d, entSensorThresholdNotificationEnable = %d\n",
+              __func__, row->sensor_thrsh, row->entSensorThresholdSeverity,
+              row->entSensorThresholdRelation, row->entSensorThresholdValue,
+              row->entSensorThresholdEvaluation, row->entSensorThresholdNotificationEnable);
+}

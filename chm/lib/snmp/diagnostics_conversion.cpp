@@ -1,0 +1,327 @@
+#include "diagnostics_conversion.h"
+
+#include "pdb.h"
+#include "rcode.h"
+#include "trace.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <iterator>
+
+namespace {
+
+/// What a reading is of, and with it how it is converted.
+enum class Quantity {
+    voltage,     ///< microvolts become millivolts
+    current,     ///< stays as it is
+    temperature, ///< stays as it is; the one that is signed
+    power,       ///< microwatts become thousandths of a dBm
+};
+
+/// A sensor's raw words, and what its rows say of it.
+struct LaneSensor {
+    const char* name; ///< in the trace
+    int32_t type;     ///< entSensorType
+    Quantity quantity;
+    uint32_t high_bit; ///< in alarm and warning flags; the low one is the next bit
+    uint32_t diag_info::*reading;
+    uint32_t diag_info::*thresholds[SENSOR_THRESHOLDS];
+};
+
+constexpr int32_t SENSOR_TYPE_DBM = 14;
+constexpr int32_t SCALE_MILLI = 8;
+constexpr int32_t STATUS_OK = 1;
+
+/// In the order of ent_cache_sensor.
+constexpr LaneSensor lane_sensors[CACHE_SENSORS] = {
+    {"volt",
+     SFP_VOLTAGE,
+     Quantity::voltage,
+     0x4,
+     &diag_info::volt,
+     {&diag_info::volt_hi_alarm, &diag_info::volt_hi_warn, &diag_info::volt_lo_alarm,
+      &diag_info::volt_lo_warn}},
+    {"curr",
+     SFP_CURRENT,
+     Quantity::current,
+     0x10,
+     &diag_info::current,
+     {&diag_info::current_hi_alarm, &diag_info::current_hi_warn, &diag_info::current_lo_alarm,
+      &diag_info::current_lo_warn}},
+    {"temp",
+     SFP_TEMPERATURE,
+     Quantity::temperature,
+     0x1,
+     &diag_info::temp,
+     {&diag_info::temp_hi_alarm, &diag_info::temp_hi_warn, &diag_info::temp_lo_alarm,
+      &diag_info::temp_lo_warn}},
+    {"rx_pwr",
+     SENSOR_TYPE_DBM,
+     Quantity::power,
+     0x100,
+     &diag_info::rx_pwr,
+     {&diag_info::rx_pwr_hi_alarm, &diag_info::rx_pwr_hi_warn, &diag_info::rx_pwr_lo_alarm,
+      &diag_info::rx_pwr_lo_warn}},
+    {"tx_pwr",
+     SENSOR_TYPE_DBM,
+     Quantity::power,
+     0x40,
+     &diag_info::tx_pwr,
+     {&diag_info::tx_pwr_hi_alarm, &diag_info::tx_pwr_hi_warn, &diag_info::tx_pwr_lo_alarm,
+      &diag_info::tx_pwr_lo_warn}},
+};
+
+/// Chassis whose transceivers report integers whatever their calibration.
+constexpr uint32_t integer_reading_chassis[] = {19, 20, 21, 22, 27, 28, 29,
+                                                36, 37, 38, 40, 41, 42, 43};
+
+bool reads_integers()
+{
+    uint32_t chassis_type = 0;
+    pdb_get_chassis_type(&chassis_type);
+    return std::ranges::find(integer_reading_chassis, chassis_type) !=
+           std::end(integer_reading_chassis);
+}
+
+/// Truncates a real; what is no number of 32 bits becomes the least one.
+int32_t truncated(double real)
+{
+    // False for what is not a number, too.
+    return real > -2147483649.0 && real < 2147483648.0 ? static_cast<int32_t>(real) : INT32_MIN;
+}
+
+float dbm_of(double microwatts)
+{
+    return static_cast<float>(10 * log10(microwatts / 1000));
+}
+
+int32_t thousandths(float dbm)
+{
+    return truncated(static_cast<double>(dbm) * 1000); // no rounding: the product is exact
+}
+
+float single_precision(uint32_t word)
+{
+    return std::bit_cast<float>(word);
+}
+
+/// Severity and relation of all of a sensor's thresholds.
+struct Condition {
+    int32_t severity;
+    int32_t relation;
+};
+
+Condition condition_of(const LaneSensor& sensor, const diag_info& lane)
+{
+    constexpr int32_t alarm = 20;
+    constexpr int32_t warning = 10;
+    constexpr int32_t none = 1;
+    constexpr int32_t below = 1;
+    constexpr int32_t above = 3;
+    const uint32_t high = sensor.high_bit;
+    const uint32_t low = high << 1;
+    if ((lane.alarm_flags & high) != 0) {
+        return {alarm, above};
+    }
+    if ((lane.warn_flags & high) != 0) {
+        return {warning, above};
+    }
+    if ((lane.alarm_flags & low) != 0) {
+        return {alarm, below};
+    }
+    if ((lane.warn_flags & low) != 0) {
+        return {warning, below};
+    }
+    return {none, below};
+}
+
+/// A value for each threshold of each sensor.
+using Thresholds = float[CACHE_SENSORS][SENSOR_THRESHOLDS];
+
+float threshold_reading(const LaneSensor& sensor, uint32_t word, uint32_t calib_type)
+{
+    switch (calib_type) {
+    case INTERNAL_CALIBRATION:
+        return sensor.quantity == Quantity::temperature
+                   ? static_cast<float>(static_cast<int32_t>(word))
+                   : static_cast<float>(word);
+    case EXTERNAL_CALIBRATION:
+        return single_precision(word);
+    default:
+        return 0;
+    }
+}
+
+float converted_threshold(const LaneSensor& sensor, float reading)
+{
+    switch (sensor.quantity) {
+    case Quantity::power:
+        return dbm_of(static_cast<double>(reading));
+    case Quantity::voltage:
+        return reading / 1000;
+    default:
+        return reading;
+    }
+}
+
+void read_thresholds(const diag_info& lane, Thresholds& readings)
+{
+    for (uint32_t s = 0; s < CACHE_SENSORS; ++s) {
+        for (uint32_t t = 0; t < SENSOR_THRESHOLDS; ++t) {
+            const LaneSensor& sensor = lane_sensors[s];
+            readings[s][t] = threshold_reading(sensor, lane.*sensor.thresholds[t], lane.calib_type);
+        }
+    }
+}
+
+void convert_thresholds(Thresholds& thresholds)
+{
+    for (uint32_t s = 0; s < CACHE_SENSORS; ++s) {
+        for (float& threshold : thresholds[s]) {
+            threshold = converted_threshold(lane_sensors[s], threshold);
+        }
+    }
+}
+
+void store_thresholds(const diag_info& lane, const Thresholds& converted, sfp_cache_entry& entry)
+{
+    for (uint32_t s = 0; s < CACHE_SENSORS; ++s) {
+        const LaneSensor& sensor = lane_sensors[s];
+        const Condition condition = condition_of(sensor, lane);
+        for (uint32_t t = 0; t < SENSOR_THRESHOLDS; ++t) {
+            ent_sensor_thresh_rec& threshold = entry.thresholds[s][t];
+            threshold.entSensorThresholdSeverity = condition.severity;
+            threshold.entSensorThresholdRelation = condition.relation;
+            threshold.entSensorThresholdValue = sensor.quantity == Quantity::power
+                                                    ? thousandths(converted[s][t])
+                                                    : truncated(converted[s][t]);
+            threshold.entSensorThresholdEvaluation = 0;
+            threshold.entSensorThresholdNotificationEnable = 1;
+        }
+    }
+}
+
+enum { HIGH_ALARM, HIGH_WARNING, LOW_ALARM, LOW_WARNING };
+
+void convert_all_thresholds(const char* function, const diag_info& lane, sfp_cache_entry& entry)
+{
+    Thresholds thresholds;
+    read_thresholds(lane, thresholds);
+    if (lane.calib_type == INTERNAL_CALIBRATION || lane.calib_type == EXTERNAL_CALIBRATION) {
+        CHM_TRACE("%s: diag_info->temp_hi_alarm = %d, diag_info->current_hi_warn = %d, "
+                  "diag_info->volt_lo_warn = %d, diag_info->tx_pwr_hi_warn = %d, "
+                  "diag_info->rx_pwr_hi_alarm = %d\n",
+                  function, lane.temp_hi_alarm, lane.current_hi_warn, lane.volt_lo_warn,
+                  lane.tx_pwr_hi_warn, lane.rx_pwr_hi_alarm);
+    }
+    const float& tx_high_alarm = thresholds[CACHE_TX_POWER][HIGH_ALARM];
+    const float& tx_low_alarm = thresholds[CACHE_TX_POWER][LOW_ALARM];
+    const float& rx_low_alarm = thresholds[CACHE_RX_POWER][LOW_ALARM];
+    const float& volt_high_alarm = thresholds[CACHE_VOLTAGE][HIGH_ALARM];
+    const float& volt_low_warning = thresholds[CACHE_VOLTAGE][LOW_WARNING];
+    CHM_TRACE("%s: fTxPwrHiAlarm = %15.5f, fTxPwrLoAlarm = %15.5f, fRxPwrLoAlarm = %15.5f, "
+              "fVoltHiAlarm = %15.5f, fVoltLoWarn = %15.5f\n",
+              function, tx_high_alarm, tx_low_alarm, rx_low_alarm, volt_high_alarm,
+              volt_low_warning);
+    convert_thresholds(thresholds);
+    CHM_TRACE("%s: fTxPwrHiAlarm = %5.5f, fTxPwrLoAlarm = %5.5f, fRxPwrLoAlarm = %5.5f, "
+              "fVoltHiAlarm = %5.5f, fVoltLoWarn = %5.5f\n",
+              function, tx_high_alarm, tx_low_alarm, rx_low_alarm, volt_high_alarm,
+              volt_low_warning);
+    store_thresholds(lane, thresholds, entry);
+}
+
+int32_t internally_calibrated(Quantity quantity, uint32_t word)
+{
+    switch (quantity) {
+    case Quantity::voltage:
+        return static_cast<int32_t>(word / 1000);
+    case Quantity::power:
+        return thousandths(dbm_of(word));
+    default:
+        return static_cast<int32_t>(word);
+    }
+}
+
+/// What an externally calibrated reading is before its conversion.
+double external_reading(Quantity quantity, uint32_t word, bool integers)
+{
+    if (!integers) {
+        return static_cast<double>(single_precision(word));
+    }
+    switch (quantity) {
+    case Quantity::temperature:
+        return static_cast<int32_t>(word);
+    case Quantity::power:
+        return word;
+    default:
+        return static_cast<double>(static_cast<float>(word));
+    }
+}
+
+int32_t externally_calibrated(Quantity quantity, uint32_t word, bool integers)
+{
+    const double reading = external_reading(quantity, word, integers);
+    switch (quantity) {
+    case Quantity::voltage:
+        return truncated(reading / 1000);
+    case Quantity::power:
+        return thousandths(dbm_of(reading));
+    default:
+        return truncated(reading);
+    }
+}
+
+int32_t converted_reading(const char* function, const LaneSensor& sensor, const diag_info& lane,
+                          bool integers)
+{
+    const uint32_t word = lane.*sensor.reading;
+    if (sensor.quantity == Quantity::power && word == 0) {
+        return 0; // no light has no logarithm
+    }
+    switch (lane.calib_type) {
+    case INTERNAL_CALIBRATION:
+        return internally_calibrated(sensor.quantity, word);
+    case EXTERNAL_CALIBRATION:
+        return externally_calibrated(sensor.quantity, word, integers);
+    default:
+        CHM_TRACE("%s:%d invalid SFP calib type! calib_type:%d for %s\n", function, __LINE__,
+                  lane.calib_type, sensor.name);
+        return 0;
+    }
+}
+
+} // namespace
+
+int32_t ent_parse_sfp_diag_values(const diag_info* lane, sfp_cache_entry* entry)
+{
+    CHM_TRACE("%s: size of element = %d\n", __func__, static_cast<int>(sizeof *entry));
+    const bool integers = reads_integers();
+    convert_all_thresholds(__func__, *lane, *entry);
+    for (uint32_t s = 0; s < CACHE_SENSORS; ++s) {
+        ent_sensor_value_rec& value = entry->values[s];
+        value.entSensorType = lane_sensors[s].type;
+        value.entSensorScale = SCALE_MILLI;
+        value.entSensorPrecision = 0;
+        value.entSensorValue = converted_reading(__func__, lane_sensors[s], *lane, integers);
+        value.entSensorStatus = STATUS_OK;
+    }
+    return 0;
+}
+
+int32_t ent_parse_sfp_diag_values_flex(const diag_info* lanes, sfp_cache_entry* entry,
+                                       uint32_t num_of_lanes)
+{
+    for (uint32_t lane_no = 0; lane_no < num_of_lanes; ++lane_no) {
+        const int32_t ret_val = ent_parse_sfp_diag_values(&lanes[lane_no], entry);
+        if (ret_val != 0) {
+            CHM_TRACE_AT(100, "%s: failed ret_val:%d(%s) LOOP lane_no:%u num_of_lanes:%u\n",
+                         __func__, ret_val, rcode2str(static_cast<uint32_t>(ret_val)), lane_no,
+                         num_of_lanes);
+            return ret_val;
+        }
+        CHM_TRACE("%s: LOOP lane_no:%u num_of_lanes:%u\n", __func__, lane_no, num_of_lanes);
+    }
+    return 0;
+}

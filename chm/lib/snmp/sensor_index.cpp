@@ -1,0 +1,122 @@
+#include "sensor_index.h"
+
+#include "if_index.h"
+#include "pdb.h"
+#include "trace.h"
+
+namespace {
+
+constexpr uint32_t first_block = ENTITY_PORT_SFP_SENSOR_START + 1;
+constexpr uint32_t indexes_per_port = 16;
+constexpr uint32_t ports_per_slot = 256;
+constexpr uint32_t indexes_per_slot = ports_per_slot * indexes_per_port;
+
+/// The distance of an index from its slot's first block, negative before the first slot's.
+int32_t offset_in_slot(uint32_t index, uint32_t slot)
+{
+    return static_cast<int32_t>(index - slot * indexes_per_slot - first_block);
+}
+
+/// The identifier of the card in a slot, 0 for none.
+uint16_t card_id_in(uint32_t slot)
+{
+    uint16_t info[PDB_MOD_INFO_SIZE / sizeof(uint16_t)];
+    info[1] = 0;
+    pdb_get_mod_info(&slot, info, 2);
+    return info[1];
+}
+
+} // namespace
+
+int32_t chm_snmp_entity_to_sensor_slot_num(const uint32_t* entPhyIndex)
+{
+    return static_cast<int32_t>(*entPhyIndex - first_block) /
+           static_cast<int32_t>(indexes_per_slot);
+}
+
+int32_t chm_snmp_entity_to_port_num(const uint32_t* entPhyIndex, const uint32_t* slot)
+{
+    return offset_in_slot(*entPhyIndex, *slot) / static_cast<int32_t>(indexes_per_port);
+}
+
+int32_t get_port_sensor_type_from_entPhyIndex(const uint32_t* entPhyIndex)
+{
+    const auto slot = static_cast<uint32_t>(chm_snmp_entity_to_sensor_slot_num(entPhyIndex));
+    return offset_in_slot(*entPhyIndex, slot) % static_cast<int32_t>(indexes_per_port) + 1;
+}
+
+int32_t chm_is_port_sfp_sens_type_valid(int32_t code)
+{
+    CHM_TRACE("%s: ent_sen_type = %d, %d, %d, %d, %d, %d\n", __func__, code, SFP_VOLTAGE,
+              SFP_CURRENT, SFP_TEMPERATURE, SFP_RX_POWER, SFP_TX_POWER);
+    switch (code) {
+    case SFP_VOLTAGE:
+    case SFP_CURRENT:
+    case SFP_TEMPERATURE:
+    case SFP_RX_POWER:
+    case SFP_TX_POWER:
+        return 1;
+    default:
+        return 0;
+    }
+}
+
+int32_t chm_match_ent_sensor_type(int32_t code)
+{
+    switch (code) {
+    case SFP_VOLTAGE:
+        return CACHE_VOLTAGE;
+    case SFP_CURRENT:
+        return CACHE_CURRENT;
+    case SFP_TEMPERATURE:
+        return CACHE_TEMPERATURE;
+    case SFP_RX_POWER:
+        return CACHE_RX_POWER;
+    case SFP_TX_POWER:
+        return CACHE_TX_POWER;
+    default:
+        CHM_TRACE("%s: invalid sens type = %d\n", __func__, code);
+        return CACHE_SENSOR_INVALID;
+    }
+}
+
+int32_t chm_is_entity_sensor_threshold_value_valid(int32_t threshold)
+{
+    return threshold >= 1 && threshold <= static_cast<int32_t>(SENSOR_THRESHOLDS) ? 1 : 0;
+}
+
+uint32_t get_if_index_from_entPhyIndex(const uint32_t* entPhyIndex)
+{
+    const auto slot = static_cast<uint32_t>(chm_snmp_entity_to_sensor_slot_num(entPhyIndex));
+    const int32_t port = chm_snmp_entity_to_port_num(entPhyIndex, &slot);
+    const uint16_t card_id = card_id_in(slot);
+    CHM_TRACE("%s: slot_num= %d, port_num = 0x%xsw_card_id = %d\n", __func__, slot, port, card_id);
+    uint32_t if_index = 0;
+    if_index_phy_ethernet_init(&if_index, static_cast<uint8_t>(slot), static_cast<uint8_t>(port),
+                               0);
+    CHM_TRACE("%s: if_index = 0x%x\n", __func__, if_index);
+    return if_index;
+}
+
+uint32_t get_entPhyIndex_from_if_index(uint32_t if_index)
+{
+    const SlotPort place = slot_port_of(if_index);
+    return first_block + (place.slot * ports_per_slot + place.port) * indexes_per_port;
+}
+
+SlotPort slot_port_of(uint32_t if_index)
+{
+    SlotPort place;
+    if_index_get_slot(if_index, &place.slot);
+    if_index_get_port(if_index, &place.port);
+    return place;
+}
+
+SensorPlace sensor_place_of(uint32_t index)
+{
+    SensorPlace place;
+    place.if_index = get_if_index_from_entPhyIndex(&index);
+    place.code = get_port_sensor_type_from_entPhyIndex(&index);
+    if_index_get_type(place.if_index, &place.port_type);
+    return place;
+}
