@@ -5,6 +5,12 @@
 PATH=$PATH:/usr/sbin:/sbin
 source_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
+# The lab's SNMPv3 user who may do everything, as the SNMP tools take it.
+# shellcheck disable=SC2034
+lab_authentication=lab-authentication lab_encryption=lab-encryption
+# shellcheck disable=SC2034
+operator=(-v3 -l authPriv -u operator -a SHA -A "$lab_authentication" -x AES -X "$lab_encryption")
+
 # fail TEXT [STATUS]: one line on standard error, and the end.
 fail() {
     printf '%s: %s\n' "$(basename "$0")" "$1" >&2

@@ -164,10 +164,15 @@ class Switch(Daemon):
 class TrapReceiver(Daemon):
     program = "snmptrapd"
 
+    def __init__(self, lines=()):
+        """lines: more of its configuration."""
+        super().__init__()
+        self.lines = lines
+
     def start(self):
-        (self.state / "conf").write_text(
-            "authCommunity log public\nauthUser log operator priv\n"
-            "createUser operator SHA lab-authentication AES lab-encryption\n")
+        (self.state / "conf").write_text("\n".join([
+            "authCommunity log public", "authUser log operator priv",
+            "createUser operator SHA lab-authentication AES lab-encryption", *self.lines, ""]))
         self.spawn(lambda port: [
             "env", f"SNMP_PERSISTENT_DIR={self.state}", "snmptrapd", "-f", "-C",
             "-c", self.state / "conf", "-Onqt", "-F", "%P|%v\n",
