@@ -12,6 +12,8 @@ from lab import (
     BUILD, ENT_CONFIG_CHANGE, ENVIRONMENT, OPERATOR, READER, SOURCE, TrapReceiver, chassis_file,
     free_port, run, wait_for)
 
+ENGINE_BOOTS = "1.3.6.1.6.3.10.2.1.2.0"
+
 
 @pytest.fixture
 def runtime(tmp_path):
@@ -119,19 +121,21 @@ def test_wrong_usage_is_one_line(bring_up, options):
     assert refusal(bring_up(*options)).startswith("run: ")
 
 
-def test_users_alone_and_notifications_of_a_switch_that_starts_again(bring_up, runtime):
-    port, engine = free_port(), b"core-1".hex()
+def test_users_alone_see_an_engine_that_only_grows_older(bring_up, runtime):
+    port, engine, boots = free_port(), b"core-1".hex(), 0
     user = f"createUser -e 0x80001f8804{engine} operator SHA lab-authentication AES lab-encryption"
     with TrapReceiver([user]) as receiver:
         for start in (1, 2):
             process = bring_up("--v3-only", "--name", "core-1", "--trap-sink",
                                f"127.0.0.1:{receiver.port}", port=port)
             until_ready(process)
-            get = "snmpget", "-r0", "-t2", "-Oqv", f"127.0.0.1:{port}", "1.3.6.1.2.1.1.5.0"
-            assert run(get[0], *OPERATOR, *get[1:]).stdout == '"core-1"\n'
-            assert "Timeout" in run(get[0], *READER, *get[1:]).stderr
-            state, = runtime.iterdir()
-            assert run(BUILD / "bin/chmctl", "--socket", state / "control", "announce").returncode == 0
+            words = "-r0", "-t2", "-Oqv", f"127.0.0.1:{port}", "1.3.6.1.2.1.1.5.0", ENGINE_BOOTS
+            name, engine_boots = run("snmpget", *OPERATOR, *words).stdout.splitlines()
+            assert name == '"core-1"' and boots <= int(engine_boots) != 1
+            boots = int(engine_boots)
+            assert "Timeout" in run("snmpget", *READER, *words).stderr
+            control = next(runtime.iterdir()) / "control"
+            assert run(BUILD / "bin/chmctl", "--socket", control, "announce").returncode == 0
             wait_for(lambda: len(receiver.received(ENT_CONFIG_CHANGE)) == start, "notification")
             os.killpg(process.pid, signal.SIGINT)
             process.communicate(timeout=20)
