@@ -21,7 +21,7 @@ extern "C" {
  */
 const char* get_snmp_username(void* null);
 
-/** @param null always null @return the session of the request being served, 0 where there is no user */
+/** @param null always null @return the session of the request being served, 0 without a user */
 uint32_t get_snmp_sessionid(void* null);
 
 /** @return the agent's uptime in hundredths of a second */
