@@ -44,7 +44,8 @@ def ask(port, tool, auth, *words):
 def test_each_switch_of_a_fleet_is_reached_by_its_context_or_community(fleet, receiver):
     for number, model in enumerate(("QX-108F", "QX-9010", "QX-108F"), start=1):
         name = f"switch{number}"
-        identity = [f'"{name}"', f'"80 00 1F 88 04 {name.encode().hex(" ").upper()} "', f'"{model}"']
+        engine = f"80 00 1F 88 04 {name.encode().hex(' ').upper()} "
+        identity = [f'"{text}"' for text in (name, engine, model)]
         for auth in (("-v2c", "-c", f"public@{name}"), (*OPERATOR, "-n", name)):
             assert ask(fleet, "snmpget", auth, SYS_NAME, ENGINE_ID, MODEL) == identity
         ask(fleet, "snmpset", ("-v2c", "-c", f"private@{name}"), LABEL, "s", "first")
