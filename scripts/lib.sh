@@ -8,6 +8,26 @@ source_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # shellcheck disable=SC2034
 npm_dir=$source_dir/build/npm
 
+# The lab's SNMPv3 user who may do everything, as the SNMP tools take it.
+lab_authentication=lab-authentication lab_encryption=lab-encryption
+# shellcheck disable=SC2034
+operator=(-v3 -l authPriv -u operator -a SHA -A "$lab_authentication" -x AES -X "$lab_encryption")
+
+# user_lines: the lab's users as an agent's configuration has them. Who may only read does not see
+# the terminal message, which is .2.9 of an enterprise.
+user_lines() {
+    cat <<END
+view monitored included .1
+view monitored excluded .1.3.6.1.4.1.0.2.9 fd.80
+createUser guest
+createUser monitor SHA $lab_authentication
+createUser operator SHA $lab_authentication AES $lab_encryption
+rouser guest noauth -V monitored
+rouser monitor auth -V monitored
+rwuser operator priv
+END
+}
+
 # fail TEXT [STATUS]: one line on standard error, and the end.
 fail() {
     printf '%s: %s\n' "$(basename "$0")" "$1" >&2

@@ -16,11 +16,12 @@ extern "C" {
 /**
  * @param null  always null
  * @return the user of the SNMP request being served (the community of a v1 or v2c request), the
- *         agent's and good until the request ends; null outside a request
+ *         agent's and good until the request ends; null outside a request, and always in a
+ *         sub-agent, whose master checks who may ask and does not tell it
  */
 const char* get_snmp_username(void* null);
 
-/** @param null always null @return the session of the request being served, 0 outside one */
+/** @param null always null @return the session of the request being served, 0 without a user */
 uint32_t get_snmp_sessionid(void* null);
 
 /** @return the agent's uptime in hundredths of a second */

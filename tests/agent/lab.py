@@ -9,6 +9,7 @@ import socket
 import subprocess
 import tempfile
 import time
+from contextlib import ExitStack
 from pathlib import Path
 
 SOURCE = Path(__file__).resolve().parents[2]
@@ -34,10 +35,19 @@ def chassis_file(name):
     return SOURCE / "chassis" / f"{name}.toml"
 
 
-def free_port():
-    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
+def free_port(following=0):
+    """A free port that has as many free ones after it."""
+    while True:
+        with ExitStack() as probes:
+            port = 0
+            try:
+                for number in range(following + 1):
+                    probe = probes.enter_context(socket.socket(socket.AF_INET, socket.SOCK_DGRAM))
+                    probe.bind(("127.0.0.1", port and port + number))
+                    port = port or probe.getsockname()[1]
+                return port
+            except (OSError, OverflowError):
+                pass
 
 
 def run(*command, **options):
@@ -164,10 +174,15 @@ class Switch(Daemon):
 class TrapReceiver(Daemon):
     program = "snmptrapd"
 
+    def __init__(self, lines=()):
+        """lines: more of its configuration."""
+        super().__init__()
+        self.lines = lines
+
     def start(self):
-        (self.state / "conf").write_text(
-            "authCommunity log public\nauthUser log operator priv\n"
-            "createUser operator SHA lab-authentication AES lab-encryption\n")
+        (self.state / "conf").write_text("\n".join([
+            "authCommunity log public", "authUser log operator priv",
+            "createUser operator SHA lab-authentication AES lab-encryption", *self.lines, ""]))
         self.spawn(lambda port: [
             "env", f"SNMP_PERSISTENT_DIR={self.state}", "snmptrapd", "-f", "-C",
             "-c", self.state / "conf", "-Onqt", "-F", "%P|%v\n",

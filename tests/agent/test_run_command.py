@@ -8,7 +8,11 @@ import subprocess
 
 import pytest
 
-from lab import BUILD, ENVIRONMENT, SOURCE, chassis_file, free_port, run, wait_for
+from lab import (
+    BUILD, ENT_CONFIG_CHANGE, ENVIRONMENT, OPERATOR, READER, SOURCE, TrapReceiver, chassis_file,
+    free_port, run, wait_for)
+
+ENGINE_BOOTS = "1.3.6.1.6.3.10.2.1.2.0"
 
 
 @pytest.fixture
@@ -122,9 +126,30 @@ def test_a_bad_chassis_is_one_line(bring_up, runtime, tmp_path, text, where):
 
 
 @pytest.mark.parametrize("options", [["--port", "0"], ["--port", "65536"], ["--fly"], ["word"],
-                                     ["--trap-sink", "nowhere"], ["--build-dir", "/nonexistent"]])
+                                     ["--trap-sink", "nowhere"], ["--name", "two words"],
+                                     ["--build-dir", "/nonexistent"]])
 def test_wrong_usage_is_one_line(bring_up, options):
     assert refusal(bring_up(*options)).startswith("run: ")
+
+
+def test_users_alone_see_an_engine_that_only_grows_older(bring_up, runtime):
+    port, engine, boots = free_port(), b"core-1".hex(), 0
+    user = f"createUser -e 0x80001f8804{engine} operator SHA lab-authentication AES lab-encryption"
+    with TrapReceiver([user]) as receiver:
+        for start in (1, 2):
+            process = bring_up("--v3-only", "--name", "core-1", "--trap-sink",
+                               f"127.0.0.1:{receiver.port}", port=port)
+            until_ready(process)
+            words = "-r0", "-t2", "-Oqv", f"127.0.0.1:{port}", "1.3.6.1.2.1.1.5.0", ENGINE_BOOTS
+            name, engine_boots = run("snmpget", *OPERATOR, *words).stdout.splitlines()
+            assert name == '"core-1"' and boots <= int(engine_boots) != 1
+            boots = int(engine_boots)
+            assert "Timeout" in run("snmpget", *READER, *words).stderr
+            control = next(runtime.iterdir()) / "control"
+            assert run(BUILD / "bin/chmctl", "--socket", control, "announce").returncode == 0
+            wait_for(lambda: len(receiver.received(ENT_CONFIG_CHANGE)) == start, "notification")
+            os.killpg(process.pid, signal.SIGINT)
+            process.communicate(timeout=20)
 
 
 @pytest.mark.parametrize("name", ["small", "ten-slot", "eighteen-slot"])

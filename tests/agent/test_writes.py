@@ -49,5 +49,18 @@ def test_who_may_read_and_write(switch):
         assert switch.set(f"{ALIAS}.{CHASSIS}", "s", text, auth=auth) is None
         for reader in (READER, WRITER, OPERATOR):
             assert switch.get(f"{ALIAS}.{CHASSIS}", auth=reader) == text
-    unauthenticated = ("-v3", "-l", "noAuthNoPriv", "-u", "operator")
-    assert switch.snmp("snmpget", f"{ALIAS}.{CHASSIS}", auth=unauthenticated).returncode != 0
+
+
+@pytest.mark.parametrize("user, level, refusal", [
+    ("guest", "noAuthNoPriv", "noAccess"), ("monitor", "authNoPriv", "noAccess"),
+    ("monitor", "noAuthNoPriv", "authorizationError"),
+    ("operator", "authNoPriv", "authorizationError")])
+def test_other_users_read_at_most_and_no_terminal_message(switch, user, level, refusal):
+    auth = ("-v3", "-l", level, "-u", user, "-a", "SHA", "-A", "lab-authentication")
+    label, message = f"{ALIAS}.{CHASSIS}", "1.3.6.1.4.1.99999.2.9.7.0"
+    assert switch.set(label, "s", user, auth=auth) == refusal
+    seen = switch.snmp("snmpget", label, message, auth=auth).stdout.splitlines()
+    if refusal == "noAccess":
+        assert len(seen) == 2 and switch.get(label) in seen[0] and "No Such" in seen[1]
+    else:
+        assert not seen
