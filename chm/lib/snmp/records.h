@@ -51,7 +51,7 @@ static_assert(offsetof(ent_phys_entry, part_revision) == 2485);
 static_assert(offsetof(ent_phys_entry, clei_code) == 2509);
 static_assert(offsetof(ent_phys_entry, container_name) == 2524);
 
-constexpr void swap_wire_order(ent_phys_entry& row)
+inline void swap_wire_order(ent_phys_entry& row)
 {
     swap_all(row.entPhysicalIndex, row.entPhysicalVendorType, row.vendor_type_len,
              row.entPhysicalContainedIn, row.entPhysicalClass, row.entPhysicalParentRelPos,
@@ -65,7 +65,7 @@ struct platform_time {
 };
 static_assert(sizeof(platform_time) == 8);
 
-constexpr void swap_wire_order(platform_time& time)
+inline void swap_wire_order(platform_time& time)
 {
     swap_all(time.seconds, time.microseconds);
 }
@@ -95,7 +95,7 @@ static_assert(offsetof(module_record, module_type) == 298);
 static_assert(offsetof(module_record, module_number) == 304);
 static_assert(offsetof(module_record, column_8) == 308);
 
-constexpr void swap_wire_order(module_record& row)
+inline void swap_wire_order(module_record& row)
 {
     swap_all(row.index, row.admin_status, row.oper_status, row.column_3, row.status_changed.seconds,
              row.status_changed.microseconds, row.column_5.seconds, row.column_5.microseconds,
@@ -115,7 +115,7 @@ static_assert(sizeof(power_supply_group_record) == 284);
 static_assert(offsetof(power_supply_group_record, column_3) == 264);
 static_assert(offsetof(power_supply_group_record, platform_words_272) == 272);
 
-constexpr void swap_wire_order(power_supply_group_record& row)
+inline void swap_wire_order(power_supply_group_record& row)
 {
     swap_all(row.index, row.redundancy_mode, row.column_3, row.column_4, row.platform_words_272);
 }
@@ -129,7 +129,7 @@ struct power_status_record {
 };
 static_assert(sizeof(power_status_record) == 16);
 
-constexpr void swap_wire_order(power_status_record& row)
+inline void swap_wire_order(power_status_record& row)
 {
     swap_all(row.index, row.admin_status, row.oper_status, row.column_3);
 }
@@ -141,7 +141,7 @@ struct unit_status_record {
 };
 static_assert(sizeof(unit_status_record) == 8);
 
-constexpr void swap_wire_order(unit_status_record& row)
+inline void swap_wire_order(unit_status_record& row)
 {
     swap_all(row.index, row.status);
 }
@@ -157,7 +157,7 @@ static_assert(sizeof(power_supply_output_record) == 520);
 static_assert(offsetof(power_supply_output_record, model_name) == 259);
 static_assert(offsetof(power_supply_output_record, output) == 516);
 
-constexpr void swap_wire_order(power_supply_output_record& record)
+inline void swap_wire_order(power_supply_output_record& record)
 {
     swap_all(record.index, record.output);
 }
@@ -170,7 +170,7 @@ struct led_entry {
 };
 static_assert(sizeof(led_entry) == 12);
 
-constexpr void swap_wire_order(led_entry& row)
+inline void swap_wire_order(led_entry& row)
 {
     swap_all(row.entity, row.led, row.value);
 }
@@ -190,7 +190,7 @@ static_assert(sizeof(rf_status_record) == 32);
 static_assert(offsetof(rf_status_record, admin_action) == 20);
 
 /// Travels in host order.
-constexpr void swap_wire_order(rf_status_record&) {}
+inline void swap_wire_order(rf_status_record&) {}
 
 /// A text message to terminal lines.
 struct ts_info {
@@ -204,7 +204,7 @@ static_assert(offsetof(ts_info, text) == 8);
 static_assert(offsetof(ts_info, send) == 268);
 
 /// Travels in host order.
-constexpr void swap_wire_order(ts_info&) {}
+inline void swap_wire_order(ts_info&) {}
 
 /// A sensor and its reading: one row of entSensorValueTable.
 struct ent_sensor_value_rec {
@@ -223,7 +223,7 @@ static_assert(offsetof(ent_sensor_value_rec, entSensorValue) == 16);
 static_assert(offsetof(ent_sensor_value_rec, value_time) == 24);
 static_assert(offsetof(ent_sensor_value_rec, measured_entity) == 36);
 
-constexpr void swap_wire_order(ent_sensor_value_rec& row)
+inline void swap_wire_order(ent_sensor_value_rec& row)
 {
     swap_all(row.entPhysicalIndex, row.entSensorType, row.entSensorScale, row.entSensorPrecision,
              row.entSensorValue, row.entSensorStatus, row.value_time.seconds,
@@ -242,7 +242,7 @@ struct ent_sensor_thresh_rec {
 };
 static_assert(sizeof(ent_sensor_thresh_rec) == 28);
 
-constexpr void swap_wire_order(ent_sensor_thresh_rec& row)
+inline void swap_wire_order(ent_sensor_thresh_rec& row)
 {
     swap_all(row.entPhysicalIndex, row.sensor_thrsh, row.entSensorThresholdSeverity,
              row.entSensorThresholdRelation, row.entSensorThresholdValue,
@@ -258,7 +258,7 @@ struct sensor_threshold_crossing {
 };
 static_assert(sizeof(sensor_threshold_crossing) == 16);
 
-constexpr void swap_wire_order(sensor_threshold_crossing& crossing)
+inline void swap_wire_order(sensor_threshold_crossing& crossing)
 {
     swap_all(crossing.entPhysicalIndex, crossing.entSensorValue, crossing.entSensorThresholdValue,
              crossing.sensor_thrsh);
