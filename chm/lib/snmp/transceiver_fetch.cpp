@@ -58,13 +58,13 @@ struct PortAnswer {
 using PortQuery = decltype(pm_cmi_get_port_config);
 
 PortAnswer ask(PortQuery* query, const Fetch& fetch, chm_req_operation operation, uint32_t arg,
-               uint32_t count = 1)
+               uint32_t* count)
 {
     uint32_t if_index = fetch.if_index;
     void* response = nullptr;
     PortAnswer answer;
     answer.result =
-        query(fetch.queue, operation, arg, &if_index, &count, &response, USUAL_REQ_CLASS);
+        query(fetch.queue, operation, arg, &if_index, count, &response, USUAL_REQ_CLASS);
     answer.block.reset(response);
     return answer;
 }
@@ -77,13 +77,14 @@ Fetch begin(const Fetch& fetch)
 
 PortAnswer ask_port_config(const Fetch& fetch)
 {
-    return ask(pm_cmi_get_port_config, fetch, CHM_REQ_GET, 1);
+    uint32_t count = 1;
+    return ask(pm_cmi_get_port_config, fetch, CHM_REQ_GET, 1, &count);
 }
 
 bool has_readable_sensors(const Fetch& fetch)
 {
     const PortAnswer config = ask_port_config(fetch);
-    if (!config.holds(PM_PORT_CONFIG_SIZE)) {
+    if (!config.holds(PM_PORT_CONFIG_ERROR + sizeof(uint32_t))) {
         return false;
     }
     const uint32_t error = config.word_at(PM_PORT_CONFIG_ERROR);
@@ -91,15 +92,16 @@ bool has_readable_sensors(const Fetch& fetch)
         chm_log_snmp_error(static_cast<int32_t>(error));
         return false;
     }
-    return config.bytes()[PM_PORT_CONFIG_TRANSCEIVER] != 0;
+    return config.holds(PM_PORT_CONFIG_SIZE) && config.bytes()[PM_PORT_CONFIG_TRANSCEIVER] != 0;
 }
 
 /// Moves on to the first sensor of the next port that has some. A port manager that names the same
 /// port again, or an earlier one, would lead a walk around for ever.
 uint32_t move_to_next_port(Fetch& fetch)
 {
+    uint32_t count = 1;
     const PortAnswer next =
-        ask(pm_get_next_port_fcot_info_with_ddm, fetch, CHM_REQ_GETNEXT, fetch.next_arg);
+        ask(pm_get_next_port_fcot_info_with_ddm, fetch, CHM_REQ_GETNEXT, fetch.next_arg, &count);
     if (next.result != PLATFORM_OK) {
         CHM_TRACE("%s: pm_get_next_port_fcot_info_with_ddm call failed, ret_val = 0x%x, "
                   "if_index = 0x%x\n",
@@ -240,8 +242,8 @@ bool find_cached_sensor(const Fetch& fetch, uint32_t& sensor)
     return false;
 }
 
-/// Reads what the port manager knows of the port's transceiver.
-uint32_t read_transceiver_info(const Fetch& fetch, uint32_t count, uint8_t* fcot_res)
+/// Reads what the port manager knows of the port's transceiver. Where it says less, the rest stays.
+uint32_t read_transceiver_info(const Fetch& fetch, uint32_t* count, uint8_t* fcot_res)
 {
     const PortAnswer info = ask(pm_cmi_get_fcot_info, fetch, CHM_REQ_GET, 1, count);
     if (info.result != PLATFORM_OK) {
@@ -296,7 +298,7 @@ uint32_t ent_cmi_get_fcot_info(uint32_t queue, int32_t op, uint32_t next_arg, co
     Fetch fetch = begin({__func__, queue, op == CHM_REQ_GET, next_arg, *in, *if_index, *code});
     uint32_t status = find_sensor(fetch);
     while (status == FETCH_OK) {
-        status = read_transceiver_info(fetch, *count, fcot_res);
+        status = read_transceiver_info(fetch, count, fcot_res);
         if (status != FETCH_OK) {
             break;
         }
@@ -304,7 +306,9 @@ uint32_t ent_cmi_get_fcot_info(uint32_t queue, int32_t op, uint32_t next_arg, co
         if (read.converted || fetch.exact) {
             return read.status != FETCH_OK ? read.status : take_value(fetch, out);
         }
-        status = move_to_next_port(fetch); // a walk passes by a port that makes no sense
+        // A walk passes by a port that makes no sense, and keeps nothing of its transceiver.
+        memset(fcot_res, 0, PM_FCOT_INFO_SIZE);
+        status = move_to_next_port(fetch);
     }
     return status;
 }
