@@ -194,11 +194,12 @@ int32_t header_entPhysicalTable(const oid* vp_name, size_t vp_name_length, oid* 
     const RowFound found = is_transceiver_sensor(row->entPhysicalIndex)
                                ? find_sensor(operation, row)
                                : find_platform_row(operation, row);
-    if (found.names_row) {
-        trace_index(__LINE__, row);
-        name_row<1>(request, {row->entPhysicalIndex});
+    if (!found.names_row) {
+        return found.result;
     }
-    return found.result;
+    trace_index(__LINE__, row);
+    const int32_t named = name_row<1>(request, {row->entPhysicalIndex});
+    return found.result != 0 ? found.result : named;
 }
 
 u_char* vendor_type_value(const ent_phys_entry& row, size_t* var_len)

@@ -229,7 +229,8 @@ struct ThresholdTable {
     /// Only an index given in full is tested.
     static bool is_beyond(const RowRequest& request, const Row& row)
     {
-        if (*request.length < request.column_length + std::tuple_size_v<Index>) {
+        if (!request.within_column() ||
+            *request.length < request.column_length + std::tuple_size_v<Index>) {
             return false;
         }
         CHM_TRACE("%s:entSensorThresholdindex = %d, entPhysicalIndex = %d\n", lookup,
@@ -367,11 +368,11 @@ int32_t find_sensor_row(const oid* vp_name, size_t vp_name_length, oid* name, si
     const int32_t result = is_transceiver_sensor(row->entPhysicalIndex)
                                ? find_row_in_range<Table>(operation, row)
                                : find_row_out_of_range<Table>(operation, row);
-    if (result == 0) {
-        name_row<indexes>(request, Table::index_of(*row));
-        Table::complete(*row);
+    if (result != 0) {
+        return result;
     }
-    return result;
+    Table::complete(*row);
+    return name_row<indexes>(request, Table::index_of(*row));
 }
 
 constexpr RowLookup<ent_sensor_value_rec>& header_entSensorValueTable = find_sensor_row<ValueTable>;

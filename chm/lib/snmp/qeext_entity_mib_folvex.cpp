@@ -62,8 +62,7 @@ int32_t look_up_entity(const char* lookup, const RowRequest& request, ent_phys_e
         return reply.result;
     }
     CHM_TRACE("%s cmi_req_resp - Success !!  \n", lookup);
-    name_row<1>(request, {entity->entPhysicalIndex});
-    return 0;
+    return name_row<1>(request, {entity->entPhysicalIndex});
 }
 
 int32_t header_qeExtEntPhysicalTable(const oid* vp_name, size_t vp_name_length, oid* name,
@@ -131,11 +130,9 @@ u_char* get_qeExtEntityLEDTable(variable* vp, oid* name, size_t* length, int exa
     led.entity = (*index)[0];
     led.led = (*index)[1];
     const Reply reply = exchange(Opcode::led, request.operation(), led);
-    if (!reply.succeeded()) {
+    if (!reply.succeeded() ||
+        (reply.answered && name_row<2>(request, {led.entity, led.led}) != 0)) {
         return nullptr;
-    }
-    if (reply.answered) {
-        name_row<2>(request, {led.entity, led.led});
     }
     return vp->magic == qeExtEntityLEDValue ? integer_value(led.value, var_len) : unknown_object();
 }

@@ -24,6 +24,12 @@ struct RowRequest {
     bool exact;     ///< GET, else GETNEXT
 
     chm_req_operation operation() const { return exact ? CHM_REQ_GET : CHM_REQ_GETNEXT; }
+
+    /// True when the name is an instance of the column.
+    bool within_column() const
+    {
+        return *length > column_length && std::equal(column, column + column_length, name);
+    }
 };
 
 /// The sub-identifiers of a row's index, in their order in the name.
@@ -64,16 +70,25 @@ std::optional<RowIndex<Count>> requested_index(const RowRequest& request,
 }
 
 /// Rewrites the request's name to the instance of a row.
+/// @return 0, or no_row, with the name as it was, when a GETNEXT was answered with a row that does
+///         not come after the one in its name: a walk never goes back, whatever the platform says
 template <size_t Count>
-void name_row(const RowRequest& request, const RowIndex<Count>& index)
+int32_t name_row(const RowRequest& request, const RowIndex<Count>& index)
 {
     // The column's OID may be the request's own name.
     oid instance[MAX_OID_LEN];
     const size_t length = request.column_length + Count;
     __memcpy_to_buf(sizeof instance, instance, request.column, request.column_length * sizeof(oid));
     std::copy(index.begin(), index.end(), instance + request.column_length);
+    const bool within_column = *request.length > request.column_length &&
+                               std::equal(instance, instance + request.column_length, request.name);
+    if (!request.exact && within_column &&
+        snmp_oid_compare(instance, length, request.name, *request.length) <= 0) {
+        return no_row;
+    }
     __memcpy_to_buf(sizeof instance, request.name, instance, length * sizeof(oid));
     *request.length = length;
+    return 0;
 }
 
 /// A table's row lookup: finds the row of a request and rewrites the request's name to it.
@@ -100,8 +115,8 @@ int32_t find_row(const oid* vp_name, size_t vp_name_length, oid* name, size_t* l
     }
     row_index(*row) = index->front();
     const Reply reply = exchange(Table, request.operation(), *row);
-    if (reply.succeeded() && reply.answered) {
-        name_row<1>(request, {row_index(*row)});
+    if (!reply.succeeded() || !reply.answered) {
+        return reply.result;
     }
-    return reply.result;
+    return name_row<1>(request, {row_index(*row)});
 }
