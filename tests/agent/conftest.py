@@ -1,6 +1,6 @@
 import pytest
 
-from lab import Switch, TrapReceiver
+from lab import Switch, TrapReceiver, watch
 
 
 @pytest.fixture(scope="module")
@@ -13,3 +13,9 @@ def switch():
 def trap_receiver():
     with TrapReceiver() as receiver:
         yield receiver
+
+
+@pytest.fixture
+def watched(trap_receiver):
+    with watch(trap_receiver) as (switch, news):
+        yield switch, news

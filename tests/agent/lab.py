@@ -9,7 +9,7 @@ import socket
 import subprocess
 import tempfile
 import time
-from contextlib import ExitStack
+from contextlib import ExitStack, contextmanager
 from pathlib import Path
 
 SOURCE = Path(__file__).resolve().parents[2]
@@ -198,3 +198,33 @@ class TrapReceiver(Daemon):
             if pairs.get(".1.3.6.1.6.3.1.1.4.1.0") == notification:
                 found.append((how, pairs))
         return found
+
+
+def notifications(receiver):
+    """All notifications so far, in order, without the bindings that every one has."""
+    found = []
+    for line in receiver.log().splitlines():
+        how, _, bindings = line.partition("|")
+        if bindings:
+            pairs = [pair.partition(" ")[::2] for pair in bindings.split("\t")]
+            found.append((pairs[1][1], [(oid, value.strip('"')) for oid, value in pairs[2:]]))
+    return found
+
+
+@contextmanager
+def watch(trap_receiver, under=()):
+    """A switch whose notifications arrive, and what reads the new ones: (OID, bindings)."""
+    sink = f"trap2sink 127.0.0.1:{trap_receiver.port} public"
+    with Switch(lines=[sink], under=under) as switch:
+        wait_for(lambda: "1.3.6.1.6.3.1.1.5.1" in trap_receiver.log(), "cold start")
+        seen = len(notifications(trap_receiver))
+
+        def news(count):
+            nonlocal seen
+            wait_for(lambda: len(notifications(trap_receiver)) >= seen + count, "notifications")
+            time.sleep(0.2)  # for those that should not come
+            fresh = notifications(trap_receiver)[seen:]
+            seen += len(fresh)
+            return fresh
+
+        yield switch, news

@@ -89,7 +89,8 @@ def test_a_message_of_one_request_appears_once(switch):
 
 def test_every_entity_has_its_asset_and_second_serial_number(switch):
     assert switch.set(f"{SECOND_SERIAL_NUM}.1003", "s", "x" * 32) is None
-    inventory = switch.chmctl_json("inventory")
+    # The walk of a table that has no transceivers' sensors ends where those begin.
+    inventory = [row for row in switch.chmctl_json("inventory") if row["index"] < 25813]
     for column, field in ((CLEI_CODE, "clei-code"), (SECOND_SERIAL_NUM, "second-serial")):
         for tool in ("snmpwalk", "snmpbulkwalk"):
             assert switch.walk(column, tool) == [
