@@ -1,0 +1,306 @@
+#include "constant_platform.h"
+
+#include "malloc_copy.h"
+#include "opcodes.h"
+#include "physical_index.h"
+#include "records.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <span>
+
+#pragma GCC visibility push(default)
+#include "cmi.h"
+#include "if_index.h"
+#include "pdb.h"
+#include "port_client.h"
+#include "port_manager.h"
+#pragma GCC visibility pop
+
+namespace constant_platform {
+namespace {
+
+uint32_t setting(const char* variable, uint32_t otherwise) noexcept
+{
+    const char* text = getenv(variable);
+    return text != nullptr ? static_cast<uint32_t>(strtoul(text, nullptr, 10)) : otherwise;
+}
+
+/// Rows of the physical table; the first ones lie below the transceivers' sensors, the others
+/// above.
+const uint32_t physical_rows = setting("CHM_BENCH_ROWS", 1000);
+constexpr uint32_t physical_rows_below = 20000;
+/// Ports, each with a transceiver of one lane.
+const uint32_t ports = setting("CHM_BENCH_PORTS", 64);
+constexpr uint32_t ports_per_slot = 64;
+/// Rows of every other table.
+constexpr uint32_t small_table = 8;
+
+Calls* recording; ///< null when calls are not recorded
+
+template <typename Block>
+void* copy_of(const Block& block)
+{
+    return sim::malloc_copy(std::as_bytes(std::span(&block, 1)));
+}
+
+/// A record in host order. Every word is 2, which in a status says that all is well.
+template <typename Record>
+Record make_sample()
+{
+    Record record;
+    std::fill_n(reinterpret_cast<uint32_t*>(&record), sizeof record / sizeof(uint32_t), 2);
+    return record;
+}
+
+template <>
+ent_phys_entry make_sample()
+{
+    ent_phys_entry row = {};
+    const uint32_t vendor_type[] = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 12, 3, 1, 9, 22};
+    std::ranges::copy(vendor_type, row.entPhysicalVendorType);
+    row.vendor_type_len = std::size(vendor_type);
+    constexpr char value[] = "fourteen chars";
+    for (char* text : {row.entPhysicalDescr, row.entPhysicalName, row.entPhysicalHardwareRev,
+                       row.entPhysicalFirmwareRev, row.entPhysicalSoftwareRev,
+                       row.entPhysicalSerialNum, row.entPhysicalMfgName, row.entPhysicalModelName,
+                       row.entPhysicalAlias, row.second_serial_num, row.clei_code}) {
+        memcpy(text, value, sizeof value);
+    }
+    return row;
+}
+
+template <>
+diag_info make_sample()
+{
+    diag_info lane;
+    std::fill_n(reinterpret_cast<uint32_t*>(&lane), sizeof lane / sizeof(uint32_t), 3300);
+    lane.calib_type = INTERNAL_CALIBRATION;
+    return lane;
+}
+
+template <typename Record>
+const Record& sample()
+{
+    static const auto record = make_sample<Record>();
+    return record;
+}
+
+struct Request {
+    int32_t operation;
+    const void* payload;
+    void** response;
+    uint32_t* length;
+
+    /// The index that a request carries: its first words.
+    template <size_t Count>
+    std::array<uint32_t, Count> index() const
+    {
+        std::array<uint32_t, Count> words = {};
+        memcpy(words.data(), payload, sizeof words);
+        std::ranges::for_each(words, swap_field<uint32_t>);
+        return words;
+    }
+
+    /// Answers with the sample of a record, the first words of which are an index.
+    template <typename Record, size_t Count = 0>
+    int32_t answer(const std::array<uint32_t, Count>& index = {},
+                   int32_t result = PLATFORM_OK) const
+    {
+        auto* record = static_cast<Record*>(copy_of(sample<Record>()));
+        memcpy(record, index.data(), sizeof(uint32_t) * Count);
+        swap_wire_order(*record);
+        *response = record;
+        *length = sizeof *record;
+        return result;
+    }
+};
+
+/// A row of a table whose first indexes are the `count` ones after `base`, and any other one is 1.
+template <typename Record, size_t Count = 1>
+int32_t answer_row(const Request& request, uint32_t count = small_table, uint32_t base = 0)
+{
+    auto index = request.index<Count>();
+    // An index cut short has a row after it that begins alike.
+    if (request.operation == CHM_REQ_GETNEXT && (index.back() != 0 || index[0] <= base)) {
+        index[0] = std::max(index[0], base) + 1;
+    }
+    if (index[0] - base - 1 >= count) {
+        return PLATFORM_NO_SUCH_ENTRY;
+    }
+    std::fill(index.begin() + 1, index.end(), 1);
+    return request.answer<Record>(index);
+}
+
+/// Where a walk has come to the transceivers' sensors it is led over to them by a failure.
+int32_t answer_physical(const Request& request)
+{
+    const uint32_t below = std::min(physical_rows, physical_rows_below);
+    const uint32_t index = request.index<1>()[0];
+    const bool after_below = request.operation == CHM_REQ_GETNEXT && index >= below;
+    if (after_below && ports > 0 && index < ENTITY_PORT_SFP_SENSOR_START) {
+        return request.answer<ent_phys_entry, 1>({ENTITY_PORT_SFP_SENSOR_START},
+                                                 PLATFORM_NO_SUCH_ENTRY);
+    }
+    return after_below || index > physical_rows_below
+               ? answer_row<ent_phys_entry>(request, physical_rows - below, PLATFORM_ROWS_RESUME)
+               : answer_row<ent_phys_entry>(request, below);
+}
+
+int32_t answer(Opcode opcode, const Request& request)
+{
+    switch (opcode) {
+    case Opcode::physical_entity:
+        return answer_physical(request);
+    case Opcode::terminal_message:
+        return request.answer<ts_info>();
+    case Opcode::redundancy:
+        return request.answer<rf_status_record>();
+    case Opcode::last_change_time:
+        return request.answer<platform_time>();
+    case Opcode::max_default_in_line_power:
+    case Opcode::enable_status_notification:
+        return request.answer<int32_t>();
+    case Opcode::power_supply_group:
+        return answer_row<power_supply_group_record>(request);
+    case Opcode::fru_power_status:
+        return answer_row<power_status_record>(request);
+    case Opcode::module:
+        return answer_row<module_record>(request);
+    case Opcode::fan_tray_status:
+    case Opcode::power_supply_status:
+        return answer_row<unit_status_record>(request);
+    case Opcode::led:
+        return answer_row<led_entry, 2>(request);
+    case Opcode::sensor_value:
+        return answer_row<ent_sensor_value_rec>(request, small_table, ENTITY_SENSOR_START);
+    case Opcode::sensor_threshold:
+        return answer_row<ent_sensor_thresh_rec, 2>(request, small_table, ENTITY_SENSOR_START);
+    }
+    return PLATFORM_NO_SUCH_ENTRY;
+}
+
+uint32_t port_number(uint32_t if_index)
+{
+    return (if_index >> 16 & 0xff) * ports_per_slot + (if_index >> 8 & 0xff);
+}
+
+/// Answers a query about a port with a block that says that the port has a transceiver with
+/// diagnostics, whichever it is asked for.
+template <typename Query>
+int32_t answer_port(Query* query, uint32_t if_index, uint32_t port, void** response)
+{
+    if (recording != nullptr) {
+        recording->emplace_back([=]() mutable {
+            uint32_t count = 1;
+            void* again = nullptr;
+            query(0, 0, 1, &if_index, &count, &again, 5);
+            free(again);
+        });
+    }
+    if (port >= ports) {
+        return PLATFORM_NO_SUCH_ENTRY;
+    }
+    constexpr uint32_t ethernet = 26;
+    const uint32_t start[] = {
+        ethernet << 24 | port / ports_per_slot << 16 | port % ports_per_slot << 8, 0};
+    static std::array<uint8_t, PM_FCOT_INFO_SIZE> block = {};
+    block[PM_PORT_CONFIG_TRANSCEIVER] = block[PM_FCOT_DIAG_MON_TYPE] = 1;
+    memcpy(block.data(), start, sizeof start);
+    *response = copy_of(block);
+    return PLATFORM_OK;
+}
+
+} // namespace
+
+Calls calls_of(const std::function<void()>& action)
+{
+    Calls calls;
+    recording = &calls;
+    action();
+    recording = nullptr;
+    return calls;
+}
+
+} // namespace constant_platform
+
+using namespace constant_platform;
+
+int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** response,
+                     uint32_t* length, const char* /*user*/, uint32_t /*session*/,
+                     uint32_t /*route*/, uint32_t /*queue*/, uint32_t /*req_class*/)
+{
+    if (recording != nullptr) {
+        std::vector<uint8_t> payload(request != nullptr ? *length : 0);
+        std::copy_n(static_cast<const uint8_t*>(request), payload.size(), payload.begin());
+        recording->emplace_back([=, asks = response != nullptr]() mutable {
+            void* again = nullptr;
+            auto size = static_cast<uint32_t>(payload.size());
+            cmi_req_resp(opcode, operation, payload.data(), asks ? &again : nullptr, &size, nullptr,
+                         0, 0, 0, 0);
+            free(again);
+        });
+    }
+    return response == nullptr
+               ? PLATFORM_OK
+               : answer(static_cast<Opcode>(opcode), {operation, request, response, length});
+}
+
+int32_t pm_cmi_get_port_config(uint32_t, int32_t, uint32_t, uint32_t* if_index, uint32_t*,
+                               void** response, uint32_t)
+{
+    return answer_port(pm_cmi_get_port_config, *if_index, port_number(*if_index), response);
+}
+
+int32_t pm_get_next_port_fcot_info_with_ddm(uint32_t, int32_t, uint32_t, uint32_t* if_index,
+                                            uint32_t*, void** response, uint32_t)
+{
+    return answer_port(pm_get_next_port_fcot_info_with_ddm, *if_index, port_number(*if_index) + 1,
+                       response);
+}
+
+int32_t pm_cmi_get_fcot_info(uint32_t, int32_t, uint32_t, uint32_t* if_index, uint32_t*,
+                             void** response, uint32_t)
+{
+    return answer_port(pm_cmi_get_fcot_info, *if_index, port_number(*if_index), response);
+}
+
+int32_t pm_get_sfp_diag_info(uint32_t, uint32_t if_index, void** diag, void** aux,
+                             uint32_t* num_of_lanes)
+{
+    if (recording != nullptr) {
+        recording->emplace_back([=] {
+            void* again[2] = {};
+            uint32_t lanes = 0;
+            pm_get_sfp_diag_info(0, if_index, &again[0], &again[1], &lanes);
+            std::ranges::for_each(again, free);
+        });
+    }
+    *num_of_lanes = 1;
+    *diag = copy_of(sample<diag_info>());
+    *aux = malloc(PM_DIAG_AUX_SIZE);
+    return port_number(if_index) < ports ? PLATFORM_OK : PLATFORM_NO_SUCH_ENTRY;
+}
+
+int pdb_get_mod_info(const uint32_t* /*slot*/, void* info, uint32_t /*two*/)
+{
+    memset(info, 0, PDB_MOD_INFO_SIZE);
+    return 0;
+}
+
+void sprintf_if_index(char* buffer, uint32_t /*if_index*/)
+{
+    memcpy(buffer, "Ethernet1/1", sizeof "Ethernet1/1");
+}
+
+int32_t pc_sfp_get_vendor_info(const void* /*fcot_res*/, char* manufacturer, char* model,
+                               char* revision, char* serial, char* alias)
+{
+    for (char* text : {manufacturer, model, revision, serial, alias}) {
+        memcpy(text, "a transceiver", sizeof "a transceiver");
+    }
+    return 0;
+}
