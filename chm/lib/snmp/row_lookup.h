@@ -49,22 +49,18 @@ std::optional<RowIndex<Count>> requested_index(const RowRequest& request,
                                                NameBeyond beyond = NameBeyond::starts_over)
 {
     RowIndex<Count> index = {};
-    const size_t column_length = request.column_length;
-    const size_t length = *request.length;
-    if (length <= column_length) {
-        return index;
-    }
-    if (request.exact && length > column_length + Count) {
+    const size_t given = *request.length - std::min(*request.length, request.column_length);
+    if (request.exact && given > Count) {
         return std::nullopt;
     }
-    const int order = snmp_oid_compare(request.name, column_length, request.column, column_length);
-    if (order > 0 && beyond == NameBeyond::has_no_row) {
-        return std::nullopt;
-    }
-    if (order == 0) {
-        const oid* given = request.name + column_length;
-        std::transform(given, given + std::min(length - column_length, Count), index.begin(),
+    if (request.within_column()) {
+        const oid* first = request.name + request.column_length;
+        std::transform(first, first + std::min(given, Count), index.begin(),
                        [](oid sub_identifier) { return static_cast<uint32_t>(sub_identifier); });
+    } else if (given > 0 && beyond == NameBeyond::has_no_row &&
+               snmp_oid_compare(request.name, request.column_length, request.column,
+                                request.column_length) > 0) {
+        return std::nullopt;
     }
     return index;
 }
@@ -75,19 +71,18 @@ std::optional<RowIndex<Count>> requested_index(const RowRequest& request,
 template <size_t Count>
 int32_t name_row(const RowRequest& request, const RowIndex<Count>& index)
 {
-    // The column's OID may be the request's own name.
-    oid instance[MAX_OID_LEN];
-    const size_t length = request.column_length + Count;
-    __memcpy_to_buf(sizeof instance, instance, request.column, request.column_length * sizeof(oid));
-    std::copy(index.begin(), index.end(), instance + request.column_length);
-    const bool within_column = *request.length > request.column_length &&
-                               std::equal(instance, instance + request.column_length, request.name);
-    if (!request.exact && within_column &&
-        snmp_oid_compare(instance, length, request.name, *request.length) <= 0) {
+    oid* const index_in_name = request.name + request.column_length;
+    if (!request.exact && request.within_column() &&
+        !std::lexicographical_compare(index_in_name, request.name + *request.length, index.begin(),
+                                      index.end())) {
         return no_row;
     }
-    __memcpy_to_buf(sizeof instance, request.name, instance, length * sizeof(oid));
-    *request.length = length;
+    if (request.column != request.name) {
+        __memcpy_to_buf(MAX_OID_LEN * sizeof(oid), request.name, request.column,
+                        request.column_length * sizeof(oid));
+    }
+    std::copy(index.begin(), index.end(), index_in_name);
+    *request.length = request.column_length + Count;
     return 0;
 }
 

@@ -20,21 +20,32 @@ void swap_field(T& field)
     }
 }
 
+/// Turns as many fields as a wide register holds.
+template <WireInteger T>
+void swap_wide(T* fields)
+{
+    using Halves [[gnu::vector_size(16)]] = uint16_t;
+    Halves halves;
+    memcpy(&halves, fields, sizeof halves);
+    halves = (halves << 8) | (halves >> 8);
+    halves = __builtin_shufflevector(halves, halves, 1, 0, 3, 2, 5, 4, 7, 6);
+    memcpy(fields, &halves, sizeof halves);
+}
+
 template <WireInteger T, size_t N>
 void swap_field(T (&fields)[N])
 {
-    // Wide instructions do in a few what costs one for each field otherwise: most of a physical row
-    // is its vendor type, and it is turned twice a request.
-    using Halves [[gnu::vector_size(16)]] = uint16_t;
-    constexpr size_t wide = sizeof(Halves) / sizeof(T);
+    // Most of a physical row is its vendor type, and it is turned twice a request: wide registers,
+    // several at a time, do in two instructions a field what takes six otherwise.
+    constexpr size_t wide = 4;
+    constexpr size_t at_a_time = 4 * wide;
     size_t i = 0;
     if constexpr (std::endian::native == std::endian::little) {
-        for (; i + wide <= N; i += wide) {
-            Halves halves;
-            memcpy(&halves, &fields[i], sizeof halves);
-            halves = (halves << 8) | (halves >> 8);
-            halves = __builtin_shufflevector(halves, halves, 1, 0, 3, 2, 5, 4, 7, 6);
-            memcpy(&fields[i], &halves, sizeof halves);
+        for (; i + at_a_time <= N; i += at_a_time) {
+            swap_wide(fields + i);
+            swap_wide(fields + i + wide);
+            swap_wide(fields + i + 2 * wide);
+            swap_wide(fields + i + 3 * wide);
         }
     }
     for (; i < N; ++i) {
