@@ -189,7 +189,8 @@ ModuleTest::~ModuleTest()
 
 namespace {
 
-void log_debug_message(const char* kind, const char* token, const char* format, va_list arguments)
+[[gnu::format(printf, 3, 0)]] void log_debug_message(const char* kind, const char* token,
+                                                     const char* format, va_list arguments)
 {
     char text[512];
     vsnprintf(text, sizeof text, format, arguments);

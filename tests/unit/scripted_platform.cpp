@@ -366,8 +366,10 @@ int32_t pm_get_sfp_diag_info(uint32_t queue, uint32_t if_index, void** diag, voi
                              uint32_t* num_of_lanes)
 {
     note_port_call("read", queue, 1, 1, if_index, 1, 5);
-    *aux = malloc(16);
     const auto port = platform.ports.find(if_index);
+    if (port == platform.ports.end() || port->second.has_auxiliary) {
+        *aux = malloc(16);
+    }
     if (port == platform.ports.end()) {
         return 404;
     }

@@ -44,7 +44,8 @@ struct ScriptedPort {
     PlatformAnswer info = {0, Bytes(471)}; ///< what is known of the transceiver
     PlatformAnswer diagnostics = {0, Bytes(172)};
     uint32_t lanes = 1;
-    int reads = 0; ///< of the diagnostics
+    bool has_auxiliary = true; ///< an array comes with the diagnostics, or with their failure
+    int reads = 0;             ///< of the diagnostics
 
     static Bytes port_config(uint32_t error, uint8_t transceiver);
 };
