@@ -4,6 +4,9 @@
 #include "cmi.h"
 #include "ipcx.h"
 #include "opcodes.h"
+#include "platform_manager.h"
+#include "port_client.h"
+#include "port_manager.h"
 #include "records.h"
 
 #include <cassert>
@@ -33,8 +36,41 @@ void walk_table(Opcode opcode)
     }
 }
 
+/// Walks the ports with diagnostics, in increasing order, and reads all that there is of each.
+inline void walk_ports()
+{
+    uint32_t one = 1;
+    uint32_t if_index = 0;
+    void* block = nullptr;
+    while (pm_get_next_port_fcot_info_with_ddm(0, CHM_REQ_GETNEXT, 1, &if_index, &one, &block, 5) ==
+           PLATFORM_OK) {
+        uint32_t next = 0;
+        memcpy(&next, block, sizeof next);
+        free(block);
+        assert(next > if_index);
+        if_index = next;
+
+        assert(pm_cmi_get_port_config(0, CHM_REQ_GET, 1, &if_index, &one, &block, 5) == 0);
+        free(block);
+        assert(pm_cmi_get_fcot_info(0, CHM_REQ_GET, 1, &if_index, &one, &block, 5) == 0);
+        char texts[5][256];
+        pc_sfp_get_vendor_info(block, texts[0], texts[1], texts[2], texts[3], texts[4]);
+        free(block);
+        void* auxiliary = nullptr;
+        uint32_t lanes = 0;
+        assert(pm_get_sfp_diag_info(0, if_index, &block, &auxiliary, &lanes) == 0 && lanes > 0);
+        free(block);
+        free(auxiliary);
+    }
+    free(block);
+}
+
 inline void walk_all_tables()
 {
+    sim::chassis_in_place()->settings().diagnostics_delay = {};
+    walk_ports();
+    walk_table<ent_sensor_value_rec>(Opcode::sensor_value);
+    walk_table<ent_sensor_thresh_rec, 2>(Opcode::sensor_threshold);
     walk_table<ent_phys_entry>(Opcode::physical_entity);
     walk_table<power_supply_group_record>(Opcode::power_supply_group);
     walk_table<power_status_record>(Opcode::fru_power_status);
