@@ -147,6 +147,12 @@ class Switch(Daemon):
         pairs = (line.partition(" ")[::2] for line in answer.stdout.splitlines())
         return [(oid, value.strip('"')) for oid, value in pairs if oid != f".{root}"]
 
+    def physical_rows(self):
+        """Indexes of all rows of the physical table: entities, and transceivers' sensors."""
+        return sorted([entity["index"] for entity in self.chmctl_json("inventory")]
+                      + [reading["index"] for transceiver in self.chmctl_json("transceivers")
+                         for reading in transceiver["readings"]])
+
     def chmctl(self, *words):
         return run(BUILD / "bin" / "chmctl", "--socket", self.control, *words)
 

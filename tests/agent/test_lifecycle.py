@@ -22,7 +22,7 @@ def test_a_reload_keeps_the_switch_and_leaks_nothing():
             switch.reload()
             assert switch.walk("1.3.6.1.2.1.47.1.1") == rows
             assert switch.get(f"{ALIAS}.1", auth=OPERATOR) == "kept"
-            assert len(switch.chmctl_json("inventory")) * 15 == len(rows)
+            assert len(switch.physical_rows()) * 15 == len(rows)
             assert switch.control.stat().st_mode & 0o777 == 0o600
             assert [name for _, name in switch.walk(MODULE_NAMES)].count("entity_mib") == 26
         assert switch.descriptors() == descriptors
