@@ -7,6 +7,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <map>
 #include <optional>
 #include <string>
@@ -119,6 +121,16 @@ std::string standard_output_of(Action action)
     testing::internal::CaptureStdout();
     action();
     return testing::internal::GetCapturedStdout();
+}
+
+/// Does `action`, which writes much to standard output: the end of that when the test fails.
+template <typename Action>
+void quietly(Action action)
+{
+    const std::string output = standard_output_of(action);
+    if (testing::Test::HasFailure()) {
+        puts(output.substr(output.size() - std::min<size_t>(output.size(), 5000)).c_str());
+    }
 }
 
 /// What `action` writes to standard error.

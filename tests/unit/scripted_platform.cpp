@@ -20,6 +20,12 @@
 
 ScriptedPlatform platform;
 
+std::set<void*>& platform_blocks()
+{
+    static auto* blocks = new std::set<void*>; // outlives whatever still frees at the end
+    return *blocks;
+}
+
 uint32_t wire_word(const Bytes& bytes, size_t offset)
 {
     return uint32_t{bytes.at(offset)} << 24 | uint32_t{bytes.at(offset + 1)} << 16 |
@@ -97,7 +103,16 @@ void* block_of(const Bytes& bytes)
 {
     void* block = malloc(std::max<size_t>(bytes.size(), 1));
     std::copy(bytes.begin(), bytes.end(), static_cast<uint8_t*>(block));
+    platform_blocks().insert(block);
     return block;
+}
+
+PlatformAnswer tampered(PlatformAnswer answer)
+{
+    if (platform.tamper) {
+        platform.tamper(answer);
+    }
+    return answer;
 }
 
 /// Puts a call of the port manager on record, as "NAME PORT", or what is wrong with it.
@@ -112,8 +127,9 @@ void note_port_call(const char* name, uint32_t queue, int32_t operation, uint32_
     platform.port_calls.emplace_back(text);
 }
 
-int32_t answer_port_call(const PlatformAnswer& answer, void** response)
+int32_t answer_port_call(const PlatformAnswer& usual, void** response)
 {
+    const PlatformAnswer answer = tampered(usual);
     if (answer.response) {
         *response = block_of(*answer.response);
     }
@@ -158,7 +174,8 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
         call.user = user;
     }
     platform.calls.push_back(call);
-    const PlatformAnswer answer = platform.answer ? platform.answer(call) : PlatformAnswer{1, {}};
+    const PlatformAnswer answer =
+        tampered(platform.answer ? platform.answer(call) : PlatformAnswer{1, {}});
     if (response && answer.response) {
         *response = block_of(*answer.response);
         *length = static_cast<uint32_t>(answer.response->size());
@@ -368,7 +385,7 @@ int32_t pm_get_sfp_diag_info(uint32_t queue, uint32_t if_index, void** diag, voi
     note_port_call("read", queue, 1, 1, if_index, 1, 5);
     const auto port = platform.ports.find(if_index);
     if (port == platform.ports.end() || port->second.has_auxiliary) {
-        *aux = malloc(16);
+        *aux = block_of(Bytes(16));
     }
     if (port == platform.ports.end()) {
         return 404;

@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -52,6 +53,8 @@ struct ScriptedPort {
 
 struct ScriptedPlatform {
     std::function<PlatformAnswer(const PlatformCall&)> answer;
+    /// Changes the answer of any call that may bring a block, the port manager's too.
+    std::function<void(PlatformAnswer&)> tamper;
     std::vector<PlatformCall> calls;
     std::map<uint32_t, ipcx_event_handler*> handlers;
     std::vector<std::string> log;       ///< registrations and debug messages, in order
@@ -91,3 +94,6 @@ struct Message {
 
 /// The platform of the running test; a fresh one for each.
 extern ScriptedPlatform platform;
+
+/// Blocks handed out; whoever counts them takes out those that were freed.
+std::set<void*>& platform_blocks();
