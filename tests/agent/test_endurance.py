@@ -1,0 +1,209 @@
+"""What the agent survives: many clients and events at once, bad packets, kills, its module table.
+
+CHM_ENDURANCE gives the number of requests, which is small unless it is set, and CHM_UNDER a command
+that runs the agent, such as valgrind."""
+
+import json
+import os
+import random
+import socket
+import threading
+
+import pytest
+
+from lab import ALIAS, DESCR, NAME, Switch
+
+REQUESTS = int(os.environ.get("CHM_ENDURANCE", 10_000))
+UNDER = os.environ.get("CHM_UNDER", "").split()
+GET, GETNEXT, SET, GETBULK = 0xa0, 0xa1, 0xa3, 0xa5
+MAIN, ALT = "1.3.6.1.4.1.32473.9", "1.3.6.1.4.1.99999"
+ROOTS = ["1.3.6.1.2.1.47", f"{MAIN}.91", f"{MAIN}.117", f"{MAIN}.176", f"{MAIN}.195",
+         f"{MAIN}.198", f"{ALT}.9.92", f"{ALT}.2.9"]
+BAD_COMMUNITIES, PARSE_ERRORS = "1.3.6.1.2.1.11.4.0", "1.3.6.1.2.1.11.6.0"
+MODULE_STATUS = "1.3.6.1.4.1.2021.13.14.2.1.5"  # of the agent's loaded modules
+
+
+def ber(tag, *parts):
+    body = b"".join(parts)
+    size = len(body)
+    return bytes([tag, size] if size < 128 else [tag, 0x82, size >> 8, size & 0xff]) + body
+
+
+def integer(number):
+    return ber(2, number.to_bytes(number.bit_length() // 8 + 1, "big"))
+
+
+def name(oid):
+    first, second, *rest = (int(word) for word in oid.strip(".").split("."))
+    encoded = [40 * first + second]
+    for word in rest:
+        groups = [word >> shift & 0x7f for shift in range(28, -1, -7)]
+        while len(groups) > 1 and groups[0] == 0:
+            groups.pop(0)
+        encoded += [group | 0x80 for group in groups[:-1]] + groups[-1:]
+    return ber(6, bytes(encoded))
+
+
+def packet(kind, oid, number=70_000, community=b"public", value=b"\5\0", repetitions=0):
+    binding = ber(0x30, ber(0x30, name(oid), value))
+    return ber(0x30, integer(1), ber(4, community),
+               ber(kind, integer(number), integer(0), integer(repetitions), binding))
+
+
+class Client:
+    def __init__(self, switch):
+        self.socket = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+        self.socket.settimeout(60)
+        self.socket.connect(("127.0.0.1", switch.port))
+
+    def error(self, request, number=70_000):
+        """The error status of the answer to a request."""
+        self.socket.send(request)
+        _, _, rest = self.socket.recv(65536).partition(integer(number))
+        assert rest, "an answer to another request"
+        return rest[2]
+
+    def is_answered(self, request, seconds):
+        self.socket.settimeout(seconds)
+        self.socket.send(request)
+        try:
+            return bool(self.socket.recv(65536))
+        except TimeoutError:
+            return False
+
+
+def instances(switch):
+    return [oid for root in ROOTS for oid, _ in switch.walk(root)]
+
+
+def requests_for(oids):
+    """(packet, its number, the errors that may come of it)"""
+    for number, oid in enumerate(oids, start=70_000):
+        yield packet(GET, oid, number), number, {0}
+        yield packet(GETNEXT, oid, number), number, {0}
+        yield packet(GETBULK, oid, number, repetitions=10), number, {0}
+        yield packet(SET, oid, number, value=integer(1)), number, {6}
+        if oid.startswith(f".{ALIAS}."):  # a unit may be out, and a sensor has none
+            yield packet(SET, oid, number, b"private", ber(4, b"same")), number, {0, 2, 5}
+
+
+def run_events(switch, done, count):
+    """Units and transceivers go and come, as fast as the switch takes it."""
+    orders = [("pull", "Power supply 1"), ("unplug", "Ethernet1/1"), ("announce", None),
+              ("plug", "Ethernet1/1"), ("insert", "Power supply bay 1")]
+    with socket.socket(socket.AF_UNIX) as control:
+        control.connect(str(switch.control))
+        answers = control.makefile()
+        while not done.is_set() or count[0] % len(orders):
+            verb, entity = orders[count[0] % len(orders)]
+            order = {"verb": verb, **({"entity": entity} if entity else {})}
+            control.sendall(json.dumps(order).encode() + b"\n")
+            assert json.loads(answers.readline())["ok"]
+            count[0] += 1
+
+
+def resident_kilobytes(switch):
+    with open(f"/proc/{switch.process.pid}/statm") as statm:
+        return int(statm.read().split()[1]) * os.sysconf("SC_PAGE_SIZE") // 1024
+
+
+def test_many_clients_at_once_while_the_switch_changes():
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sink:
+        sink.bind(("127.0.0.1", 0))
+        line = f"trap2sink 127.0.0.1:{sink.getsockname()[1]} public"
+        with Switch("small", [line], UNDER) as switch:
+            oids = instances(switch)
+            requests = list(requests_for(oids))
+            problems, events, done = [], [0], threading.Event()
+
+            def ask(seed, share):
+                choose, client = random.Random(seed), Client(switch)
+                try:
+                    for _ in range(share):
+                        request, number, errors = choose.choice(requests)
+                        if (error := client.error(request, number)) not in errors:
+                            problems.append((error, request))
+                except OSError as error:
+                    problems.append(error)
+
+            def ask_all(total):
+                clients = [threading.Thread(target=ask, args=(seed, total // 4))
+                           for seed in range(4)]
+                for client in clients:
+                    client.start()
+                for client in clients:
+                    client.join()
+
+            changes = threading.Thread(target=run_events, args=(switch, done, events))
+            changes.start()
+            ask_all(REQUESTS // 2)
+            resident = resident_kilobytes(switch)
+            ask_all(REQUESTS // 2)
+            grown = resident_kilobytes(switch) - resident
+            done.set()
+            changes.join()
+            print(f"{REQUESTS} requests, {events[0]} orders, {resident} kB + {grown} kB")
+            assert not problems, problems[:5]
+            assert events[0] > 100 and grown < 1000
+            assert instances(switch) == oids
+            assert switch.stop() == 0
+
+
+@pytest.fixture(scope="module")
+def switch():
+    with Switch("small") as switch:
+        yield switch
+
+
+def test_bad_packets_are_counted_and_not_answered(switch):
+    client, chance = Client(switch), random.Random(1)
+    good = packet(GET, f"{DESCR}.1")
+    bad_communities, parse_errors = (int(switch.get(oid)) for oid in (BAD_COMMUNITIES, PARSE_ERRORS))
+    for size in range(1, len(good)):
+        client.socket.send(good[:size])
+    for _ in range(100):
+        client.socket.send(packet(GET, f"{DESCR}.1", community=b"wrong"))
+    assert not client.is_answered(good[:-1], 0.5)
+    assert int(switch.get(BAD_COMMUNITIES)) == bad_communities + 100
+    assert int(switch.get(PARSE_ERRORS)) >= parse_errors + len(good) // 2
+    before = switch.walk("1.3.6.1.2.1.47")
+    for _ in range(5000):
+        damaged = bytearray(good)
+        damaged[chance.randrange(len(good))] = chance.randrange(256)
+        Client(switch).socket.send(bytes(damaged))
+    assert switch.walk("1.3.6.1.2.1.47") == before
+
+
+def test_a_reader_writes_nothing_at_all(switch):
+    oids, client = instances(switch), Client(switch)
+    before = switch.walk("1.3.6.1.2.1.47")
+    for oid in oids:
+        for value in (integer(1), ber(4, b"mine")):
+            assert client.error(packet(SET, oid, value=value)) == 6, oid
+    assert switch.walk("1.3.6.1.2.1.47") == before
+
+
+def test_a_killed_agent_starts_again():
+    with Switch("small") as switch:
+        for _ in range(3):
+            switch.process.kill()
+            switch.process.wait()
+            (switch.state / "snmpd.pid").unlink()
+            switch.start()
+            assert switch.chmctl("status").returncode == 0  # the dead one's socket is taken over
+            assert switch.get(f"{NAME}.1") == "Small switch"
+
+
+def test_modules_are_unloaded_and_loaded_through_the_agent():
+    unload, load, modules = 5, 4, range(2, 10)  # the first is the switch itself
+    with Switch("small") as switch:
+        oids = instances(switch)
+        for _ in range(3):
+            assert all(switch.set(f"{MODULE_STATUS}.{module}", "i", unload) is None
+                       for module in modules)
+            assert "libchmsnmp" not in switch.memory_map()
+            assert switch.chmctl("announce").returncode == 0  # an event that nobody handles
+            assert all(switch.set(f"{MODULE_STATUS}.{module}", "i", load) is None
+                       for module in modules)
+            assert instances(switch) == oids
+        assert switch.stop() == 0
