@@ -1,9 +1,9 @@
 /// Systematic failure: every answer of the platform goes wrong in every way, one at a time.
 #include "model_switch.h"
 
-extern "C" void __real_free(void* block);
+extern "C" void __real_free(void* block); // NOLINT(*-reserved-identifier,cert-*)
 
-extern "C" void __wrap_free(void* block)
+extern "C" void __wrap_free(void* block) // NOLINT(*-reserved-identifier,cert-*)
 {
     platform_blocks().erase(block);
     __real_free(block);
