@@ -4,6 +4,7 @@
 #include "entity_record.h"
 #include "event_log.h"
 #include "event_queue.h"
+#include "fault.h"
 #include "led.h"
 #include "malloc_copy.h"
 #include "physical_index.h"
@@ -392,7 +393,15 @@ Answer serve(uint32_t opcode, int32_t operation, std::span<const std::byte> requ
     if (table == std::end(tables)) {
         return {ResultCode::unknown_opcode};
     }
-    return table->serve(*chassis_placed, operation, request);
+    const Disturbance disturbance = disturb(opcode, operation);
+    if (disturbance.result) {
+        return {static_cast<ResultCode>(*disturbance.result)};
+    }
+    Answer answer = table->serve(*chassis_placed, operation, request);
+    if (!answer.block.empty()) {
+        answer.block.resize(disturbance.disturbed(answer.block.size()));
+    }
+    return answer;
 }
 
 /// What the event of an occurrence carries, in wire order.

@@ -4,11 +4,13 @@
 #include "entity_record.h"
 #include "event_log.h"
 #include "event_queue.h"
+#include "fault_verbs.h"
 #include "heartbeat.h"
 #include "led.h"
 #include "platform_manager.h"
 #include "terminals.h"
 #include "transceiver_record.h"
+#include "verb_arguments.h"
 
 #include <nlohmann/json.hpp>
 
@@ -28,17 +30,6 @@ using nlohmann::json;
 
 /// While this file exists, the MIB modules report the unit status with power events too.
 const char* const marker_file = "/mnt/nvdb/chm_nvdb_hack";
-
-/// An argument of a request; the error of a missing or wrong one names it.
-template <typename Value>
-Value argument(const json& arguments, const char* name)
-{
-    try {
-        return arguments.at(name).get<Value>();
-    } catch (const json::exception&) {
-        throw std::runtime_error(std::string("argument '") + name + "' is missing or wrong");
-    }
-}
 
 Chassis& the_chassis()
 {
@@ -221,11 +212,7 @@ json repair(const json& arguments)
 json output(const json& arguments)
 {
     return change_entity(arguments, [&](Chassis& chassis, uint32_t index) {
-        const auto watts = argument<int64_t>(arguments, "watts");
-        if (watts < 0 || watts > max_watts) {
-            throw std::runtime_error("'watts' is not within 0 to " + std::to_string(max_watts));
-        }
-        chassis.set_output(index, static_cast<uint32_t>(watts));
+        chassis.set_output(index, whole_number(arguments, "watts", 0, max_watts));
     });
 }
 
@@ -571,6 +558,9 @@ constexpr Verb verbs[] = {
     {"unplug", unplug},
     {"transceiver-reading", transceiver_reading},
     {"chassis-type", chassis_type},
+    {"fault", fault_verb},
+    {"faults", faults_verb},
+    {"clear-faults", clear_faults_verb},
     {"terminals", terminal_messages},
     {"trace", trace},
     {"history", event_history},

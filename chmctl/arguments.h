@@ -1,0 +1,58 @@
+/// The arguments of a command, as they go into the request to the switch.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+/// The request that the arguments of a command make.
+using Arguments = std::shared_ptr<nlohmann::json>;
+
+/// Adds an argument of the command line that goes into the request under its name.
+template <typename Value>
+CLI::Option* add_argument(CLI::App& command, const std::string& option, const Arguments& arguments,
+                          const char* key, const char* help)
+{
+    return command.add_option_function<Value>(
+        option, [=](const Value& value) { (*arguments)[key] = value; }, help);
+}
+
+/// Adds something that a name or a number says.
+/// @param what the argument's name in the help
+void add_named(CLI::App& command, const Arguments& arguments, const char* what, const char* key,
+               const char* help);
+
+/// Adds the entity that a command is about, by its index or its name.
+void add_entity(CLI::App& command, const Arguments& arguments, const char* what, const char* help);
+
+/// Adds what is on or off.
+void add_state(CLI::App& command, const Arguments& arguments);
+
+/// Adds an argument that is a number, or auto for what the switch makes of it by itself, or else a
+/// word, if there is one.
+template <typename Number>
+void add_number_or_auto(CLI::App& command, const Arguments& arguments, const std::string& what,
+                        const char* key, const char* help, const char* word = nullptr)
+{
+    command
+        .add_option_function<std::string>(
+            what,
+            [=](const std::string& text) {
+                Number number{};
+                const bool is_number =
+                    CLI::detail::lexical_cast(text, number) && std::isfinite(number);
+                const bool is_word = word != nullptr && text == word;
+                if (!is_number && !is_word && text != "auto") {
+                    throw CLI::ValidationError(what, text + " is neither a number nor auto");
+                }
+                (*arguments)[key] = is_number ? nlohmann::json(number)
+                                    : is_word ? nlohmann::json(text)
+                                              : nlohmann::json();
+            },
+            help)
+        ->required();
+}

@@ -1,0 +1,133 @@
+// What goes on between the MIB modules and the platform.
+
+#include "output.h"
+#include "verb.h"
+
+#include <cinttypes>
+#include <cstdio>
+
+using nlohmann::json;
+
+namespace {
+
+void print_history(const json& records)
+{
+    for (const json& record : records) {
+        std::printf("%s  %s\n", text_of(record, "time").c_str(), text_of(record, "text").c_str());
+    }
+}
+
+void print_trace(const json& switches)
+{
+    for (const char* name : {"history", "debug"}) {
+        std::printf("%s %s\n", name, switches.at(name).get<bool>() ? "on" : "off");
+    }
+}
+
+void print_marker(const json& status)
+{
+    std::printf("marker       %s\n", status.at("marker").get<bool>() ? "on" : "off");
+}
+
+void print_status(const json& status)
+{
+    if (status.contains("chassis")) {
+        std::printf("chassis      %s\n", text_of(status, "chassis").c_str());
+        std::printf("type code    %u\n", status.at("type-code").get<uint32_t>());
+        std::printf("entities     %zu\n", status.at("entities").get<size_t>());
+        std::printf("last change  %s\n", text_of(status, "last-change").c_str());
+    } else {
+        std::puts("chassis      none");
+    }
+    std::printf("process      %d\n", status.at("pid").get<int>());
+    std::printf("heartbeats   %" PRIu64 "\n", status.at("heartbeats").get<uint64_t>());
+    print_marker(status);
+    print_trace(status.at("trace"));
+}
+
+/// A fault in words.
+std::string effect_text(const json& fault)
+{
+    const auto amount = fault.at("amount").get<uint32_t>();
+    return text_of(fault, "effect") +
+           (amount == 0 ? "" : " " + std::to_string(amount) + " " + text_of(fault, "unit"));
+}
+
+void print_faults(const json& faults)
+{
+    Columns columns;
+    columns.add({"number", "request", "operation", "effect", "left", "strikes"});
+    for (const json& fault : faults) {
+        columns.add({right_aligned(fault.at("number").get<uint32_t>(), 6),
+                     text_of(fault, "request"), text_of(fault, "operation"), effect_text(fault),
+                     fault.at("left").is_null() ? "until cleared" : fault.at("left").dump(),
+                     fault.at("strikes").dump()});
+    }
+    columns.print();
+}
+
+void print_fault(const json& fault)
+{
+    print_faults(json::array({fault}));
+}
+
+void marker_options(CLI::App& command, const Arguments& arguments)
+{
+    add_state(command, arguments);
+}
+
+void trace_options(CLI::App& command, const Arguments& arguments)
+{
+    add_argument<std::string>(command, "WHAT", arguments, "what", "history, debug or all")
+        ->required()
+        ->check(CLI::IsMember({"history", "debug", "all"}));
+    add_state(command, arguments);
+}
+
+void history_options(CLI::App& command, const Arguments& arguments)
+{
+    (*arguments)["last"] = 50;
+    add_argument<uint32_t>(command, "--last", arguments, "last", "Number of records")
+        ->type_name("N")
+        ->default_str("50");
+}
+
+void fault_options(CLI::App& command, const Arguments& arguments)
+{
+    add_named(command, arguments, "REQUEST", "request",
+              "What is asked for, by its name in the documentation or by its opcode");
+    add_argument<std::string>(command, "EFFECT", arguments, "effect",
+                              "fail, nothing (success without a block), short, long or delay")
+        ->required()
+        ->check(CLI::IsMember({"fail", "nothing", "short", "long", "delay"}));
+    add_argument<uint32_t>(
+        command, "AMOUNT", arguments, "amount",
+        "The result code of fail, bytes of short and long, milliseconds of delay");
+    add_argument<std::string>(command, "--operation", arguments, "operation",
+                              "Only this one of get, get-next and set")
+        ->check(CLI::IsMember({"get", "get-next", "set"}));
+    add_argument<uint32_t>(command, "--count", arguments, "count",
+                           "How many requests it strikes, else all until it is cleared")
+        ->type_name("N");
+}
+
+void clear_faults_options(CLI::App& command, const Arguments& arguments)
+{
+    add_argument<uint32_t>(command, "NUMBER", arguments, "number", "Only the fault of this number");
+}
+
+constexpr Verb verbs[] = {
+    {"status", "Show how the switch is", "", no_options, print_status},
+    {"history", "Show the event history", "--last 20", history_options, print_history},
+    {"trace", "Switch tracing on or off", "history on", trace_options, print_trace},
+    {"marker", "Have power events report the unit status, or not", "on", marker_options,
+     print_marker},
+    {"fault", "Have requests of the MIB modules go wrong",
+     "module fail 5 --operation set --count 2", fault_options, print_fault},
+    {"faults", "Show the faults that are set", "", no_options, print_faults},
+    {"clear-faults", "Clear the faults, or one of them", "2", clear_faults_options, print_faults},
+};
+
+} // namespace
+
+const VerbGroup platform_verbs{"Platform", verbs};

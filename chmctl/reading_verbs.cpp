@@ -1,0 +1,120 @@
+// Sensors and transceivers, and what they measure.
+
+#include "output.h"
+#include "verb.h"
+
+using nlohmann::json;
+
+namespace {
+
+/// A threshold in a few words; a star marks one that the value is beyond.
+std::string threshold_text(const json& threshold, const std::string& unit)
+{
+    return text_of(threshold, "relation") + " " + quantity(threshold.at("value"), unit) + " " +
+           text_of(threshold, "severity") +
+           (threshold.at("beyond").get<bool>() ? paint(Paint::bad, " *") : "") +
+           (threshold.at("notify").get<bool>() ? "" : " (not notified)");
+}
+
+void print_sensors(const json& sensors)
+{
+    Columns columns;
+    columns.add({"index", "name", "value", "status", "", "thresholds"});
+    for (const json& sensor : sensors) {
+        const std::string unit = text_of(sensor, "unit");
+        std::string thresholds;
+        for (const json& threshold : sensor.at("thresholds")) {
+            thresholds += (thresholds.empty() ? "" : ", ") + threshold_text(threshold, unit);
+        }
+        columns.add({right_aligned(sensor.at("index").get<uint32_t>(), 5), text_of(sensor, "name"),
+                     quantity(sensor.at("value"), unit), status_of(sensor, "status"),
+                     sensor.at("by-hand").get<bool>() ? "by hand" : "", thresholds});
+    }
+    columns.print();
+}
+
+/// The transceivers, and below them all that they measure.
+void print_transceivers(const json& transceivers)
+{
+    Columns ports;
+    ports.add(
+        {"index", "port", "type", "model", "serial", "status", "diagnostics", "lanes", "reads"});
+    Columns readings;
+    readings.add({"index", "port", "quantity", "value", "", "high alarm", "high warning",
+                  "low alarm", "low warning"});
+    for (const json& one : transceivers) {
+        ports.add({right_aligned(one.at("index").get<uint32_t>(), 5), text_of(one, "port"),
+                   text_of(one, "type"), text_of(one, "model"), text_of(one, "serial"),
+                   status_of(one, "status"), text_of(one, "diagnostics"),
+                   std::to_string(one.at("lanes").get<uint32_t>()),
+                   std::to_string(one.at("reads").get<uint64_t>())});
+        for (const json& reading : one.at("readings")) {
+            const std::string unit = text_of(reading, "unit");
+            std::vector<std::string> line = {right_aligned(reading.at("index").get<uint32_t>(), 5),
+                                             text_of(one, "port"), text_of(reading, "quantity"),
+                                             reading.at("no-light").get<bool>()
+                                                 ? "no light"
+                                                 : quantity(reading.at("value"), unit),
+                                             reading.at("by-hand").get<bool>() ? "by hand" : ""};
+            for (const json& threshold : reading.at("thresholds")) {
+                line.push_back(quantity(threshold.at("value"), unit) +
+                               (threshold.at("beyond").get<bool>() ? paint(Paint::bad, " *") : ""));
+            }
+            readings.add(std::move(line));
+        }
+    }
+    ports.print();
+    std::puts("");
+    readings.print();
+}
+
+void reading_options(CLI::App& command, const Arguments& arguments)
+{
+    add_entity(command, arguments, "SENSOR", "The sensor, by its index or its name");
+    add_number_or_auto<double>(command, arguments, "VALUE", "value",
+                               "What it is to measure, in the unit that `sensors` shows, or auto "
+                               "to move again");
+}
+
+void add_port(CLI::App& command, const Arguments& arguments)
+{
+    add_entity(command, arguments, "PORT", "The port, by its index or its name");
+}
+
+void plug_options(CLI::App& command, const Arguments& arguments)
+{
+    add_port(command, arguments);
+    add_argument<std::string>(command, "--type", arguments, "type",
+                              "Plug in a new one of this [transceivers] table of the chassis file")
+        ->type_name("TYPE");
+}
+
+void transceiver_reading_options(CLI::App& command, const Arguments& arguments)
+{
+    add_port(command, arguments);
+    add_argument<std::string>(
+        command, "QUANTITY", arguments, "quantity",
+        "temperature (°C), voltage (V), bias-current (mA), transmit-power or receive-power (dBm)")
+        ->required();
+    add_number_or_auto<double>(command, arguments, "VALUE", "value",
+                               "What it is to measure, none for no light, or auto to move again",
+                               "none");
+}
+
+constexpr Verb verbs[] = {
+    {"sensors", "Show what the sensors measure, and their thresholds", "", no_options,
+     print_sensors},
+    {"reading", "Set what a sensor measures", "\"Module 3 outlet\" 75", reading_options,
+     print_nothing},
+    {"transceivers", "Show the transceivers and what they measure", "", no_options,
+     print_transceivers},
+    {"plug", "Plug in what was unplugged, or a new transceiver", "Ethernet3/1", plug_options,
+     print_nothing},
+    {"unplug", "Unplug a transceiver", "Ethernet3/1", add_port, print_nothing},
+    {"transceiver-reading", "Set what a transceiver measures", "Ethernet3/1 receive-power -12",
+     transceiver_reading_options, print_nothing},
+};
+
+} // namespace
+
+const VerbGroup reading_verbs{"Sensors and transceivers", verbs};

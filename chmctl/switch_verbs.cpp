@@ -1,0 +1,95 @@
+// What the switch does as a whole: supervisors, LEDs, terminals.
+
+#include "output.h"
+#include "verb.h"
+
+#include <algorithm>
+#include <cstdio>
+
+using nlohmann::json;
+
+namespace {
+
+void print_redundancy(const json& result)
+{
+    for (const char* role : {"active", "standby"}) {
+        const std::string name = result.at(role).is_null() ? "none" : text_of(result, role);
+        std::printf("%-12s %s\n", role, name.c_str());
+    }
+    for (const char* number : {"state", "switchovers", "last-reason", "last-action"}) {
+        std::printf("%-12s %d\n", number, result.at(number).get<int>());
+    }
+}
+
+/// What LEDs show, from 1 on.
+constexpr const char* colours[] = {"off", "green", "amber", "red", "blinking-green"};
+
+void print_leds(const json& leds)
+{
+    for (const json& led : leds) {
+        const auto value = led.at("value").get<int>();
+        const bool known = value >= 1 && value <= static_cast<int>(std::size(colours));
+        std::printf("%6u.%u  %-14s  %s\n", led.at("index").get<uint32_t>(),
+                    led.at("led").get<uint32_t>(),
+                    known ? colours[value - 1] : std::to_string(value).c_str(),
+                    text_of(led, "name").c_str());
+    }
+}
+
+void print_terminals(const json& messages)
+{
+    for (const json& message : messages) {
+        std::printf("%s  duration %d, interval %d: %s\n", text_of(message, "time").c_str(),
+                    message.at("duration").get<int>(), message.at("interval").get<int>(),
+                    text_of(message, "text").c_str());
+    }
+}
+
+void switchover_options(CLI::App& command, const Arguments& arguments)
+{
+    (*arguments)["reason"] = 0;
+    add_argument<int32_t>(command, "--reason", arguments, "reason",
+                          "Code of the reason that the high-availability manager tells")
+        ->type_name("CODE")
+        ->default_str("0, which is by request");
+}
+
+void supervisor_state_options(CLI::App& command, const Arguments& arguments)
+{
+    add_number_or_auto<int32_t>(
+        command, arguments, "STATE", "state",
+        "The state's code (2 is redundant), or auto to follow the supervisors");
+}
+
+void led_options(CLI::App& command, const Arguments& arguments)
+{
+    add_entity(command, arguments, "ENTITY", "What the LED sits on, by its index or its name");
+    add_argument<uint32_t>(command, "LED", arguments, "led", "Number of the LED, from 1")
+        ->required();
+    command
+        .add_option_function<std::string>(
+            "COLOUR",
+            [=](const std::string& colour) {
+                const auto* found = std::ranges::find(colours, colour);
+                (*arguments)["value"] =
+                    colour == "auto" ? json() : json(found - std::begin(colours) + 1);
+            },
+            "off, green, amber, red, blinking-green, or auto to follow its unit")
+        ->required()
+        ->check(CLI::IsMember({"off", "green", "amber", "red", "blinking-green", "auto"}));
+}
+
+constexpr Verb verbs[] = {
+    {"redundancy", "Show the supervisors' roles", "", no_options, print_redundancy},
+    {"switchover", "Put the standby supervisor in charge", "--reason 1", switchover_options,
+     print_redundancy},
+    {"supervisor-state", "Set the supervisors' state code", "4", supervisor_state_options,
+     print_redundancy},
+    {"leds", "Show what the LEDs show", "", no_options, print_leds},
+    {"led", "Set what a LED shows", "\"Module 3\" 1 amber", led_options, print_nothing},
+    {"terminals", "Show the messages that reached the terminals", "", no_options, print_terminals},
+};
+
+} // namespace
+
+const VerbGroup switch_verbs{"Supervisors, LEDs and terminals", verbs};

@@ -1,0 +1,37 @@
+/// The commands that ask the switch.
+#pragma once
+
+#include "arguments.h"
+
+#include <functional>
+#include <span>
+
+/// A command that asks the switch: the verb of the request, its arguments, and how to print.
+struct Verb {
+    const char* name;
+    const char* help;
+    const char* example; ///< its arguments, for the help
+    void (*add_options)(CLI::App& command, const Arguments& arguments);
+    void (*print)(const nlohmann::json& result);
+};
+
+inline void no_options(CLI::App& /*command*/, const Arguments& /*arguments*/) {}
+inline void print_nothing(const nlohmann::json& /*result*/) {}
+
+/// Verbs under one heading of the help.
+struct VerbGroup {
+    const char* title;
+    std::span<const Verb> verbs;
+};
+
+extern const VerbGroup unit_verbs;
+extern const VerbGroup reading_verbs;
+extern const VerbGroup switch_verbs;
+extern const VerbGroup platform_verbs;
+
+/// Adds every verb as a command. @param run is called with the verb that was given and its request
+void add_verbs(CLI::App& app,
+               const std::function<void(const Verb& verb, const nlohmann::json& request)>& run);
+
+/// Has the help of a command end with an example. @param arguments of the command
+void add_example(CLI::App& command, const std::string& arguments);
