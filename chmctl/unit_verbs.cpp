@@ -3,6 +3,7 @@
 #include "output.h"
 #include "verb.h"
 
+#include <cstdio>
 #include <map>
 
 using nlohmann::json;
@@ -88,6 +89,11 @@ void chassis_type_options(CLI::App& command, const Arguments& arguments)
         ->required();
 }
 
+void print_export(const json& result)
+{
+    std::fputs(result.at("toml").get<std::string>().c_str(), stdout);
+}
+
 constexpr Verb verbs[] = {
     {"inventory", "Show what the chassis is made of", "", no_options, print_inventory},
     {"units", "Show modules, power supplies and fan trays", "", no_options, print_units},
@@ -103,6 +109,8 @@ constexpr Verb verbs[] = {
     {"plug-unknown", "Plug in a unit that the switch does not recognize", "\"Slot 3\"",
      place_options, print_nothing},
     {"chassis-type", "Set the type code of the chassis", "10", chassis_type_options, print_nothing},
+    {"export", "Print a chassis file of the chassis as it is", "> mine.toml", no_options,
+     print_export},
 };
 
 } // namespace

@@ -38,8 +38,14 @@ void Chassis::add_unit(Assembly assembly)
     unit.powered = true;
     unit.status_changed = unit.went_into_service = last_change_;
     unit.starts = 1;
-    measure_parts(unit);
-    settle_roles();
+    settle(unit);
+}
+
+void Chassis::add_pulled(Assembly assembly)
+{
+    const auto place = std::ranges::find_if(
+        places_, [&](const auto& entry) { return entry.second.unit_index == assembly.unit.index; });
+    place->second.pulled = std::move(assembly);
 }
 
 const Entity* Chassis::find(uint32_t index) const

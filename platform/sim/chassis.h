@@ -78,12 +78,18 @@ public:
     /// transceivers' rows.
     void add(Entity entity);
 
-    /// Adds a place whose container is there, and a unit that is in service from the start.
+    /// Adds a place whose container is there, and a unit that is in service from the start, unless
+    /// it has failed or its administrative statuses have it off.
     void add_place(Place place) { places_.emplace(place.index, std::move(place)); }
     void add_unit(Assembly assembly);
 
+    /// Adds a unit that was pulled from its place and may be inserted.
+    void add_pulled(Assembly assembly);
+
     /// How long a module starts before it goes into service.
     void set_start_time(std::chrono::seconds time) { start_time_ = time; }
+
+    std::chrono::seconds start_time() const { return start_time_; }
 
     // How it is.
 
@@ -171,6 +177,7 @@ public:
     // Changes. An index that is unknown throws std::out_of_range, what the switch refuses Refusal.
 
     SwitchSettings& settings() { return settings_; }
+    const SwitchSettings& settings() const { return settings_; }
 
     /// Writes texts of an entity; values that are already there change nothing.
     void write(uint32_t index, std::span<const TextChange> changes);

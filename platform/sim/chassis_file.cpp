@@ -1,135 +1,18 @@
 #include "chassis_file.h"
 
+#include "chassis_schema.h"
 #include "entity_record.h"
-#include "if_index.h"
-#include "physical_index.h"
 #include "transceiver_record.h"
 
-#include <toml++/toml.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <cstring>
-#include <fstream>
+#include <map>
 #include <optional>
 #include <regex>
-#include <sstream>
+#include <set>
 
 namespace sim {
 namespace {
-
-constexpr uint32_t max_sensors = 64; ///< of one entity
-
-template <typename... Parts>
-std::string concat(const Parts&... parts)
-{
-    std::ostringstream text;
-    (text << ... << parts);
-    return text.str();
-}
-
-Entity make_port(uint32_t slot, uint32_t number)
-{
-    // The codec numbers slots and ports from 0.
-    uint32_t if_index = 0;
-    if_index_phy_ethernet_init(&if_index, static_cast<uint8_t>(slot - 1),
-                               static_cast<uint8_t>(number - 1), 0);
-    char name[IF_INDEX_TEXT_SIZE];
-    sprintf_if_index(name, if_index);
-
-    return {.index = port_index(slot, number),
-            .entity_class = EntityClass::port,
-            .description = "Ethernet port",
-            .name = name,
-            .port = Port{.if_index = if_index}};
-}
-
-Entity make_fan(uint32_t tray, uint32_t number)
-{
-    return {.index = 4000 + 16 * tray + number,
-            .entity_class = EntityClass::fan,
-            .description = "Fan",
-            .name = concat("Fan ", tray, "/", number)};
-}
-
-/// What fills the places of a chassis: modules its slots, power supplies and fan trays their bays.
-struct UnitKind {
-    UnitType type;
-    std::string_view entry; ///< each [[entry]] table of the file describes one
-    std::string_view name;  ///< of a unit, before its place's number
-    EntityClass entity_class;
-    uint32_t vendor_type;
-    uint32_t base; ///< the unit in place n has the index base + n
-
-    std::string_view place;       ///< key of the number of the unit's place
-    std::string_view place_count; ///< key of [chassis] with the number of places
-    uint32_t max_places;
-    std::string_view place_name;
-    uint32_t place_vendor_type;
-    uint32_t place_base;
-
-    /// The platform's own sensors have 64 indexes for each entity that may hold some: the chassis
-    /// is number 0 of these holders, the unit in place n is number sensor_holder_base + n.
-    uint32_t sensor_holder_base;
-
-    std::string_view watts;      ///< key of what a unit draws or delivers
-    std::string_view parts = {}; ///< key with the number of ports or fans
-    uint32_t max_parts = 0;
-    Entity (*make_part)(uint32_t place, uint32_t number) = nullptr;
-};
-
-constexpr UnitKind unit_kinds[] = {
-    {.type = UnitType::module,
-     .entry = "module",
-     .name = "Module",
-     .entity_class = EntityClass::module,
-     .vendor_type = 1,
-     .base = 1000,
-     .place = "slot",
-     .place_count = "slots",
-     .max_places = 18,
-     .place_name = "Slot",
-     .place_vendor_type = 1,
-     .place_base = 100,
-     .sensor_holder_base = 0,
-     .watts = "power",
-     .parts = "ports",
-     .max_parts = 64,
-     .make_part = make_port},
-    {.type = UnitType::power_supply,
-     .entry = "power-supply",
-     .name = "Power supply",
-     .entity_class = EntityClass::power_supply,
-     .vendor_type = 1,
-     .base = 2000,
-     .place = "bay",
-     .place_count = "power-supply-bays",
-     .max_places = 16,
-     .place_name = "Power supply bay",
-     .place_vendor_type = 2,
-     .place_base = 200,
-     .sensor_holder_base = 20,
-     .watts = "output"},
-    {.type = UnitType::fan_tray,
-     .entry = "fan-tray",
-     .name = "Fan tray",
-     // A replaceable subsystem that contains fans is a module in ENTITY-MIB's terms.
-     .entity_class = EntityClass::module,
-     .vendor_type = 2,
-     .base = 3000,
-     .place = "bay",
-     .place_count = "fan-tray-bays",
-     .max_places = 16,
-     .place_name = "Fan tray bay",
-     .place_vendor_type = 3,
-     .place_base = 300,
-     .sensor_holder_base = 40,
-     .watts = "power",
-     .parts = "fans",
-     .max_parts = 16,
-     .make_part = make_fan},
-};
 
 /// A table together with the [types] table that it refers to, whose keys it inherits.
 struct Settings {
@@ -142,9 +25,6 @@ struct Settings {
         return node == nullptr && type != nullptr ? type->get(key) : node;
     }
 };
-
-constexpr Named<ModuleRole> roles[] = {{"supervisor", ModuleRole::supervisor},
-                                       {"line-card", ModuleRole::line_card}};
 
 using Keys = std::vector<std::string_view>;
 
@@ -188,17 +68,20 @@ Keys transceiver_keys(Keys more = {})
 class Reader {
 public:
     explicit Reader(const std::string& file, Chassis::TimeSource now = Clock::now)
-        : file_(file), root_(parse()), chassis_(file, std::move(now))
+        : file_(file), root_(parse_chassis_file(file)), chassis_(file, std::move(now))
     {
     }
 
     Chassis read()
     {
+        read_entity_entries();
         read_places();
         for (const UnitKind& kind : unit_kinds) {
             for_each_table(root_.get(kind.entry), kind.entry,
                            [&](const toml::table& entry) { add_units(kind, entry); });
         }
+        plug_unrecognized();
+        check_entity_entries();
         return std::move(chassis_);
     }
 
@@ -235,8 +118,8 @@ private:
     /// Everything but the units.
     void read_places()
     {
-        check_keys(root_,
-                   {"chassis", "types", "transceivers", "module", "power-supply", "fan-tray"});
+        check_keys(root_, {"chassis", "types", "transceivers", "module", "power-supply", "fan-tray",
+                           "entity"});
         check_types();
         const toml::node* settings = root_.get("chassis");
         if (settings == nullptr) {
@@ -249,23 +132,57 @@ private:
         }
     }
 
+    /// Entries for entities that are described with others otherwise.
+    void read_entity_entries()
+    {
+        for_each_table(root_.get("entity"), "entity", [&](const toml::table& entry) {
+            check_keys(entry, entity_keys({"index", "failed"}));
+            const toml::node* index = entry.get("index");
+            if (index == nullptr) {
+                fail(entry.source(), "[[entity]] has no 'index'");
+            }
+            const uint32_t value = number(*index, "index", 1, INT32_MAX);
+            if (!entity_entries_.emplace(value, &entry).second) {
+                fail(index->source(), "another [[entity]] has the index ", value);
+            }
+        });
+    }
+
+    void check_entity_entries() const
+    {
+        for (const auto& [index, entry] : entity_entries_) {
+            if (described_.count(index) == 0) {
+                fail(entry->source(), "there is no entity ", index);
+            }
+        }
+    }
+
+    void plug_unrecognized()
+    {
+        const toml::node* places = root_["chassis"]["unrecognized"].node();
+        if (places == nullptr) {
+            return;
+        }
+        if (!places->is_array()) {
+            fail(places->source(), "'unrecognized' is not an array");
+        }
+        for (const toml::node& node : *places->as_array()) {
+            const uint32_t place = number(node, "unrecognized", 1, INT32_MAX);
+            if (chassis_.places().count(place) == 0) {
+                fail(node.source(), "there is no slot or bay ", place);
+            }
+            try {
+                chassis_.plug_unknown(place);
+            } catch (const Refusal& refusal) {
+                fail(node.source(), refusal.what());
+            }
+        }
+    }
+
     [[noreturn]] void fail(const toml::source_region& where, const auto&... what) const
     {
         const size_t line = std::max<size_t>(where.begin.line, 1);
         throw ChassisFileError(concat(file_, ":", line, ": ", what...));
-    }
-
-    toml::table parse() const
-    {
-        std::ifstream stream(file_);
-        if (stream.peek() == std::ifstream::traits_type::eof() && !stream.eof()) {
-            throw ChassisFileError(file_ + ": " + std::strerror(errno));
-        }
-        try {
-            return toml::parse(stream, file_);
-        } catch (const toml::parse_error& error) {
-            fail(error.source(), error.description());
-        }
     }
 
     void check_keys(const toml::table& table, const Keys& known) const
@@ -376,6 +293,13 @@ private:
         return node.as_boolean()->get();
     }
 
+    /// Whether a setting that may be missing is true.
+    bool is_set(const Settings& settings, std::string_view what) const
+    {
+        const toml::node* node = settings.find(what);
+        return node != nullptr && truth(*node, what);
+    }
+
     /// The one of some choices whose key a setting gives.
     template <typename Choice, size_t Count>
     const Choice& choice(const Settings& settings, std::string_view what,
@@ -438,10 +362,15 @@ private:
     }
 
     /// An entity with what it has from others, checked.
-    Entity completed(Entity entity, const toml::source_region& where) const
+    Entity completed(Entity entity, const toml::source_region& where)
     {
+        described_.insert(entity.index);
+        if (const auto entry = entity_entries_.find(entity.index); entry != entity_entries_.end()) {
+            describe(entity, {*entry->second});
+            entity.failed = is_set({*entry->second}, "failed") || entity.failed;
+        }
         if (entity.manufacturer.empty()) {
-            entity.manufacturer = manufacturer_;
+            entity.manufacturer = own_.manufacturer;
         }
         for (const EntityText& text : entity_texts) {
             check_text(where, text, entity.*text.text);
@@ -451,19 +380,16 @@ private:
 
     void add_chassis(const toml::table& settings)
     {
-        Keys keys = entity_keys({"sensors", "start-seconds", "type-code", "diagnostics-delay-ms"});
+        Keys keys = entity_keys(
+            {"sensors", "start-seconds", "type-code", "diagnostics-delay-ms", "unrecognized"});
         for (const UnitKind& kind : unit_kinds) {
             keys.push_back(kind.place_count);
         }
         check_keys(settings, keys);
 
-        Entity chassis{.index = chassis_index,
-                       .entity_class = EntityClass::chassis,
-                       .description = "Chassis",
-                       .name = "Chassis"};
+        Entity chassis = make_chassis();
         describe(chassis, {settings});
-        manufacturer_ = chassis.manufacturer;
-        serial_ = chassis.serial;
+        own_ = chassis;
         if (const toml::node* node = settings.get("start-seconds")) {
             chassis_.set_start_time(std::chrono::seconds(number(*node, "start-seconds", 0, 3600)));
         }
@@ -481,15 +407,10 @@ private:
     {
         const uint32_t places = count({settings}, kind.place_count, kind.max_places);
         for (uint32_t place = 1; place <= places; ++place) {
-            const uint32_t index = kind.place_base + place;
-            chassis_.add(completed({.index = index,
-                                    .entity_class = EntityClass::container,
-                                    .contained_in = chassis_index,
-                                    .position = ++containers_,
-                                    .vendor_type = kind.place_vendor_type,
-                                    .description = std::string(kind.place_name),
-                                    .name = concat(kind.place_name, " ", place)},
-                                   settings.source()));
+            Entity container = make_container(kind, place);
+            container.position = ++containers_;
+            const uint32_t index = container.index;
+            chassis_.add(completed(std::move(container), settings.source()));
             chassis_.add_place(
                 {.index = index, .type = kind.type, .unit_index = kind.base + place});
         }
@@ -514,7 +435,14 @@ private:
 
     Settings settings_of(const UnitKind& kind, const toml::table& entry) const
     {
-        check_keys(entry, unit_keys(kind, {"type", kind.place}));
+        Keys keys = unit_keys(kind, {"type", kind.place, "pulled", "failed"});
+        if (kind.type == UnitType::module) {
+            keys.push_back("admin-status");
+        }
+        if (kind.type != UnitType::power_supply) {
+            keys.push_back("power-admin-status");
+        }
+        check_keys(entry, keys);
         const Settings settings = with_type(entry, "types");
         if (settings.type != nullptr) {
             check_keys(*settings.type, unit_keys(kind));
@@ -549,31 +477,36 @@ private:
         if (chassis_.find(kind.base + place) != nullptr) {
             fail(node.source(), kind.place, " ", place, " holds another ", kind.entry);
         }
-        chassis_.add_unit(make_unit(kind, place, settings, node.source()));
+        if (const Place& holder = chassis_.places().at(kind.place_base + place); holder.pulled) {
+            fail(node.source(), "another ", kind.entry, " was pulled from ", kind.place, " ",
+                 place);
+        }
+        Assembly assembly = make_unit(kind, place, settings, node.source());
+        if (is_set(settings, "pulled")) {
+            chassis_.add_pulled(std::move(assembly));
+        } else {
+            chassis_.add_unit(std::move(assembly));
+        }
     }
 
     /// A unit for a place, with its parts. Complaints that no key is to blame for name `where`.
     Assembly make_unit(const UnitKind& kind, uint32_t place, const Settings& settings,
-                       const toml::source_region& where) const
+                       const toml::source_region& where)
     {
-        Entity entity{.index = kind.base + place,
-                      .entity_class = kind.entity_class,
-                      .contained_in = kind.place_base + place,
-                      .position = 1,
-                      .vendor_type = kind.vendor_type,
-                      .replaceable = true,
-                      .description = std::string(kind.name),
-                      .name = concat(kind.name, " ", place)};
-        entity.serial = serial_.empty() ? "" : concat(serial_, "-", entity.index);
+        Entity entity = sim::make_unit(kind, place, own_.serial);
         describe(entity, settings);
+        entity.failed = is_set(settings, "failed");
 
-        Assembly assembly{.unit = {.type = kind.type,
-                                   .index = entity.index,
-                                   .number = place,
-                                   .role = choice(settings, "role", "line-card", roles).value,
-                                   .watts = count(settings, kind.watts, max_watts)},
-                          .entities =
-                              make_sensors(entity, kind.sensor_holder_base + place, settings)};
+        Assembly assembly{
+            .unit = {.type = kind.type,
+                     .index = entity.index,
+                     .number = place,
+                     .role = choice(settings, "role", "line-card", roles).value,
+                     .watts = count(settings, kind.watts, max_watts),
+                     .admin_status = choice(settings, "admin-status", "on", admin_statuses).value,
+                     .power_admin_status =
+                         choice(settings, "power-admin-status", "on", power_admin_statuses).value},
+            .entities = make_sensors(entity, kind.sensor_holder_base + place, settings)};
         const uint32_t parts = count(settings, kind.parts, kind.max_parts);
         for (uint32_t number = 1; number <= parts; ++number) {
             Entity part = kind.make_part(place, number);
@@ -599,7 +532,7 @@ private:
         }
         const toml::node* transceivers = settings.find("transceivers");
         for_each_table(transceivers, "transceivers", [&](const toml::table& entry) {
-            check_keys(entry, transceiver_keys({"ports", "type"}));
+            check_keys(entry, transceiver_keys({"ports", "type", "unplugged"}));
             const toml::node* list = entry.get("ports");
             if (list == nullptr) {
                 fail(entry.source(), "an element of 'transceivers' has no 'ports'");
@@ -609,10 +542,10 @@ private:
                 if (!entity.port->has_cage) {
                     fail(list->source(), "port ", number, " is electrical");
                 }
-                if (entity.port->transceiver) {
+                if (entity.port->transceiver || entity.port->unplugged) {
                     fail(list->source(), "port ", number, " holds another transceiver");
                 }
-                entity.port->transceiver =
+                (is_set({entry}, "unplugged") ? entity.port->unplugged : entity.port->transceiver) =
                     make_transceiver(with_type(entry, "transceivers"), entity, list->source());
             }
         });
@@ -648,9 +581,8 @@ private:
     Transceiver make_transceiver(const Settings& settings, const Entity& port,
                                  const toml::source_region& where) const
     {
-        Transceiver transceiver{.type = settings.own["type"].value_or(std::string())};
-        transceiver.manufacturer = manufacturer_;
-        transceiver.serial = serial_.empty() ? "" : concat(serial_, "-", port.index);
+        Transceiver transceiver = sim::make_transceiver(own_, port.index);
+        transceiver.type = settings.own["type"].value_or(std::string());
         read_texts(transceiver, transceiver_texts, settings);
         for (const TransceiverText& text : transceiver_texts) {
             check_text(where, text, transceiver.*text.text);
@@ -673,12 +605,19 @@ private:
     {
         const bool dark = quantity.logarithmic && node != nullptr &&
                           node->value_exact<std::string_view>() == "none";
-        const bool usual = dark || node == nullptr;
-        Measurement measurement = sim::make_measurement(
-            quantity, usual ? quantity.usual : range_of(quantity, as_table(*node, quantity.key)),
-            format, seed);
-        if (dark) {
-            measurement.reading.set_by_hand(no_light);
+        if (dark || node == nullptr) {
+            Measurement usual = sim::make_measurement(quantity, quantity.usual, format, seed);
+            usual.reading.set_by_hand(dark ? std::optional(no_light) : std::nullopt);
+            return usual;
+        }
+        const toml::table& table = as_table(*node, quantity.key);
+        Measurement measurement =
+            sim::make_measurement(quantity, range_of(quantity, table), format, seed);
+        if (const toml::node* held = table.get("held")) {
+            const bool held_dark =
+                quantity.logarithmic && held->value_exact<std::string_view>() == "none";
+            measurement.reading.set_by_hand(
+                held_dark ? no_light : real(table, "held", 0, quantity.least, quantity.most));
         }
         return measurement;
     }
@@ -686,7 +625,7 @@ private:
     ReadingRange range_of(const Quantity& quantity, const toml::table& table) const
     {
         ReadingRange range = quantity.usual;
-        Keys keys = {"low", "high"};
+        Keys keys = {"low", "high", "held"};
         keys.insert(keys.end(), std::begin(limit_keys), std::end(limit_keys));
         check_keys(table, keys);
         const auto read = [&](std::string_view key, double& value) {
@@ -716,21 +655,17 @@ private:
     }
 
     std::vector<Entity> make_sensors(const Entity& holder, uint32_t holder_number,
-                                     const Settings& settings) const
+                                     const Settings& settings)
     {
         std::vector<Entity> sensors;
         for_each_table(settings.find("sensors"), "sensors", [&](const toml::table& entry) {
-            check_keys(entry,
-                       entity_keys({"kind", "scale", "precision", "low", "high", "thresholds"}));
+            check_keys(entry, entity_keys({"kind", "scale", "precision", "low", "high", "held",
+                                           "thresholds"}));
             const auto number = static_cast<uint32_t>(sensors.size() + 1);
             if (number > max_sensors) {
                 fail(entry.source(), "more than ", max_sensors, " sensors");
             }
-            Entity sensor{.index = ENTITY_SENSOR_START + max_sensors * holder_number + number - 1,
-                          .entity_class = EntityClass::sensor,
-                          .contained_in = holder.index,
-                          .position = static_cast<int32_t>(number),
-                          .name = concat("sensor ", number)};
+            Entity sensor = sim::make_sensor(holder, holder_number, number);
             sensor.sensor = make_sensor(sensor.index, entry);
             sensor.description = sensor.sensor->kind->description;
             describe(sensor, {entry});
@@ -754,6 +689,9 @@ private:
             fail(entry.source(), "'low' is ", low, ", above 'high', which is ", high);
         }
         Sensor sensor{&kind, scale, precision, Reading(low, high, index)};
+        if (entry.contains("held")) {
+            sensor.reading.set_by_hand(real(entry, "held", std::nullopt, -most, most));
+        }
         for_each_table(entry.get("thresholds"), "thresholds", [&](const toml::table& threshold) {
             if (sensor.thresholds.size() == max_thresholds) {
                 fail(threshold.source(), "more than ", max_thresholds, " thresholds");
@@ -778,9 +716,10 @@ private:
     const std::string& file_;
     toml::table root_;
     Chassis chassis_;
-    int32_t containers_ = 0;   ///< so far, in the chassis
-    std::string manufacturer_; ///< of everything whose entry names no other
-    std::string serial_;       ///< of the chassis; units without a serial number derive theirs
+    int32_t containers_ = 0; ///< so far, in the chassis
+    Entity own_; ///< that of the chassis, from which others have their manufacturer and serial
+    std::map<uint32_t, const toml::table*> entity_entries_; ///< by index
+    std::set<uint32_t> described_;                          ///< indexes of all entities so far
 };
 
 } // namespace

@@ -23,6 +23,10 @@ public:
 
     bool is_by_hand() const { return by_hand_.has_value(); }
 
+    double low() const { return low_; }
+    double high() const { return high_; }
+    std::optional<double> by_hand() const { return by_hand_; }
+
 private:
     double low_;
     double high_;

@@ -108,7 +108,8 @@ Measurement make_measurement(const Quantity& quantity, const ReadingRange& range
             {threshold(high_alarm, Relation::greater_than),
              threshold(high_warning, Relation::greater_than),
              threshold(low_alarm, Relation::less_than),
-             threshold(low_warning, Relation::less_than)}};
+             threshold(low_warning, Relation::less_than)},
+            range};
 }
 
 std::vector<diag_info> read_lanes(const Transceiver& transceiver, Clock::time_point time,

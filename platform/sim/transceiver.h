@@ -140,6 +140,7 @@ inline constexpr double no_light = -std::numeric_limits<double>::infinity();
 struct Measurement {
     Reading reading;
     std::array<Threshold, limits> thresholds;
+    ReadingRange range{}; ///< from which both were made
 };
 
 struct Transceiver {

@@ -1,5 +1,6 @@
 #include "verbs.h"
 
+#include "chassis_export.h"
 #include "chassis_file.h"
 #include "entity_record.h"
 #include "event_log.h"
@@ -464,6 +465,11 @@ json chassis_type(const json& arguments)
     return {{"type-code", the_chassis().settings().type_code}};
 }
 
+json export_file(const json& /*arguments*/)
+{
+    return {{"toml", export_chassis(the_chassis())}};
+}
+
 json terminal_messages(const json& /*arguments*/)
 {
     json list = json::array();
@@ -558,6 +564,7 @@ constexpr Verb verbs[] = {
     {"unplug", unplug},
     {"transceiver-reading", transceiver_reading},
     {"chassis-type", chassis_type},
+    {"export", export_file},
     {"fault", fault_verb},
     {"faults", faults_verb},
     {"clear-faults", clear_faults_verb},
