@@ -1,9 +1,12 @@
 // chmctl: looks at a running simulated switch and changes it.
 
 #include "chassis_file.h"
+#include "completion.h"
 #include "output.h"
+#include "play.h"
 #include "switch_client.h"
 #include "verb.h"
+#include "watch.h"
 
 #include <csignal>
 #include <cstdio>
@@ -48,7 +51,51 @@ int run(int argc, char** argv)
             verb.print(result);
         }
     });
+    double seconds = 2;
+    uint32_t count = 0;
+    CLI::App* view = app.add_subcommand("watch", "Draw how the switch is, again and again");
+    view->group("Views and scenarios");
+    view->add_option("--every", seconds, "How long a drawing stays")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.1, 3600.0))
+        ->capture_default_str();
+    auto* counted = view->add_option("--count", count, "How often it draws, else until Ctrl-C")
+                        ->type_name("N")
+                        ->check(CLI::PositiveNumber);
+    view->add_flag_callback(
+            "--once", [&] { count = 1; }, "Draw once")
+        ->excludes(counted);
+    view->final_callback([&] { watch(socket, seconds, count); });
+    add_example(*view, "--once");
+
     std::string file;
+    double speed = 1;
+    CLI::App* scenario = app.add_subcommand("play", "Play a scenario of timed commands");
+    scenario->group("Views and scenarios");
+    scenario->add_option("FILE", file, "The scenario file")->required();
+    scenario->add_option("--speed", speed, "How many times as fast as the file says")
+        ->type_name("TIMES")
+        ->check(CLI::Range(0.001, 1e6))
+        ->capture_default_str();
+    scenario->final_callback([&] { play(file, speed, socket); });
+    add_example(*scenario, "scenarios/fan-failure.toml --speed 2");
+
+    CLI::App* completion = app.add_subcommand("completion", "Print what completes words in bash");
+    completion->group("Files");
+    completion->final_callback([] { std::fputs(bash_completion, stdout); });
+    completion->footer("Example:\n  source <(chmctl completion)");
+
+    // Bash asks for it; see bash_completion.
+    std::vector<std::string> words;
+    CLI::App* complete = app.add_subcommand("complete", "Print what a word may go on with");
+    complete->group("");
+    complete->add_option("WORDS", words, "The words so far");
+    complete->final_callback([&] {
+        for (const std::string& word : completions(app, words, socket)) {
+            std::puts(word.c_str());
+        }
+    });
+
     CLI::App* check = app.add_subcommand("check", "Check a chassis file, without a switch");
     check->group("Files");
     check->add_option("FILE", file, "The chassis file")->required();

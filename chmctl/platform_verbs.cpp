@@ -45,6 +45,16 @@ void print_status(const json& status)
     print_trace(status.at("trace"));
 }
 
+void print_notifications(const json& notifications)
+{
+    Columns columns;
+    for (const json& one : notifications) {
+        columns.add({text_of(one, "time"), text_of(one, "name"), text_of(one, "about"),
+                     text_of(one, "oid")});
+    }
+    columns.print();
+}
+
 /// A fault in words.
 std::string effect_text(const json& fault)
 {
@@ -119,6 +129,8 @@ void clear_faults_options(CLI::App& command, const Arguments& arguments)
 constexpr Verb verbs[] = {
     {"status", "Show how the switch is", "", no_options, print_status},
     {"history", "Show the event history", "--last 20", history_options, print_history},
+    {"notifications", "Show the last notifications that were sent", "", no_options,
+     print_notifications},
     {"trace", "Switch tracing on or off", "history on", trace_options, print_trace},
     {"marker", "Have power events report the unit status, or not", "on", marker_options,
      print_marker},

@@ -1,5 +1,6 @@
 #include "c_boundary.h"
 #include "event_log.h"
+#include "notification_log.h"
 #include "notification_sender.h"
 #include "records.h"
 #include "request_user.h"
@@ -10,6 +11,7 @@
 
 #include <cstring>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -26,6 +28,15 @@ std::string user_of(const netsnmp_pdu& pdu)
         return {pdu.securityName, pdu.securityNameLen};
     }
     return {reinterpret_cast<const char*>(pdu.community), pdu.community_len};
+}
+
+std::string text_of(std::span<const oid> name)
+{
+    std::string text;
+    for (const oid number : name) {
+        text += (text.empty() ? "" : ".") + std::to_string(number);
+    }
+    return text;
 }
 
 /// The agent checks the access of each request before any handler sees it; this looks on.
@@ -69,6 +80,13 @@ void send_notification(const oid* name, size_t length, Bindings bindings)
     if (first == nullptr) {
         throw std::bad_alloc();
     }
+    const netsnmp_variable_list* about = bindings.get();
+    while (about != nullptr && about->next_variable != nullptr) {
+        about = about->next_variable;
+    }
+    log_notification(text_of({name, length}),
+                     about == nullptr ? 0
+                                      : static_cast<uint32_t>(about->name[about->name_length - 1]));
     first->next_variable = bindings.release();
     bindings.reset(first);
     send_v2trap(first);

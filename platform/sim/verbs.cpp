@@ -8,6 +8,7 @@
 #include "fault_verbs.h"
 #include "heartbeat.h"
 #include "led.h"
+#include "notification_log.h"
 #include "platform_manager.h"
 #include "terminals.h"
 #include "transceiver_record.h"
@@ -518,6 +519,21 @@ json event_history(const json& arguments)
     return list;
 }
 
+json notifications(const json& /*arguments*/)
+{
+    const Chassis& chassis = the_chassis();
+    json list = json::array();
+    for (const SentNotification& one : sent_notifications()) {
+        const Entity* entity = chassis.find(one.about);
+        list.push_back({{"time", time_text(one.time)},
+                        {"oid", one.oid},
+                        {"name", one.name},
+                        {"index", one.about},
+                        {"about", entity == nullptr ? "" : entity->name}});
+    }
+    return list;
+}
+
 json status(const json& /*arguments*/)
 {
     json result{{"pid", getpid()},
@@ -571,6 +587,7 @@ constexpr Verb verbs[] = {
     {"terminals", terminal_messages},
     {"trace", trace},
     {"history", event_history},
+    {"notifications", notifications},
     {"status", status},
 };
 

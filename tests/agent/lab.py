@@ -116,7 +116,8 @@ class Switch(Daemon):
         """lines: more of the agent's configuration. under: a command that runs the agent."""
         super().__init__()
         self.control = self.state / "control"
-        self.chassis, self.lines, self.under = chassis_file(chassis), lines, under
+        self.chassis = chassis_file(chassis) if isinstance(chassis, str) else chassis
+        self.lines, self.under = lines, under
 
     def start(self):
         self.spawn(lambda port: [*self.under, SOURCE / "scripts/agent", BUILD, self.state, port,

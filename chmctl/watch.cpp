@@ -1,0 +1,156 @@
+#include "watch.h"
+
+#include "output.h"
+#include "switch_client.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <thread>
+#include <unistd.h>
+
+using nlohmann::json;
+
+namespace {
+
+constexpr size_t shown = 5; ///< lines of what there are many of
+
+void print_heading(const std::string& text)
+{
+    std::printf("\n%s\n", paint(Paint::heading, text).c_str());
+}
+
+json ask(const std::string& socket, const char* verb)
+{
+    return ask_switch(socket, {{"verb", verb}});
+}
+
+void print_units(const json& units)
+{
+    uint64_t delivered = 0;
+    uint64_t drawn = 0;
+    Columns columns;
+    for (const json& unit : units) {
+        const auto watts = unit.at("watts").get<uint32_t>();
+        const auto index = unit.at("index").get<uint32_t>();
+        (index > 2000 && index < 3000 ? delivered : drawn) += watts;
+        columns.add({"  " + text_of(unit, "name"), status_of(unit, "status"),
+                     right_aligned(watts, 6) + " W",
+                     unit.at("active").get<bool>() ? "active supervisor" : ""});
+    }
+    print_heading("Units: " + std::to_string(delivered) + " W delivered, " + std::to_string(drawn) +
+                  " W drawn");
+    columns.print();
+}
+
+/// A reading with how near it is to the nearest of its thresholds, in its unit.
+struct Watched {
+    double margin;
+    std::vector<std::string> line;
+};
+
+void print_worst(const char* heading, std::vector<Watched> readings)
+{
+    std::ranges::stable_sort(readings, {}, &Watched::margin);
+    readings.resize(std::min(readings.size(), shown));
+    print_heading(heading);
+    Columns columns;
+    for (Watched& reading : readings) {
+        columns.add(std::move(reading.line));
+    }
+    columns.print();
+}
+
+bool is_beyond_any(const json& thresholds)
+{
+    return std::ranges::any_of(thresholds,
+                               [](const json& one) { return one.at("beyond").get<bool>(); });
+}
+
+std::string value_text(const json& reading)
+{
+    const std::string text = quantity(reading.at("value"), text_of(reading, "unit"));
+    return is_beyond_any(reading.at("thresholds")) ? paint(Paint::bad, text + " *") : text;
+}
+
+void print_hottest(const json& sensors)
+{
+    std::vector<Watched> hottest;
+    for (const json& sensor : sensors) {
+        if (sensor.at("kind") == "temperature" && sensor.at("status") == "ok") {
+            hottest.push_back({-sensor.at("value").get<double>(),
+                               {"  " + text_of(sensor, "name"), value_text(sensor)}});
+        }
+    }
+    print_worst("Hottest sensors", std::move(hottest));
+}
+
+/// Nearest to a threshold are those that have least of the way from the middle of their alarms to
+/// one of these left.
+void print_worst_optics(const json& transceivers)
+{
+    std::vector<Watched> worst;
+    for (const json& transceiver : transceivers) {
+        for (const json& reading : transceiver.at("readings")) {
+            const json& thresholds = reading.at("thresholds");
+            const auto limit = [&](size_t i) { return thresholds.at(i).at("value").get<double>(); };
+            const double high = limit(0);
+            const double low = limit(2);
+            const bool dark = reading.at("no-light").get<bool>();
+            const double value = reading.at("value").get<double>();
+            const double margin = dark ? -std::numeric_limits<double>::infinity()
+                                       : std::min(high - value, value - low) / (high - low);
+            worst.push_back({margin,
+                             {"  " + text_of(transceiver, "port"), text_of(reading, "quantity"),
+                              dark ? paint(Paint::bad, "no light") : value_text(reading)}});
+        }
+    }
+    print_worst("Worst optics", std::move(worst));
+}
+
+void print_last(const json& notifications)
+{
+    print_heading("Last notifications");
+    Columns columns;
+    for (size_t i = notifications.size() - std::min(notifications.size(), shown);
+         i < notifications.size(); ++i) {
+        const json& one = notifications[i];
+        columns.add({"  " + text_of(one, "time"), text_of(one, "name"), text_of(one, "about")});
+    }
+    columns.print();
+}
+
+void draw(const std::string& socket)
+{
+    const json status = ask(socket, "status");
+    const json faults = ask(socket, "faults");
+    std::printf("%s%s\n", status.contains("chassis") ? text_of(status, "chassis").c_str() : "none",
+                faults.empty() ? ""
+                               : paint(Paint::warning,
+                                       "  (" + std::to_string(faults.size()) + " faults are set)")
+                                     .c_str());
+    print_units(ask(socket, "units"));
+    print_hottest(ask(socket, "sensors"));
+    print_worst_optics(ask(socket, "transceivers"));
+    print_last(ask(socket, "notifications"));
+    std::fflush(stdout);
+}
+
+} // namespace
+
+void watch(const std::string& socket, double seconds, uint32_t count)
+{
+    const bool in_place = isatty(STDOUT_FILENO) == 1 && count != 1;
+    for (uint32_t drawn = 1;; ++drawn) {
+        if (in_place) {
+            std::fputs("\x1b[H\x1b[2J", stdout);
+        }
+        draw(socket);
+        if (drawn == count) {
+            return;
+        }
+        std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+    }
+}

@@ -1,0 +1,8 @@
+/// One screen that tells how the switch is.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+/// Draws the screen every `seconds`, in place on a terminal. @param count how often, 0 for ever
+void watch(const std::string& socket, double seconds, uint32_t count);
