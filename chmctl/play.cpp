@@ -35,7 +35,7 @@ struct Scenario {
 /// Reads one file. Every complaint names the line of what it is about.
 class Reader {
 public:
-    explicit Reader(const std::string& file) : file_(file) {}
+    explicit Reader(std::string file) : file_(std::move(file)) {}
 
     Scenario read() const
     {
