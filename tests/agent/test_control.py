@@ -5,7 +5,7 @@ import socket
 
 import pytest
 
-from lab import BUILD, DESCR, run
+from lab import BUILD, DESCR, SOURCE, run
 
 
 def send(switch, data):
@@ -63,6 +63,13 @@ def test_errors_of_the_command_are_one_line(switch, words, status, text):
     answer = run(BUILD / "bin/chmctl", *words) if "--socket" in words else switch.chmctl(*words)
     assert (answer.returncode, answer.stdout) == (status, "")
     assert re.fullmatch(r"chmctl: .+\n", answer.stderr) and text in answer.stderr
+
+
+def test_the_chassis_of_the_documentation_is_good(tmp_path):
+    sample = tmp_path / "sample.toml"
+    page = (SOURCE / "docs/chassis-file.md").read_text()
+    sample.write_text(page.split("```toml\n")[1].split("```")[0])
+    assert "good, 168 entities" in run(BUILD / "bin/chmctl", "check", sample).stdout
 
 
 def test_traces_go_where_they_are_switched_on(switch):
