@@ -309,17 +309,22 @@ public:
 
     void let_time_pass() { platform.uptime += below(4000); }
 
-    std::mt19937 random;
+    /// The one asked for, else another one each time.
+    static uint32_t chosen_seed()
+    {
+        const char* given = getenv("CHM_TEST_SEED");
+        const auto now = std::chrono::system_clock::now().time_since_epoch().count();
+        return static_cast<uint32_t>(given ? strtoul(given, nullptr, 10)
+                                           : static_cast<unsigned long>(now));
+    }
+
+    const uint32_t seed = chosen_seed();
+    std::mt19937 random{seed};
     std::map<uint32_t, Reading> readings; ///< by interface index
 };
 
 TEST_F(Model, AnswersAsTheSwitchIs)
 {
-    const char* given = getenv("CHM_TEST_SEED");
-    const auto now = std::chrono::system_clock::now().time_since_epoch().count();
-    const auto seed = static_cast<uint32_t>(given ? strtoul(given, nullptr, 10)
-                                                  : static_cast<unsigned long>(now));
-    random.seed(seed);
     void (Model::*const operations[])() = {
         &Model::read,       &Model::read,        &Model::read,         &Model::read,
         &Model::read,       &Model::write,       &Model::send_event,   &Model::change_row,
