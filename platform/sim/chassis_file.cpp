@@ -151,7 +151,7 @@ private:
     void check_entity_entries() const
     {
         for (const auto& [index, entry] : entity_entries_) {
-            if (described_.count(index) == 0) {
+            if (!described_.contains(index)) {
                 fail(entry->source(), "there is no entity ", index);
             }
         }
@@ -168,7 +168,7 @@ private:
         }
         for (const toml::node& node : *places->as_array()) {
             const uint32_t place = number(node, "unrecognized", 1, INT32_MAX);
-            if (chassis_.places().count(place) == 0) {
+            if (!chassis_.places().contains(place)) {
                 fail(node.source(), "there is no slot or bay ", place);
             }
             try {
