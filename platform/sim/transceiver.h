@@ -56,8 +56,28 @@ struct Quantity {
     double lane_step; ///< by which a lane reads more than the one after it
     ReadingRange usual;
     uint32_t diag_info::*word;
-    uint32_t diag_info::*limit_words[limits];
+    std::array<uint32_t diag_info::*, limits> limit_words;
 };
+
+/// Transmitted and received power differ in where they stand and in what is usual.
+constexpr Quantity optical_power(std::string_view key, uint32_t sensor_code, ReadingRange usual,
+                                 uint32_t diag_info::*word,
+                                 std::array<uint32_t diag_info::*, limits> limit_words)
+{
+    return {.key = key,
+            .unit = "dBm",
+            .sensor_code = sensor_code,
+            .logarithmic = true,
+            .raw_per_unit = 1000,
+            .raw_per_served = 1,
+            .decimals = 3,
+            .least = -30,
+            .most = 10,
+            .lane_step = 0.1,
+            .usual = usual,
+            .word = word,
+            .limit_words = limit_words};
+}
 
 /// In the order of the condition bits in a lane's alarm and warning flags.
 inline constexpr std::array<Quantity, 5> quantities = {{
@@ -103,34 +123,14 @@ inline constexpr std::array<Quantity, 5> quantities = {{
      .word = &diag_info::current,
      .limit_words = {&diag_info::current_hi_alarm, &diag_info::current_hi_warn,
                      &diag_info::current_lo_alarm, &diag_info::current_lo_warn}},
-    {.key = "transmit-power",
-     .unit = "dBm",
-     .sensor_code = 15,
-     .logarithmic = true,
-     .raw_per_unit = 1000,
-     .raw_per_served = 1,
-     .decimals = 3,
-     .least = -30,
-     .most = 10,
-     .lane_step = 0.1,
-     .usual = {.low = -2.6, .high = -2.2, .thresholds = {2, 1, -8, -7}},
-     .word = &diag_info::tx_pwr,
-     .limit_words = {&diag_info::tx_pwr_hi_alarm, &diag_info::tx_pwr_hi_warn,
-                     &diag_info::tx_pwr_lo_alarm, &diag_info::tx_pwr_lo_warn}},
-    {.key = "receive-power",
-     .unit = "dBm",
-     .sensor_code = 14,
-     .logarithmic = true,
-     .raw_per_unit = 1000,
-     .raw_per_served = 1,
-     .decimals = 3,
-     .least = -30,
-     .most = 10,
-     .lane_step = 0.1,
-     .usual = {.low = -4.8, .high = -4, .thresholds = {2, 1, -13, -11}},
-     .word = &diag_info::rx_pwr,
-     .limit_words = {&diag_info::rx_pwr_hi_alarm, &diag_info::rx_pwr_hi_warn,
-                     &diag_info::rx_pwr_lo_alarm, &diag_info::rx_pwr_lo_warn}},
+    optical_power("transmit-power", 15, {.low = -2.6, .high = -2.2, .thresholds = {2, 1, -8, -7}},
+                  &diag_info::tx_pwr,
+                  {&diag_info::tx_pwr_hi_alarm, &diag_info::tx_pwr_hi_warn,
+                   &diag_info::tx_pwr_lo_alarm, &diag_info::tx_pwr_lo_warn}),
+    optical_power("receive-power", 14, {.low = -4.8, .high = -4, .thresholds = {2, 1, -13, -11}},
+                  &diag_info::rx_pwr,
+                  {&diag_info::rx_pwr_hi_alarm, &diag_info::rx_pwr_hi_warn,
+                   &diag_info::rx_pwr_lo_alarm, &diag_info::rx_pwr_lo_warn}),
 }};
 
 /// The logarithmic reading without any light, whose raw word is 0.
