@@ -98,14 +98,14 @@ std::vector<std::string> completions(const CLI::App& app, const std::vector<std:
             awaited = nullptr;
         } else if (option != nullptr) {
             awaited = option->get_expected_max() > 0 ? option : nullptr;
-        } else if (const CLI::App* verb = verb_named(app, words[i]);
-                   command == &app && verb != nullptr) {
+        } else if (const CLI::App* verb = verb_named(*command, words[i]); verb != nullptr) {
             command = verb;
         } else {
             ++positional;
         }
     }
     const std::string start = words.empty() ? "" : unquoted(words.back());
+    const auto verbs = command->get_subcommands([](const CLI::App*) { return true; });
     std::vector<std::string> all;
     if (awaited != nullptr) {
         all = values_of(*awaited, socket);
@@ -115,8 +115,8 @@ std::vector<std::string> completions(const CLI::App& app, const std::vector<std:
                 all.push_back(option->get_positional() ? "" : option->get_name());
             }
         }
-    } else if (command == &app) {
-        for (const CLI::App* one : app.get_subcommands([](const CLI::App*) { return true; })) {
+    } else if (!verbs.empty()) {
+        for (const CLI::App* one : verbs) {
             all.push_back(one->get_group().empty() ? "" : one->get_name());
         }
     } else {

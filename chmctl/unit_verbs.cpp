@@ -97,7 +97,7 @@ void print_export(const json& result)
 constexpr Verb verbs[] = {
     {"inventory", "Show what the chassis is made of", "", no_options, print_inventory},
     {"units", "Show modules, power supplies and fan trays", "", no_options, print_units},
-    {"set", "Change a text of an entity", "\"Slot 3\" alias \"row 4\"", set_options, print_nothing},
+    {"set", "Change a text of an entity", R"("Slot 3" alias "row 4")", set_options, print_nothing},
     {"announce", "Announce a change of the inventory", "", no_options, print_nothing},
     {"pull", "Pull a unit out of its slot or bay", "\"Module 3\"", unit_options, print_nothing},
     {"insert", "Insert what was pulled, or a new unit", "\"Slot 3\"", insert_options,

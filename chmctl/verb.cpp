@@ -4,13 +4,22 @@ using nlohmann::json;
 
 void add_verbs(CLI::App& app, const std::function<void(const Verb&, const json&)>& run)
 {
+    const auto add = [&run](CLI::App& parent, const Verb& verb, const char* title) {
+        CLI::App* command = parent.add_subcommand(verb.name, verb.help)->group(title);
+        auto request = std::make_shared<json>(json{{"verb", verb.name}});
+        verb.add_options(*command, request);
+        add_example(*command, verb.example);
+        command->final_callback([=, &verb] { run(verb, *request); });
+    };
+    CLI::App* show = app.add_subcommand("show", "Show one of these: show faults is faults");
+    show->group(platform_verbs.title)->require_subcommand(1);
+    add_example(*show, "faults");
     for (const VerbGroup* group : {&unit_verbs, &reading_verbs, &switch_verbs, &platform_verbs}) {
         for (const Verb& verb : group->verbs) {
-            CLI::App* command = app.add_subcommand(verb.name, verb.help)->group(group->title);
-            auto request = std::make_shared<json>(json{{"verb", verb.name}});
-            verb.add_options(*command, request);
-            add_example(*command, verb.example);
-            command->final_callback([=, &verb] { run(verb, *request); });
+            add(app, verb, group->title);
+            if (std::string_view(verb.help).starts_with("Show ")) {
+                add(*show, verb, group->title);
+            }
         }
     }
 }
