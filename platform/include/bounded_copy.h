@@ -8,7 +8,7 @@
 extern "C" {
 #endif
 
-/* The switch's own names, underscores included. NOLINTBEGIN(*-reserved-identifier,cert-dcl*) */
+/* The switch's own names, underscores included. NOLINTBEGIN(*-reserved-identifier) */
 
 /**
  * Copies n bytes, but never more than capacity of them.
@@ -25,7 +25,7 @@ void* __memcpy_to_buf(size_t capacity, void* destination, const void* source, si
  */
 char* __strcpy_to_buf(size_t capacity, char* destination, const char* source);
 
-/* NOLINTEND(*-reserved-identifier,cert-dcl*) */
+/* NOLINTEND(*-reserved-identifier) */
 
 #ifdef __cplusplus
 }

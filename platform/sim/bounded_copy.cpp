@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-// NOLINTBEGIN(*-reserved-identifier,cert-dcl*)
+// NOLINTBEGIN(*-reserved-identifier)
 
 void* __memcpy_to_buf(size_t capacity, void* destination, const void* source, size_t n)
 {
@@ -23,4 +23,4 @@ char* __strcpy_to_buf(size_t capacity, char* destination, const char* source)
     return destination;
 }
 
-// NOLINTEND(*-reserved-identifier,cert-dcl*)
+// NOLINTEND(*-reserved-identifier)
