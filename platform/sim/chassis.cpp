@@ -90,9 +90,10 @@ SensorStatus Chassis::sensor_status(const Entity& sensor) const
     if (status(sensor) == EntityStatus::ok) {
         return SensorStatus::ok;
     }
-    return units_.at(sensor.contained_in).status == EntityStatus::failed
-               ? SensorStatus::nonoperational
-               : SensorStatus::unavailable;
+    const Unit* holder = find_unit(sensor.contained_in);
+    const bool failed =
+        sensor.failed || (holder != nullptr && holder->status == EntityStatus::failed);
+    return failed ? SensorStatus::nonoperational : SensorStatus::unavailable;
 }
 
 bool Chassis::is_beyond(const Entity& sensor, const SensorThreshold& threshold) const
