@@ -315,7 +315,7 @@ int write_column(const WritableColumn<Row>& column, int action, const WriteValue
 int write_scalar(const WritableScalar& scalar, int action, const WriteValue& value)
 {
     return in_phase(action, scalar.rule, value, [&] {
-        int32_t number = integer_of(value);
+        int32_t number = integer_of(value); // four bytes travel, however long the agent's are
         return snmp_error_status(write_record(scalar.opcode, number), NotWritable::reported);
     });
 }

@@ -83,6 +83,9 @@ constexpr uint32_t SENSOR_INDEX_MAX = 255025684;
 // Both tables have rows of the platform and rows of the transceivers' sensors, and one way to find
 // them. What each table says of its own is a description below: its record, its index, how a walk
 // steps from one transceiver sensor's row to the next, the fetch, and its traces.
+//
+// A step from anywhere below the transceivers' range leads to its start. The platform's own sensors
+// end well before it; an index of the gap between them has no port of its own to go on from.
 
 struct ValueTable {
     using Row = ent_sensor_value_rec;
@@ -120,11 +123,6 @@ struct ValueTable {
         if (operation == CHM_REQ_GETNEXT) {
             CHM_TRACE("%s: came with GETNEXT_REQ EPI= %d\n", lookup, row.entPhysicalIndex);
         }
-        trace_index(row);
-    }
-
-    static void trace_index(const Row& row)
-    {
         CHM_TRACE("%s/%d: entPhyIndex = %d ", lookup, __LINE__, row.entPhysicalIndex);
     }
 
@@ -136,7 +134,10 @@ struct ValueTable {
                   ENTITY_PORT_SFP_SENSOR_START, ENTITY_PORT_SFP_SENSOR_END);
     }
 
-    static void trace_found(const Row& row, int32_t /*result*/) { trace_index(row); }
+    static void trace_found(const Row& row, int32_t /*result*/)
+    {
+        CHM_TRACE("%s/%d: entPhyIndex = %d ", lookup, __LINE__, row.entPhysicalIndex);
+    }
 
     static void trace_not_found(const Row& row, int32_t /*result*/)
     {
@@ -171,12 +172,12 @@ struct ValueTable {
                   trans_sensor, __LINE__, row.entPhysicalIndex, place.if_index, place.code);
     }
 
-    static void trace_unmatched_port(const Row& row, const SensorPlace& place)
+    static void trace_unmatched_port(const Row& row, const SensorPlace& place, uint8_t port_type)
     {
         CHM_TRACE("%s/%d: sfp_diag_entry.entPhysicalIndex = %d, ifIndex = 0x%x, "
                   "sensor_type = %d, unmatched port type:%d, NO_ENTRY\n",
                   trans_sensor, __LINE__, row.entPhysicalIndex, place.if_index, place.code,
-                  place.port_type);
+                  port_type);
     }
 
     static void trace_failed_fetch(const Row& row, uint32_t status)
@@ -206,7 +207,7 @@ struct ThresholdTable {
     {
         if (row.entPhysicalIndex < ENTITY_PORT_SFP_SENSOR_START) {
             set_index(row, {ENTITY_PORT_SFP_SENSOR_START, 1});
-        } else if (row.sensor_thrsh < SENSOR_THRESHOLDS) {
+        } else if (row.sensor_thrsh < SENSOR_THRESHOLDS) { // unsigned, as sub-identifiers are
             ++row.sensor_thrsh;
         } else {
             set_index(row, {row.entPhysicalIndex + 1, 1});
@@ -267,7 +268,10 @@ struct ThresholdTable {
                   row.entPhysicalIndex, place.if_index, place.code);
     }
 
-    static void trace_unmatched_port(const Row& /*row*/, const SensorPlace& /*place*/) {}
+    static void trace_unmatched_port(const Row& /*row*/, const SensorPlace& /*place*/,
+                                     uint8_t /*port_type*/)
+    {
+    }
 
     static void trace_failed_fetch(const Row& row, uint32_t status)
     {
@@ -294,8 +298,9 @@ int32_t find_transceiver_row(chm_req_operation operation, typename Table::Row* r
     }
     const SensorPlace place = sensor_place_of(found.entPhysicalIndex);
     Table::trace_place(found, place);
-    if (!may_hold_transceiver(place.port_type)) {
-        Table::trace_unmatched_port(found, place);
+    const uint8_t port_type = port_type_of(place.if_index);
+    if (!may_hold_transceiver(port_type)) {
+        Table::trace_unmatched_port(found, place, port_type);
         return PLATFORM_NO_SUCH_ENTRY;
     }
     const uint32_t status = Table::fetch(operation, found, place);

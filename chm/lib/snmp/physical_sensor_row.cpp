@@ -185,13 +185,14 @@ int32_t entPhysicalTable_trans_sensor(chm_req_operation op, ent_phys_entry* row)
         return no_row;
     }
     const SensorPlace place = sensor_place_of(entry.entPhysicalIndex);
+    const uint8_t port_type = port_type_of(place.if_index);
     CHM_TRACE("%s/%d: entPhyIndex = %d, ifIndex = 0x%x, sensor_type = %d,port_type:%d\n", __func__,
-              __LINE__, entry.entPhysicalIndex, place.if_index, place.code, place.port_type);
-    if (!may_hold_transceiver(place.port_type)) {
+              __LINE__, entry.entPhysicalIndex, place.if_index, place.code, port_type);
+    if (!may_hold_transceiver(port_type)) {
         CHM_TRACE("%s/%d: entPhyIndex = %d, ifIndex = 0x%x, sensor_type = %d, unmatched port "
                   "type:%d, NO_ENTRY\n",
                   __func__, __LINE__, entry.entPhysicalIndex, place.if_index, place.code,
-                  place.port_type);
+                  port_type);
         return PLATFORM_NO_SUCH_ENTRY;
     }
     const uint32_t status =
@@ -205,8 +206,8 @@ int32_t entPhysicalTable_trans_sensor(chm_req_operation op, ent_phys_entry* row)
     const uint8_t diag_mon_type = fcot_res[PM_FCOT_DIAG_MON_TYPE];
     CHM_TRACE("%s/%d: entPhyIndex = %d, ifIndex = 0x%x, sensor_type = %d,port_type:%d, got "
               "transceiver mib,num_ports:%d, DiagMonType:%d\n",
-              __func__, __LINE__, entry.entPhysicalIndex, place.if_index, place.code,
-              place.port_type, num_ports, diag_mon_type);
+              __func__, __LINE__, entry.entPhysicalIndex, place.if_index, place.code, port_type,
+              num_ports, diag_mon_type);
     write_sensor_row(entry.entPhysicalIndex, fcot_res, row);
     return 0;
 }

@@ -114,9 +114,12 @@ SlotPort slot_port_of(uint32_t if_index)
 
 SensorPlace sensor_place_of(uint32_t index)
 {
-    SensorPlace place;
-    place.if_index = get_if_index_from_entPhyIndex(&index);
-    place.code = get_port_sensor_type_from_entPhyIndex(&index);
-    if_index_get_type(place.if_index, &place.port_type);
-    return place;
+    return {get_if_index_from_entPhyIndex(&index), get_port_sensor_type_from_entPhyIndex(&index)};
+}
+
+uint8_t port_type_of(uint32_t if_index)
+{
+    uint8_t type = 0;
+    if_index_get_type(if_index, &type);
+    return type;
 }

@@ -76,10 +76,12 @@ SlotPort slot_port_of(uint32_t if_index);
 struct SensorPlace {
     uint32_t if_index = 0; ///< of the sensor's port
     int32_t code = 0;
-    uint8_t port_type = 0; ///< as the interface-index codec tells it
 };
 
 SensorPlace sensor_place_of(uint32_t index);
+
+/// The type of a port as the interface-index codec tells it, 0 for a port that it does not know.
+uint8_t port_type_of(uint32_t if_index);
 
 /// True for the types of ports whose transceivers have sensors.
 constexpr bool may_hold_transceiver(uint8_t port_type)

@@ -25,6 +25,7 @@ struct Fetch {
     uint32_t index;    ///< of the sensor that it has come to
     uint32_t if_index; ///< of the sensor's port
     int32_t code;
+    uint32_t* reached; ///< the caller's index: the sensor whose port was read last
 };
 
 /// The port manager's blocks tell no length, so it is the allocation's.
@@ -199,6 +200,7 @@ PortRead read_port(const Fetch& fetch, const SlotPort& place, ent_cache_sensor t
     CHM_TRACE("%s: pm_get_sfp_diag_info call success, ent_phyI = %d,slot_num:%d,port_num:%d, "
               "num_of_lanes:%d \n",
               fetch.name, fetch.index, slot, port, num_of_lanes);
+    *fetch.reached = fetch.index;
     sfp_cache_entry& entry = ent_cache_entry(slot, port);
     ent_cache_clear_entry(slot, port);
     // More lanes than the array holds cannot be converted.
@@ -219,8 +221,8 @@ PortRead read_port(const Fetch& fetch, const SlotPort& place, ent_cache_sensor t
 /// Makes sure that the cache holds the diagnostics of the fetch's port.
 PortRead read_port_if_old(const Fetch& fetch, ent_cache_sensor traced)
 {
-    const SlotPort place = slot_port_of(fetch.if_index);
     const uint32_t now = get_snmp_user_uptime();
+    const SlotPort place = slot_port_of(fetch.if_index);
     CHM_TRACE("%s: slot and port for if_index = 0x%x are %dand %d\n", fetch.name, fetch.if_index,
               place.slot, place.port);
     if (chm_is_sfp_cache_entry_present_and_current(fetch.if_index, now) == 1) {
@@ -295,7 +297,8 @@ uint32_t ent_cmi_get_fcot_info(uint32_t queue, int32_t op, uint32_t next_arg, co
                                const uint32_t* if_index, const int32_t* code, uint32_t* count,
                                uint8_t* fcot_res, ent_sensor_value_rec* out)
 {
-    Fetch fetch = begin({__func__, queue, op == CHM_REQ_GET, next_arg, *in, *if_index, *code});
+    Fetch fetch = begin({__func__, queue, op == CHM_REQ_GET, next_arg, *in, *if_index, *code,
+                         &out->entPhysicalIndex});
     uint32_t status = find_sensor(fetch);
     while (status == FETCH_OK) {
         status = read_transceiver_info(fetch, count, fcot_res);
@@ -319,7 +322,8 @@ uint32_t ent_cmi_get_fcot_threshold(uint32_t queue, int32_t op, uint32_t next_ar
                                     void* /*info*/, ent_sensor_thresh_rec* out)
 {
     const uint32_t asked_for = *in;
-    Fetch fetch = begin({__func__, queue, op == CHM_REQ_GET, next_arg, *in, *if_index, *code});
+    Fetch fetch = begin({__func__, queue, op == CHM_REQ_GET, next_arg, *in, *if_index, *code,
+                         &out->entPhysicalIndex});
     if (!chm_is_entity_sensor_threshold_value_valid(*thresh)) {
         CHM_TRACE("%s: invalid sensor_thrsh = %d\n", fetch.name, *thresh);
         return FETCH_NOT_FOUND;

@@ -26,7 +26,8 @@ enum : uint32_t {
 /// @param count     number of ports: 1
 /// @param fcot_res  receives the transceiver's information, as it is, if the port manager has some;
 ///                  PM_FCOT_INFO_SIZE bytes
-/// @param out       receives the sensor found, on success only
+/// @param out       receives the sensor found; without one, at most the index of one whose port was
+///                  read
 /// @return one of the statuses above, or the failing port-manager call's
 uint32_t ent_cmi_get_fcot_info(uint32_t queue, int32_t op, uint32_t next_arg, const uint32_t* in,
                                const uint32_t* if_index, const int32_t* code, uint32_t* count,
