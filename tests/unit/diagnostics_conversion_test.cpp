@@ -1,11 +1,10 @@
 /// The conversion of raw diagnostics, lane records and converted entries as plain bytes.
 #include "diagnostics_conversion.h"
-#include "scripted_platform.h"
+#include "scripted_agent.h"
 
 #include <bit>
 #include <cfenv>
 #include <cmath>
-#include <gmock/gmock.h>
 #include <limits>
 
 using namespace testing;
@@ -13,62 +12,38 @@ using namespace testing;
 namespace {
 
 // Offsets in a lane's record.
-constexpr size_t calib_type = 8, temp = 12, volt = 16, current = 20, tx_pwr = 24, rx_pwr = 28;
-constexpr size_t alarm_flags = 32, warn_flags = 36;
+constexpr size_t temp = 12, volt = 16, current = 20, tx_pwr = 24, rx_pwr = 28;
 
-enum Sensor { VOLTAGE, CURRENT, TEMPERATURE, RX, TX };
+enum Sensor { VOLTAGE, CURRENT, TEMP, RX, TX };
+constexpr size_t reading_at[] = {volt, current, temp, rx_pwr, tx_pwr};
 
 /// One lane, made of the words that are not zero.
-struct Lane {
-    uint32_t calibration = 1;
-    std::vector<std::pair<size_t, uint32_t>> words = {};
-
-    Bytes bytes() const
-    {
-        Bytes record(172);
-        put_host_word(record, calib_type, calibration);
-        for (const auto& [offset, word] : words) {
-            put_host_word(record, offset, word);
-        }
-        return record;
-    }
-};
+Bytes lane(uint32_t calibration, std::map<size_t, uint32_t> words = {})
+{
+    words[8] = calibration;
+    return *port_with_diagnostics(words).diagnostics.response;
+}
 
 /// What lanes are converted to.
 struct Converted {
     Bytes entry = Bytes(772);
 
-    explicit Converted(const std::vector<Lane>& lanes)
+    explicit Converted(const Bytes& lanes)
     {
-        Bytes records;
-        for (const Lane& lane : lanes) {
-            const Bytes bytes = lane.bytes();
-            records.insert(records.end(), bytes.begin(), bytes.end());
-        }
-        EXPECT_EQ(ent_parse_sfp_diag_values_flex(reinterpret_cast<const diag_info*>(records.data()),
+        EXPECT_EQ(ent_parse_sfp_diag_values_flex(reinterpret_cast<const diag_info*>(lanes.data()),
                                                  reinterpret_cast<sfp_cache_entry*>(entry.data()),
-                                                 static_cast<uint32_t>(lanes.size())),
+                                                 static_cast<uint32_t>(lanes.size() / 172)),
                   0);
     }
 
     int32_t word(size_t offset) const { return static_cast<int32_t>(host_word(entry, offset)); }
     int32_t value(size_t sensor) const { return word(568 + 40 * sensor + 16); }
-    int32_t threshold(size_t sensor, size_t number) const
+    /// A word of a threshold: 8 severity, 12 relation, 16 value.
+    int32_t threshold(size_t sensor, size_t number, size_t offset = 16) const
     {
-        return word(8 + 112 * sensor + 28 * number + 16);
-    }
-    /// Severity and relation.
-    std::pair<int32_t, int32_t> condition(size_t sensor, size_t number) const
-    {
-        return {word(8 + 112 * sensor + 28 * number + 8),
-                word(8 + 112 * sensor + 28 * number + 12)};
+        return word(8 + 112 * sensor + 28 * number + offset);
     }
 };
-
-Converted convert(const Lane& lane)
-{
-    return Converted({lane});
-}
 
 uint32_t bits(float real)
 {
@@ -87,48 +62,42 @@ protected:
 
 TEST_F(Conversion, ReadingsOfEachCalibrationAndChassis)
 {
-    struct {
-        uint32_t chassis, calibration;
-        size_t offset;
-        uint32_t word;
-        Sensor sensor;
-        int32_t value;
-    } const cases[] = {
-        {0, 1, rx_pwr, 500, RX, -3010},
-        {0, 1, rx_pwr, 1000, RX, 0},
-        {0, 1, rx_pwr, 2000, RX, 3010},
-        {0, 1, rx_pwr, 1, RX, -30000},
-        {0, 1, tx_pwr, 1259, TX, 1000},
-        {0, 1, tx_pwr, 0, TX, 0},
-        {0, 1, volt, 3300000, VOLTAGE, 3300},
-        {0, 1, volt, 999, VOLTAGE, 0},
-        {0, 1, volt, 4294967295u, VOLTAGE, 4294967},
-        {0, 1, current, 70, CURRENT, 70},
-        {0, 1, temp, negative(-5000), TEMPERATURE, -5000},
-        {39, 2, tx_pwr, bits(500), TX, -3010},
-        {40, 2, tx_pwr, bits(500), TX, 60570},
-        {39, 2, volt, bits(3300999), VOLTAGE, 3300},
-        {40, 2, volt, 3300999, VOLTAGE, 3300},
-        {43, 2, volt, 0xffffffff, VOLTAGE, 4294967}, // 2^32 after rounding, a thousandth of it
-        {19, 2, current, 16777217, CURRENT, 16777216},
-        {19, 2, current, 0xffffffff, CURRENT, INT32_MIN},
-        {39, 2, current, bits(-1.5f), CURRENT, -1},
-        {28, 2, temp, negative(-5000), TEMPERATURE, -5000},
-        {30, 2, temp, bits(-5000.7f), TEMPERATURE, -5000},
-        {30, 2, temp, bits(2147483648.f), TEMPERATURE, INT32_MIN},
-        {0, 2, rx_pwr, 0, RX, 0},
-        {0, 2, rx_pwr, bits(-1), RX, INT32_MIN},
-        {0, 3, volt, 3300000, VOLTAGE, 0},
-        {0, 3, temp, 5000, TEMPERATURE, 0},
-        {0, 3, tx_pwr, 500, TX, 0},
-    };
-    for (const auto& c : cases) {
-        platform.chassis_type = c.chassis;
-        EXPECT_EQ(convert({c.calibration, {{c.offset, c.word}}}).value(c.sensor), c.value)
-            << c.calibration << " at " << c.offset << ": " << c.word;
+    // Chassis, calibration, sensor, raw word, value.
+    const std::tuple<uint32_t, uint32_t, Sensor, uint32_t, int32_t> cases[] = {
+        {0, 1, RX, 500, -3010},
+        {0, 1, RX, 1000, 0},
+        {0, 1, RX, 2000, 3010},
+        {0, 1, RX, 1, -30000},
+        {0, 1, TX, 1259, 1000},
+        {0, 1, TX, 0, 0},
+        {0, 1, VOLTAGE, 3300000, 3300},
+        {0, 1, VOLTAGE, 999, 0},
+        {0, 1, VOLTAGE, 4294967295u, 4294967},
+        {0, 1, CURRENT, 70, 70},
+        {0, 1, TEMP, negative(-5000), -5000},
+        {39, 2, TX, bits(500), -3010},
+        {40, 2, TX, bits(500), 60570},
+        {39, 2, VOLTAGE, bits(3300999), 3300},
+        {40, 2, VOLTAGE, 3300999, 3300},
+        {43, 2, VOLTAGE, 0xffffffff, 4294967},
+        {19, 2, CURRENT, 16777217, 16777216},
+        {19, 2, CURRENT, 0xffffffff, INT32_MIN},
+        {39, 2, CURRENT, bits(-1.5f), -1},
+        {28, 2, TEMP, negative(-5000), -5000},
+        {30, 2, TEMP, bits(-5000.7f), -5000},
+        {30, 2, TEMP, bits(2147483648.f), INT32_MIN},
+        {0, 2, RX, 0, 0},
+        {0, 2, RX, bits(-1), INT32_MIN},
+        {0, 3, VOLTAGE, 3300000, 0},
+        {0, 3, TEMP, 5000, 0},
+        {0, 3, TX, 500, 0}};
+    for (const auto& [chassis, calibration, sensor, word, value] : cases) {
+        platform.chassis_type = chassis;
+        EXPECT_EQ(Converted(lane(calibration, {{reading_at[sensor], word}})).value(sensor), value)
+            << calibration << " " << sensor << ": " << word;
     }
     platform.chassis_type.reset(); // the database does not know
-    EXPECT_EQ(convert({2, {{temp, bits(25)}}}).value(TEMPERATURE), 25);
+    EXPECT_EQ(Converted(lane(2, {{temp, bits(25)}})).value(TEMP), 25);
 }
 
 TEST_F(Conversion, EachThresholdHasItsPlace)
@@ -139,59 +108,49 @@ TEST_F(Conversion, EachThresholdHasItsPlace)
         size_t offset;
         int32_t expected[4];
     } const sensors[] = {
-        {TEMPERATURE, 92, {1000, 2000, 3000, 4000}},
-        {VOLTAGE, 108, {1, 2, 3, 4}},
-        {CURRENT, 124, {1000, 2000, 3000, 4000}},
-        {TX, 140, {0, 3010, 4771, 6020}},
+        {TEMP, 92, {1000, 2000, 3000, 4000}},     {VOLTAGE, 108, {1, 2, 3, 4}},
+        {CURRENT, 124, {1000, 2000, 3000, 4000}}, {TX, 140, {0, 3010, 4771, 6020}},
         {RX, 156, {0, 3010, 4771, 6020}},
     };
-    constexpr size_t in_lane[4] = {0, 2, 1, 3}; // high alarm and warning, low alarm and warning
-    for (const uint32_t calibration : {1u, 2u}) {
-        for (const auto& [sensor, offset, expected] : sensors) {
-            Lane lane = {calibration};
-            for (uint32_t t = 0; t < 4; ++t) {
-                const uint32_t number = 1000 * (t + 1);
-                lane.words.emplace_back(offset + 4 * in_lane[t],
-                                        calibration == 1 ? number
-                                                         : bits(static_cast<float>(number)));
-            }
-            platform.chassis_type = 40; // thresholds are reals even there
-            const Converted converted = convert(lane);
-            for (size_t t = 0; t < 4; ++t) {
-                EXPECT_EQ(converted.threshold(sensor, t), expected[t]) << sensor << " " << t;
-            }
+    constexpr size_t in_lane[4] = {0, 8, 4, 12}; // high alarm and warning, low alarm and warning
+    platform.chassis_type = 40;                  // thresholds are reals even there
+    for (const auto& [sensor, offset, expected] : sensors) {
+        std::map<size_t, uint32_t> whole;
+        std::map<size_t, uint32_t> real;
+        for (uint32_t t = 0; t < 4; ++t) {
+            whole[offset + in_lane[t]] = 1000 * (t + 1);
+            real[offset + in_lane[t]] = bits(1000.0F * static_cast<float>(t + 1));
+        }
+        for (size_t t = 0; t < 4; ++t) {
+            EXPECT_EQ(Converted(lane(1, whole)).threshold(sensor, t), expected[t]) << sensor << t;
+            EXPECT_EQ(Converted(lane(2, real)).threshold(sensor, t), expected[t]) << sensor << t;
         }
     }
-    EXPECT_EQ(convert({1, {{96, negative(-5000)}}}).threshold(TEMPERATURE, 2), -5000);
-    EXPECT_EQ(convert({1, {{108, 3600000}}}).threshold(VOLTAGE, 0), 3600);
-    for (const uint32_t calibration : {1u, 3u}) {
-        const Converted zeros = convert({calibration});
-        EXPECT_EQ(zeros.threshold(TX, 0), INT32_MIN);
-        EXPECT_EQ(zeros.threshold(RX, 3), INT32_MIN);
-        EXPECT_EQ(zeros.threshold(VOLTAGE, 1), 0);
-    }
+    EXPECT_EQ(Converted(lane(1, {{96, negative(-5000)}})).threshold(TEMP, 2), -5000);
+    EXPECT_EQ(Converted(lane(3)).threshold(TX, 0), INT32_MIN);
+    EXPECT_EQ(Converted(lane(3, {{108, 5000000}})).threshold(VOLTAGE, 0), 0);
 }
 
 TEST_F(Conversion, FlagsSetTheConditionOfAllThresholdsOfASensor)
 {
-    using Condition = std::pair<int32_t, int32_t>;
     const std::pair<Sensor, uint32_t> sensors[] = {
-        {TEMPERATURE, 0x1}, {VOLTAGE, 0x4}, {CURRENT, 0x10}, {TX, 0x40}, {RX, 0x100}};
+        {TEMP, 0x1}, {VOLTAGE, 0x4}, {CURRENT, 0x10}, {TX, 0x40}, {RX, 0x100}};
     for (const auto& [sensor, high] : sensors) {
         const uint32_t low = 2 * high;
-        const std::tuple<uint32_t, uint32_t, Condition> cases[] = {
-            {high, low, {20, 3}},
-            {low, high, {10, 3}},
-            {low, 0, {20, 1}},
-            {0, low, {10, 1}},
-            {0, 0, {1, 1}},
-            {high | low, high | low, {20, 3}},
-            {~(high | low), ~(high | low), {1, 1}},
-        };
-        for (const auto& [alarm, warning, condition] : cases) {
-            const Converted converted = convert({1, {{alarm_flags, alarm}, {warn_flags, warning}}});
+        const std::tuple<uint32_t, uint32_t, int32_t, int32_t> cases[] = {
+            {high, low, 20, 3},
+            {low, high, 10, 3},
+            {low, 0, 20, 1},
+            {0, low, 10, 1},
+            {0, 0, 1, 1},
+            {high | low, high | low, 20, 3},
+            {~(high | low), ~(high | low), 1, 1}};
+        for (const auto& [alarm, warning, severity, relation] : cases) {
+            const Converted converted(lane(1, {{32, alarm}, {36, warning}}));
             for (size_t t = 0; t < 4; ++t) {
-                EXPECT_EQ(converted.condition(sensor, t), condition) << sensor << alarm << warning;
+                EXPECT_EQ(converted.threshold(sensor, t, 8), severity)
+                    << sensor << alarm << warning;
+                EXPECT_EQ(converted.threshold(sensor, t, 12), relation) << sensor << alarm;
             }
         }
     }
@@ -199,15 +158,17 @@ TEST_F(Conversion, FlagsSetTheConditionOfAllThresholdsOfASensor)
 
 TEST_F(Conversion, WritesTheWholeOfWhatIsItsOwnAndNothingElse)
 {
-    const Converted converted({{1, {{volt, 1000000}}}, {1, {{volt, 3000000}}}});
-    EXPECT_EQ(converted.value(VOLTAGE), 3000) << "the last lane's";
+    Bytes two_lanes = lane(1, {{volt, 1000000}});
+    const Bytes last = lane(1, {{volt, 3000000}});
+    two_lanes.insert(two_lanes.end(), last.begin(), last.end());
+    const Converted converted(two_lanes);
     Bytes expected(772);
     constexpr uint32_t types[] = {3, 5, 8, 14, 14};
     for (size_t s = 0; s < 5; ++s) {
         const size_t value = 568 + 40 * s;
         put_host_word(expected, value + 4, types[s]);
         put_host_word(expected, value + 8, 8);
-        put_host_word(expected, value + 16, s == VOLTAGE ? 3000 : 0);
+        put_host_word(expected, value + 16, s == VOLTAGE ? 3000 : 0); // the last lane's
         put_host_word(expected, value + 20, 1);
         for (size_t t = 0; t < 4; ++t) {
             const size_t threshold = 8 + 112 * s + 28 * t;
@@ -218,26 +179,23 @@ TEST_F(Conversion, WritesTheWholeOfWhatIsItsOwnAndNothingElse)
         }
     }
     EXPECT_EQ(converted.entry, expected);
-    EXPECT_EQ(Converted({}).entry, Bytes(772));
+    EXPECT_EQ(Converted(Bytes()).entry, Bytes(772));
 }
 
 TEST_F(Conversion, TracesWhatItReadAndWhatCameOfIt)
 {
-    platform.debug_on = true;
-    convert({3, {{current, 7}, {tx_pwr, 7}, {108, 5000}}});
-    EXPECT_THAT(
-        platform.debug_output,
-        ElementsAre("ent_parse_sfp_diag_values: size of element = 772\n",
-                    "ent_parse_sfp_diag_values: fTxPwrHiAlarm =         0.00000, fTxPwrLoAlarm = "
-                    "        0.00000, fRxPwrLoAlarm =         0.00000, fVoltHiAlarm =         "
-                    "0.00000, fVoltLoWarn =         0.00000\n",
-                    "ent_parse_sfp_diag_values: fTxPwrHiAlarm =  -inf, fTxPwrLoAlarm =  -inf, "
-                    "fRxPwrLoAlarm =  -inf, fVoltHiAlarm = 0.00000, fVoltLoWarn = 0.00000\n",
-                    MatchesRegex("ent_parse_sfp_diag_values:[0-9]+ invalid SFP calib type! "
-                                 "calib_type:3 for volt\n"),
-                    EndsWith("calib_type:3 for curr\n"), EndsWith("calib_type:3 for temp\n"),
-                    EndsWith("calib_type:3 for tx_pwr\n"),
-                    "ent_parse_sfp_diag_values_flex: LOOP lane_no:0 num_of_lanes:1\n"));
+    EXPECT_EQ(traces_of([] {
+                  Converted(lane(3, {{current, 7}, {tx_pwr, 7}, {108, 5000}}));
+              }),
+              R"(ent_parse_sfp_diag_values: size of element = 772
+ent_parse_sfp_diag_values: fTxPwrHiAlarm =         0.00000, fTxPwrLoAlarm =         0.00000, fRxPwrLoAlarm =         0.00000, fVoltHiAlarm =         0.00000, fVoltLoWarn =         0.00000
+ent_parse_sfp_diag_values: fTxPwrHiAlarm =  -inf, fTxPwrLoAlarm =  -inf, fRxPwrLoAlarm =  -inf, fVoltHiAlarm = 0.00000, fVoltLoWarn = 0.00000
+ent_parse_sfp_diag_values/@ invalid SFP calib type! calib_type:3 for volt
+ent_parse_sfp_diag_values/@ invalid SFP calib type! calib_type:3 for curr
+ent_parse_sfp_diag_values/@ invalid SFP calib type! calib_type:3 for temp
+ent_parse_sfp_diag_values/@ invalid SFP calib type! calib_type:3 for tx_pwr
+ent_parse_sfp_diag_values_flex: LOOP lane_no:0 num_of_lanes:1
+)");
 }
 
 /// The conversion once more, in extended precision: only what is single precision by definition is.
@@ -255,8 +213,8 @@ int32_t power(long double microwatts)
 TEST_F(Conversion, AgreesWithExtendedArithmetic)
 {
     const auto expect_alike = [](uint32_t calibration, uint32_t word, long double real) {
-        const Converted converted = convert(
-            {calibration, {{rx_pwr, word}, {140, word}, {108, word}, {124, word}, {volt, word}}});
+        const Converted converted(lane(
+            calibration, {{rx_pwr, word}, {140, word}, {108, word}, {124, word}, {volt, word}}));
         ASSERT_EQ(converted.value(RX), word == 0 ? 0 : power(real)) << calibration << " " << word;
         const auto single = static_cast<float>(real);
         ASSERT_EQ(converted.threshold(TX, 0), power(single)) << calibration << " " << word;

@@ -2,44 +2,27 @@
 
 namespace {
 
-#define ALL_MODULES(DO)                                                                            \
-    DO(entity_mib), DO(entityfru_mib), DO(entitysensor_mib), DO(quarn_rf_mib),                     \
-        DO(quarn_rf_supp_mib), DO(quarn_ts_mib), DO(entity_ext_mib), DO(entity_asset_mib)
-#define INIT(module) init_##module()
-#define DEINIT(module) deinit_##module()
-
-extern "C" void ALL_MODULES(INIT), ALL_MODULES(DEINIT);
-
-void init_all()
-{
-    ALL_MODULES(INIT);
-}
-
-void deinit_all()
-{
-    ALL_MODULES(DEINIT);
-}
-
-constexpr std::pair<uint32_t, size_t> record_sizes[] = {
-    {1026, 2780}, {1027, 284}, {1028, 16}, {1029, 316}, {1031, 40},
-    {1032, 28},   {1046, 8},   {3242, 12}, {3270, 8},
+const std::map<uint32_t, size_t> record_sizes = {
+    {1016, 272}, {1026, 2780}, {1027, 284}, {1028, 16}, {1029, 316}, {1030, 4},  {1031, 40},
+    {1032, 28},  {1039, 8},    {1040, 4},   {1042, 32}, {1046, 8},   {3242, 12}, {3270, 8},
 };
-
-RowKey key_of(uint32_t opcode, const Bytes& record)
-{
-    return {wire_word(record, 0), has_two_indexes(opcode) ? wire_word(record, 4) : 0};
-}
 
 } // namespace
 
-Bytes model_row(uint32_t opcode, RowKey key, uint8_t filler)
+Bytes model_row(uint32_t opcode, RowKey key, uint32_t seed)
 {
-    Bytes row(
-        std::map<uint32_t, size_t>(std::begin(record_sizes), std::end(record_sizes)).at(opcode),
-        filler);
-    put_wire_word(row, 0, key.first);
+    Bytes row(record_sizes.at(opcode));
+    for (size_t i = 0; i < row.size(); ++i) {
+        row[i] = static_cast<uint8_t>(seed % 2 == 0 ? 1 + (seed + i) % 251 : (seed + i) % 509);
+    }
+    if (!is_scalar(opcode)) {
+        put_wire_word(row, 0, key.first);
+    }
     if (has_two_indexes(opcode)) {
         put_wire_word(row, 4, key.second);
+    }
+    if (opcode == 1026) {
+        put_wire_word(row, 772, seed % 150); // sub-identifiers of the vendor type, or too many
     }
     return row;
 }
@@ -47,29 +30,29 @@ Bytes model_row(uint32_t opcode, RowKey key, uint8_t filler)
 ModelSwitch::ModelSwitch()
 {
     for (const auto& [opcode, size] : record_sizes) {
+        if (is_scalar(opcode)) {
+            tables[opcode][{}] = model_row(opcode, {}, opcode);
+            continue;
+        }
         for (const uint32_t index : {1U, 21600U, 300000U}) {
             const RowKey key = {index, has_two_indexes(opcode) ? 2 : 0};
-            Bytes& row = tables[opcode][key] = model_row(opcode, key, 0x42);
+            Bytes& row = tables[opcode][key] = model_row(opcode, key, index);
             put_wire_word(row, size == 8 ? 4 : 8, 2); // where units have their status: all are well
         }
     }
-    scalars = {{1016, Bytes(272)},
-               {1030, Bytes(4)},
-               {1039, Bytes(8)},
-               {1040, Bytes(4)},
-               {1042, Bytes(32)}};
 }
 
 PlatformAnswer ModelSwitch::answer(const PlatformCall& call)
 {
-    if (const auto scalar = scalars.find(call.opcode); scalar != scalars.end()) {
-        if (call.operation == 3) {
-            scalar->second = call.payload.value();
-        }
-        return {0, scalar->second};
-    }
     auto& rows = tables.at(call.opcode);
-    const RowKey key = key_of(call.opcode, call.payload.value());
+    RowKey key = {};
+    if (call.payload) {
+        EXPECT_EQ(call.length, record_sizes.at(call.opcode));
+    }
+    if (!is_scalar(call.opcode)) {
+        key.first = wire_word(call.payload.value(), 0);
+        key.second = has_two_indexes(call.opcode) ? wire_word(*call.payload, 4) : 0;
+    }
     const auto row = call.operation == 2 ? rows.upper_bound(key) : rows.find(key);
     const bool to_transceivers = call.operation == 2 && key.first < 25813 &&
                                  (row == rows.end() || row->first.first > 25813) &&
@@ -86,18 +69,11 @@ PlatformAnswer ModelSwitch::answer(const PlatformCall& call)
     return {0, row->second};
 }
 
-WholeSwitchTest::WholeSwitchTest() : ModuleTest(init_all, deinit_all)
+WholeSwitchTest::WholeSwitchTest()
 {
-    platform.answer = [this](const PlatformCall& call) { return model.answer(call); };
-}
-
-ScriptedPort port_with_diagnostics(const std::map<size_t, uint32_t>& words)
-{
-    ScriptedPort port;
-    port.info.response->at(101) = 0x68;
-    put_host_word(*port.diagnostics.response, 8, 1);
-    for (const auto& [offset, word] : words) {
-        put_host_word(*port.diagnostics.response, offset, word);
-    }
-    return port;
+    platform.answer = [this](const PlatformCall& call) {
+        const bool first = platform.calls.size() == 1;
+        const int32_t refusal = call.operation == 3 ? write_result : first ? 0 : lookup_result;
+        return refusal != 0 ? PlatformAnswer{refusal, {}} : model.answer(call);
+    };
 }

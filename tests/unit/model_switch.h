@@ -4,7 +4,7 @@
 
 #include "scripted_agent.h"
 
-/// A row's index, its second word 0 where there is none.
+/// A row's index, its second word 0 where there is none; all 0 for the record of scalars.
 using RowKey = std::pair<uint32_t, uint32_t>;
 
 /// Whether a table's rows have two indexes.
@@ -13,9 +13,14 @@ constexpr bool has_two_indexes(uint32_t opcode)
     return opcode == 1032 || opcode == 3242;
 }
 
+/// Whether an opcode's one record has scalars, and no index.
+constexpr bool is_scalar(uint32_t opcode)
+{
+    return opcode == 1016 || opcode == 1030 || opcode == 1039 || opcode == 1040 || opcode == 1042;
+}
+
 struct ModelSwitch {
     std::map<uint32_t, std::map<RowKey, Bytes>> tables; ///< rows by opcode
-    std::map<uint32_t, Bytes> scalars;                  ///< records by opcode
 
     /// A few rows in every table, with rows below and above those of the transceivers.
     ModelSwitch();
@@ -25,22 +30,17 @@ struct ModelSwitch {
     PlatformAnswer answer(const PlatformCall& call);
 };
 
-/// A row of a table with its index in it, other words and bytes as given.
-Bytes model_row(uint32_t opcode, RowKey key, uint8_t filler);
+/// A row of a table with its index in it. The rest is a pattern, another one for each seed, in
+/// which no two words near each other are alike: without zeros for an even seed, with few for an
+/// odd one.
+Bytes model_row(uint32_t opcode, RowKey key, uint32_t seed);
 
 /// All modules, in front of a fresh model.
-class WholeSwitchTest : public ModuleTest {
+class WholeSwitchTest : public ModulesTest {
 protected:
     WholeSwitchTest();
 
     ModelSwitch model;
+    int32_t lookup_result = 0; ///< of each read but a SET's first, instead of what the model says
+    int32_t write_result = 0;  ///< of each write
 };
-
-/// The interface index of a port.
-constexpr uint32_t port_at(uint32_t slot, uint32_t number)
-{
-    return 26U << 24 | slot << 16 | number << 8;
-}
-
-/// A port whose transceiver has diagnostics, with raw words by their offset.
-ScriptedPort port_with_diagnostics(const std::map<size_t, uint32_t>& words);

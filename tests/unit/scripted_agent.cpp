@@ -1,19 +1,11 @@
 #include "scripted_agent.h"
 
 #include <algorithm>
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <regex>
 
 ScriptedAgent agent;
-
-uint32_t Binding::integer() const
-{
-    uint32_t word = 0;
-    EXPECT_TRUE(value.size() == 4 || value.size() == sizeof(long));
-    memcpy(&word, value.data(), std::min<size_t>(value.size(), 4));
-    return word;
-}
 
 Answer ask(variable& var, const Oid& name, bool exact)
 {
@@ -31,13 +23,23 @@ Answer ask(variable& var, const Oid& name, bool exact)
     return answer;
 }
 
-std::optional<Binding> ScriptedAgent::call(variable& var, const Oid& name, bool exact)
+std::vector<Answer> walk(variable& var, bool may_repeat)
 {
-    const Answer answer = ask(var, name, exact);
-    if (!answer.value) {
-        return {};
+    std::vector<Answer> found;
+    Oid name(var.name, var.name + var.namelen);
+    for (Answer next = ask(var, name, false); next; next = ask(var, name, false)) {
+        if (next.name == name && may_repeat) {
+            break;
+        }
+        EXPECT_GT(next.name, name);
+        if (next.name <= name || found.size() == 1000) {
+            ADD_FAILURE() << "the walk does not end";
+            break;
+        }
+        name = next.name;
+        found.push_back(next);
     }
-    return Binding{answer.name, static_cast<u_char>(var.type), *answer.value, answer.write_method};
+    return found;
 }
 
 variable* ScriptedAgent::variable_for(const Oid& name)
@@ -54,53 +56,16 @@ variable* ScriptedAgent::variable_for(const Oid& name)
     return nullptr;
 }
 
-std::optional<Binding> ScriptedAgent::get(const Oid& name)
+Answer ScriptedAgent::ask(const Oid& name, bool exact)
 {
     variable* var = variable_for(name);
-    return var ? call(*var, name, true) : std::nullopt;
-}
-
-std::optional<Binding> ScriptedAgent::next(const Oid& name)
-{
-    for (auto& [root, registration] : registrations) {
-        for (RegisteredVariable& var : registration.variables) {
-            const Oid column = var.full_oid();
-            const Oid prefix(name.begin(), name.begin() + static_cast<ptrdiff_t>(std::min(
-                                                              name.size(), column.size())));
-            if (prefix > column) {
-                continue;
-            }
-            if (auto binding = call(var.record, std::max(name, column), false)) {
-                return binding;
-            }
-        }
-    }
-    return {};
-}
-
-std::vector<Binding> ScriptedAgent::walk(const Oid& root)
-{
-    std::vector<Binding> found;
-    Oid name = root;
-    while (auto binding = next(name)) {
-        if (!std::equal(root.begin(), root.end(), binding->name.begin())) {
-            break;
-        }
-        if (binding->name <= name) {
-            ADD_FAILURE() << "the walk does not move forward";
-            break;
-        }
-        name = binding->name;
-        found.push_back(*std::move(binding));
-    }
-    return found;
+    return var ? ::ask(*var, name, exact) : Answer();
 }
 
 int ScriptedAgent::set(const Oid& name, u_char type, const Bytes& value)
 {
     // The read callback hands out the write method, whether or not it finds the instance.
-    variable* var = variable_for(name);
-    WriteMethod* write_method = var ? ask(*var, name, true).write_method : nullptr;
+    WriteMethod* write_method = get(name).write_method;
     if (!write_method) {
         return -1;
     }
@@ -108,12 +73,13 @@ int ScriptedAgent::set(const Oid& name, u_char type, const Bytes& value)
     data.resize(std::max<size_t>(data.size(), sizeof(long)));
     oid buffer[MAX_OID_LEN];
     std::copy(name.begin(), name.end(), buffer);
+    const auto call_in = [&](int phase) {
+        return write_method(phase, data.data(), type, value.size(), nullptr, buffer, name.size());
+    };
     for (const int phase : {0, 1, 2, 3}) {
-        const int status =
-            write_method(phase, data.data(), type, value.size(), nullptr, buffer, name.size());
+        const int status = call_in(phase);
         if (status != SNMP_ERR_NOERROR) {
-            write_method(phase == 2 ? 5 : 4, data.data(), type, value.size(), nullptr, buffer,
-                         name.size());
+            call_in(phase == 2 ? 5 : 4);
             return status;
         }
     }
@@ -127,15 +93,15 @@ int ScriptedAgent::set(const Oid& name, long value)
     return set(name, ASN_INTEGER, bytes);
 }
 
-int ScriptedAgent::set(const Oid& name, const std::string& value)
-{
-    return set(name, ASN_OCTET_STR, Bytes(value.begin(), value.end()));
-}
-
 Oid operator+(Oid name, const Oid& more)
 {
     name.insert(name.end(), more.begin(), more.end());
     return name;
+}
+
+std::string bytes_of(const Oid& name)
+{
+    return {reinterpret_cast<const char*>(name.data()), name.size() * sizeof(oid)};
 }
 
 Notification deliver(uint32_t event, const Bytes& payload)
@@ -152,59 +118,53 @@ Notification deliver(uint32_t event, Message* message)
     netsnmp_variable_list* first = platform.handlers.at(event)(message, trap, &length, &send);
     Notification notification = {send == 1, {trap, trap + length}, {}};
     for (const auto* var = first; var; var = var->next_variable) {
-        notification.bindings.push_back({{var->name, var->name + var->name_length},
-                                         var->type,
-                                         {var->val.string, var->val.string + var->val_len},
-                                         nullptr});
+        const auto* bytes = reinterpret_cast<const char*>(var->val.string);
+        const bool text = var->type == ASN_OCTET_STR || var->type == ASN_OBJECT_ID;
+        notification.bindings.emplace_back(Oid{var->name, var->name + var->name_length}, var->type,
+                                           text ? std::string(bytes, var->val_len)
+                                                : std::to_string(*var->val.integer));
     }
     snmp_free_varbind(first);
     EXPECT_TRUE(send == 0 || send == 1);
     return notification;
 }
 
-std::vector<Brief> briefly(const Notification& notification)
-{
-    std::vector<Brief> brief;
-    for (const Binding& binding : notification.bindings) {
-        const bool text = binding.type == ASN_OCTET_STR || binding.type == ASN_OBJECT_ID;
-        brief.emplace_back(binding.name, binding.type,
-                           text ? binding.text() : std::to_string(binding.integer()));
-    }
-    return brief;
-}
-
-ModuleTest::ModuleTest(void (*init)(), void (*deinit)()) : deinit_(deinit)
+ModulesTest::ModulesTest()
 {
     platform = {};
     agent = {};
-    standard_output_of(init);
+    standard_output_of([] { ALL_MODULES(INIT_OF); });
 }
 
-ModuleTest::~ModuleTest()
+ModulesTest::~ModulesTest()
 {
-    standard_output_of(deinit_);
+    standard_output_of([] { ALL_MODULES(DEINIT_OF); });
     EXPECT_THAT(agent.registrations, testing::IsEmpty());
     EXPECT_THAT(platform.handlers, testing::IsEmpty());
 }
 
-namespace {
-
-[[gnu::format(printf, 3, 0)]] void log_debug_message(const char* kind, const char* token,
-                                                     const char* format, va_list arguments)
+std::string traces_of(const std::function<void()>& action, const std::string& hidden)
 {
-    char text[512];
-    vsnprintf(text, sizeof text, format, arguments);
-    platform.log.push_back(std::string(kind) + " " + token + " " + text);
+    const std::regex source_line(R"(^([\w !]+)[/:]\d+)"), hidden_start("^(" + hidden + ")");
+    platform.debug_on = true;
+    platform.debug_output.clear();
+    action();
+    std::string traces;
+    for (const std::string& trace : platform.debug_output) {
+        if (!std::regex_search(trace, hidden_start)) {
+            traces += std::regex_replace(trace, source_line, "$1/@");
+        }
+    }
+    platform.debug_on = false;
+    return traces;
 }
-
-} // namespace
 
 extern "C" {
 
 int register_mib(const char* name, const variable* variables, size_t entry_size, size_t count,
                  const oid* root, size_t root_length)
 {
-    Registration registration = {name, {root, root + root_length}, entry_size, {}};
+    Registration registration = {entry_size, {}};
     for (size_t i = 0; i < count; ++i) {
         // Long and short form share all but the room for the OID.
         const auto* entry = reinterpret_cast<const variable1*>(
@@ -219,9 +179,9 @@ int register_mib(const char* name, const variable* variables, size_t entry_size,
         std::copy_n(&entry->name[0], entry->namelen, var.record.name + root_length);
         registration.variables.push_back(var);
     }
-    platform.note(std::string("register_mib ") + name);
+    printf("[register_mib %s]\n", name);
     if (agent.register_status == MIB_REGISTERED_OK) {
-        agent.registrations[registration.root] = registration;
+        agent.registrations[{root, root + root_length}] = registration;
     }
     return agent.register_status;
 }
@@ -229,31 +189,10 @@ int register_mib(const char* name, const variable* variables, size_t entry_size,
 int unregister_mib(oid* root, size_t root_length)
 {
     const Oid name = {root, root + root_length};
-    platform.note("unregister_mib");
+    puts("[unregister_mib]");
     agent.unregistered.push_back(name);
     return agent.registrations.erase(name) == 1 && agent.whole_tables ? MIB_UNREGISTERED_OK
                                                                       : MIB_NO_SUCH_REGISTRATION;
-}
-
-int snmp_get_do_debugging()
-{
-    return agent.debugging;
-}
-
-void debugmsgtoken(const char* token, const char* format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    log_debug_message("token", token, format, arguments);
-    va_end(arguments);
-}
-
-void debugmsg(const char* token, const char* format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    log_debug_message("debug", token, format, arguments);
-    va_end(arguments);
 }
 
 void snmp_set_detail(const char* detail)

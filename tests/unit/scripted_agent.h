@@ -1,5 +1,5 @@
-/// The agent as the tests play it: takes a module's registration and calls into its variables the
-/// way the agent does for GET, GETNEXT and SET.
+/// The agent as the tests play it: takes the modules' registrations and calls into their variables
+/// the way the agent does for GET, GETNEXT and SET.
 #pragma once
 
 #include "agent.h"
@@ -15,7 +15,21 @@
 #include <tuple>
 #include <vector>
 
+#define ALL_MODULES(DO)                                                                            \
+    DO(entity_mib), DO(entityfru_mib), DO(entitysensor_mib), DO(quarn_rf_mib),                     \
+        DO(quarn_rf_supp_mib), DO(quarn_ts_mib), DO(entity_ext_mib), DO(entity_asset_mib)
+#define INIT_OF(module) init_##module()
+#define DEINIT_OF(module) deinit_##module()
+
+extern "C" void ALL_MODULES(INIT_OF), ALL_MODULES(DEINIT_OF);
+
 using Oid = std::vector<oid>;
+
+/// Two OIDs as one.
+Oid operator+(Oid name, const Oid& more);
+
+/// The bytes of an OID's sub-identifiers, which are the value of an OBJECT IDENTIFIER.
+std::string bytes_of(const Oid& name);
 
 /// A registered variable under its full OID, as a callback sees it.
 struct RegisteredVariable {
@@ -24,53 +38,8 @@ struct RegisteredVariable {
 };
 
 struct Registration {
-    std::string name;
-    Oid root;
     size_t entry_size;
     std::vector<RegisteredVariable> variables;
-};
-
-struct Binding {
-    Oid name;
-    u_char type;
-    Bytes value;
-    WriteMethod* write_method;
-
-    std::string text() const { return {value.begin(), value.end()}; }
-    uint32_t integer() const; ///< of a value in host order
-};
-
-/// An INTEGER of any length, as no agent would send it.
-struct Integer : Bytes {
-    using Bytes::Bytes;
-};
-
-struct ScriptedAgent {
-    std::map<Oid, Registration> registrations; ///< by root
-    int register_status = MIB_REGISTERED_OK;
-    int debugging = 0;
-    bool whole_tables = true; ///< a table is taken back by its root, else variable by variable
-    std::vector<Oid> unregistered;
-    std::vector<std::string> details; ///< texts given to snmp_set_detail
-
-    std::optional<Binding> get(const Oid& name);
-    std::optional<Binding> next(const Oid& name);
-
-    /// Every instance below a root by GETNEXT; fails the test on a name that does not increase.
-    std::vector<Binding> walk(const Oid& root);
-
-    /// A SET through all its phases. @return the first error status, -1 when nothing is writable
-    int set(const Oid& name, u_char type, const Bytes& value);
-    int set(const Oid& name, const Integer& value) { return set(name, ASN_INTEGER, value); }
-    int set(const Oid& name, long value);
-    int set(const Oid& name, const std::string& value);
-
-    /// The registered variable that serves an instance, or that a column or scalar itself is; null
-    /// for none.
-    variable* variable_for(const Oid& name);
-
-private:
-    std::optional<Binding> call(variable& var, const Oid& name, bool exact);
 };
 
 /// What a read callback did with a request.
@@ -78,15 +47,45 @@ struct Answer {
     Oid name;                   ///< as the callback left it
     std::optional<Bytes> value; ///< none for no such instance
     WriteMethod* write_method;
+
+    explicit operator bool() const { return value.has_value(); }
+    std::string text() const { return value ? std::string(value->begin(), value->end()) : "none"; }
+    uint32_t integer() const { return host_word(value.value(), 0); }
+};
+
+struct ScriptedAgent {
+    std::map<Oid, Registration> registrations; ///< by root
+    int register_status = MIB_REGISTERED_OK;
+    bool whole_tables = true; ///< a table is taken back by its root, else variable by variable
+    std::vector<Oid> unregistered;
+    std::vector<std::string> details; ///< texts given to snmp_set_detail
+
+    /// Read one variable: an instance, and the one that follows in the variable.
+    Answer get(const Oid& name) { return ask(name, true); }
+    Answer next(const Oid& name) { return ask(name, false); }
+    Answer ask(const Oid& name, bool exact);
+
+    /// A SET through all its phases. @return the first error status, -1 when nothing is writable
+    int set(const Oid& name, u_char type, const Bytes& value);
+    int set(const Oid& name, long value);
+
+    /// The registered variable that serves an instance, or that a column or scalar itself is; null
+    /// for none.
+    variable* variable_for(const Oid& name);
 };
 
 /// Calls the read callback of one variable.
 Answer ask(variable& var, const Oid& name, bool exact);
 
+/// Every instance of a variable by GETNEXT; fails the test on a name that does not increase, save
+/// where a success may bring no row: that leaves the name of the request as it was, and it is the
+/// client that ends the walk.
+std::vector<Answer> walk(variable& var, bool may_repeat = false);
+
 extern ScriptedAgent agent;
 
-/// Two OIDs as one.
-Oid operator+(Oid name, const Oid& more);
+/// A binding: its OID, its type and its value as text.
+using Binding = std::tuple<Oid, int, std::string>;
 
 /// A notification as an event handler hands it back.
 struct Notification {
@@ -95,23 +94,16 @@ struct Notification {
     std::vector<Binding> bindings;
 };
 
-/// A binding in short: its OID, its type and its value as text.
-using Brief = std::tuple<Oid, int, std::string>;
-std::vector<Brief> briefly(const Notification& notification);
-
 /// Hands a message to the handler registered for an event, or null.
 Notification deliver(uint32_t event, Message* message);
 Notification deliver(uint32_t event, const Bytes& payload);
 
-/// A test of one module: fresh platform and agent, the module's entry points run around it, what
-/// the library prints captured.
-class ModuleTest : public testing::Test {
+/// All modules behind a fresh agent, in front of a fresh platform; what their entry points print
+/// is captured.
+class ModulesTest : public testing::Test {
 protected:
-    ModuleTest(void (*init)(), void (*deinit)());
-    ~ModuleTest() override;
-
-private:
-    void (*deinit_)();
+    ModulesTest();
+    ~ModulesTest() override;
 };
 
 /// What `action` writes to standard output.
@@ -142,11 +134,6 @@ std::string standard_error_of(Action action)
     return testing::internal::GetCapturedStderr();
 }
 
-/// The status of a SET, and what it wrote to standard error.
-template <typename Value>
-std::pair<int, std::string> refusal(const Oid& instance, const Value& value)
-{
-    int status = 0;
-    std::string error = standard_error_of([&] { status = agent.set(instance, value); });
-    return {status, error};
-}
+/// What `action` traces, the lines of sources as "@", but for what begins with one of the hidden
+/// names.
+std::string traces_of(const std::function<void()>& action, const std::string& hidden = "none");

@@ -11,12 +11,16 @@
 #include "port_manager.h"
 #include "rcode.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <tuple>
+
+#include <arpa/inet.h>
 
 ScriptedPlatform platform;
 
@@ -28,15 +32,7 @@ std::set<void*>& platform_blocks()
 
 uint32_t wire_word(const Bytes& bytes, size_t offset)
 {
-    return uint32_t{bytes.at(offset)} << 24 | uint32_t{bytes.at(offset + 1)} << 16 |
-           uint32_t{bytes.at(offset + 2)} << 8 | uint32_t{bytes.at(offset + 3)};
-}
-
-void put_wire_word(Bytes& bytes, size_t offset, uint32_t value)
-{
-    for (size_t i = 0; i < 4; ++i) {
-        bytes.at(offset + i) = static_cast<uint8_t>(value >> (24 - 8 * i));
-    }
+    return ntohl(host_word(bytes, offset));
 }
 
 uint32_t host_word(const Bytes& bytes, size_t offset)
@@ -44,6 +40,11 @@ uint32_t host_word(const Bytes& bytes, size_t offset)
     uint32_t value = 0;
     memcpy(&value, &bytes.at(offset + 3) - 3, sizeof value);
     return value;
+}
+
+void put_wire_word(Bytes& bytes, size_t offset, uint32_t value)
+{
+    put_host_word(bytes, offset, htonl(value));
 }
 
 void put_host_word(Bytes& bytes, size_t offset, uint32_t value)
@@ -56,44 +57,39 @@ void put_text(Bytes& bytes, size_t offset, const std::string& text)
     std::copy(text.begin(), text.end(), bytes.begin() + static_cast<ptrdiff_t>(offset));
 }
 
-void ScriptedPlatform::note(const std::string& call)
+Bytes wire_record(size_t size, const std::vector<uint32_t>& words)
 {
-    log.push_back(call);
-    printf("[%s]\n", call.c_str());
+    Bytes record(size);
+    for (size_t i = 0; i < words.size(); ++i) {
+        put_wire_word(record, 4 * i, words[i]);
+    }
+    return record;
 }
 
-void ScriptedPlatform::answer_write(const Bytes& record, int32_t lookup, int32_t write)
+void ScriptedPlatform::always_answer(const PlatformAnswer& same)
 {
-    calls.clear();
-    failed_writes.clear();
-    // The agent reads the instance before it calls the write method.
-    answer = [=, this](const PlatformCall& call) -> PlatformAnswer {
-        return call.operation == 3 ? PlatformAnswer{write, {}}
-                                   : PlatformAnswer{calls.size() == 1 ? 0 : lookup, record};
-    };
+    answer = [same](const PlatformCall&) { return PlatformAnswer(same); };
 }
 
 void ScriptedPlatform::serve_rows(std::map<uint32_t, Bytes> rows)
 {
     answer = [rows = std::move(rows)](const PlatformCall& call) -> PlatformAnswer {
-        if (!call.payload) {
-            return {1, {}};
-        }
         const uint32_t index = wire_word(call.payload.value(), 0);
-        const auto row = call.operation == 1 ? rows.find(index) : rows.upper_bound(index);
-        if (call.operation == 3 || row == rows.end()) {
-            return {call.operation == 3 ? 0 : 1, {}};
-        }
-        return {0, row->second};
+        const auto row = call.operation == 2 ? rows.upper_bound(index) : rows.find(index);
+        return row == rows.end() ? PlatformAnswer{1, {}} : PlatformAnswer{0, row->second};
     };
 }
 
-Bytes ScriptedPort::port_config(uint32_t error, uint8_t transceiver)
+ScriptedPort port_with_diagnostics(const std::map<size_t, uint32_t>& words)
 {
-    Bytes config(212);
-    put_host_word(config, 4, error);
-    config[211] = transceiver;
-    return config;
+    ScriptedPort port;
+    port.config.response->at(211) = 1; // there is a transceiver
+    port.info.response->at(101) = 0x68;
+    put_host_word(*port.diagnostics.response, 8, 1);
+    for (const auto& [offset, word] : words) {
+        put_host_word(*port.diagnostics.response, offset, word);
+    }
+    return port;
 }
 
 namespace {
@@ -107,39 +103,29 @@ void* block_of(const Bytes& bytes)
     return block;
 }
 
-PlatformAnswer tampered(PlatformAnswer answer)
+int32_t hand_out(PlatformAnswer answer, void** response, uint32_t* length = nullptr)
 {
     if (platform.tamper) {
         platform.tamper(answer);
     }
-    return answer;
-}
-
-/// Puts a call of the port manager on record, as "NAME PORT", or what is wrong with it.
-void note_port_call(const char* name, uint32_t queue, int32_t operation, uint32_t arg,
-                    uint32_t if_index, uint32_t count, uint32_t req_class)
-{
-    const bool as_agreed = queue == 77 && operation == (strcmp(name, "next") == 0 ? 2 : 1) &&
-                           arg == 1 && count == 1 && req_class == 5;
-    char text[64];
-    snprintf(text, sizeof text, "%s %u/%u%s", name, if_index >> 16 & 0xff, if_index >> 8 & 0xff,
-             as_agreed ? "" : " with wrong arguments");
-    platform.port_calls.emplace_back(text);
-}
-
-int32_t answer_port_call(const PlatformAnswer& usual, void** response)
-{
-    const PlatformAnswer answer = tampered(usual);
-    if (answer.response) {
+    if (response && answer.response) {
         *response = block_of(*answer.response);
+    }
+    if (response && answer.response && length) {
+        *length = static_cast<uint32_t>(answer.response->size());
     }
     return answer.result;
 }
 
-int32_t answer_of_port(uint32_t if_index, PlatformAnswer ScriptedPort::*answer, void** response)
+/// Answers a call for one port, which must be made as all of them are.
+int32_t answer_of_port(PlatformAnswer ScriptedPort::*answer, uint32_t queue, int32_t operation,
+                       uint32_t arg, uint32_t if_index, uint32_t count, void** response,
+                       uint32_t req_class)
 {
+    ++platform.port_calls;
+    EXPECT_EQ(std::tuple(queue, operation, arg, count, req_class), std::tuple(77, 1, 1, 1, 5));
     const auto port = platform.ports.find(if_index);
-    return port == platform.ports.end() ? 404 : answer_port_call(port->second.*answer, response);
+    return port == platform.ports.end() ? 404 : hand_out(port->second.*answer, response);
 }
 
 } // namespace
@@ -163,24 +149,19 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
                      uint32_t* length, const char* user, uint32_t session, uint32_t route,
                      uint32_t queue, uint32_t req_class)
 {
-    PlatformCall call = {
-        opcode,  operation, {},    *length,  response != nullptr, response && !*response, {},
-        session, route,     queue, req_class};
+    PlatformCall call = {opcode,  operation,           {},
+                         *length, response != nullptr, user && user == std::string("operator")};
+    EXPECT_EQ(std::tuple(user != nullptr, session, route, queue, req_class),
+              std::tuple(call.for_user, call.for_user ? 4711 : 0, 39, ipcx_response_q,
+                         opcode == 1016 || opcode == 1042 ? 4 : 5))
+        << opcode;
     if (request) {
         const auto* bytes = static_cast<const uint8_t*>(request);
         call.payload = Bytes(bytes, bytes + *length);
     }
-    if (user) {
-        call.user = user;
-    }
     platform.calls.push_back(call);
-    const PlatformAnswer answer =
-        tampered(platform.answer ? platform.answer(call) : PlatformAnswer{1, {}});
-    if (response && answer.response) {
-        *response = block_of(*answer.response);
-        *length = static_cast<uint32_t>(answer.response->size());
-    }
-    return answer.result;
+    const PlatformAnswer answer = platform.answer ? platform.answer(call) : PlatformAnswer{1, {}};
+    return hand_out(answer, response, length);
 }
 
 void* ipcx_payload_get(void* message)
@@ -192,14 +173,14 @@ void* ipcx_payload_get(void* message)
 int register_for_notification(uint32_t opcode, ipcx_event_handler* handler)
 {
     platform.handlers[opcode] = handler;
-    platform.note("register " + std::to_string(opcode));
+    printf("[register %u]\n", opcode);
     return 0;
 }
 
 int unregister_for_notification(uint32_t opcode)
 {
     platform.handlers.erase(opcode);
-    platform.note("unregister " + std::to_string(opcode));
+    printf("[unregister %u]\n", opcode);
     return 0;
 }
 
@@ -257,8 +238,7 @@ char* __strcpy_to_buf(size_t capacity, char* destination, const char* source)
 const char* rcode_format(uint32_t code)
 {
     static char text[400];
-    ++platform.formatted_codes;
-    snprintf(text, sizeof text, "code %u %0300d", code, 0);
+    snprintf(text, sizeof text, "code %0*u", code > 0xffff ? 300 : 1, code); // some are long
     return text;
 }
 
@@ -270,9 +250,8 @@ int evlog_hist_event_subtype_check(uint32_t type, uint32_t subtype)
 int evlog_hist_event(uint32_t type, uint32_t length, const void* record)
 {
     const auto* bytes = static_cast<const uint8_t*>(record);
-    if (type == 0x730000) {
-        platform.history.emplace_back(bytes, bytes + length);
-    }
+    EXPECT_EQ(type, 0x730000U);
+    platform.history.emplace_back(bytes, bytes + length);
     return 0;
 }
 
@@ -288,16 +267,13 @@ void dbgout(int one, const void* modname, int zero, const char* format, ...)
     va_start(arguments, format);
     vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
-    if (one == 1 && zero == 0 && modname == &evlog_dbg_modname) {
-        platform.debug_output.emplace_back(text);
-    }
+    EXPECT_EQ(std::tuple(one, modname, zero), std::tuple(1, &evlog_dbg_modname, 0));
+    platform.debug_output.emplace_back(text);
 }
 
 const char* rcode2str(uint32_t code)
 {
-    static char text[40];
-    snprintf(text, sizeof text, "code %u", code);
-    return text;
+    return rcode_format(code);
 }
 
 uint32_t get_snmp_user_uptime()
@@ -351,17 +327,18 @@ int pdb_get_mod_info(const uint32_t*, void* info, uint32_t)
 int32_t pm_cmi_get_port_config(uint32_t queue, int32_t operation, uint32_t arg, uint32_t* if_index,
                                uint32_t* count, void** response, uint32_t req_class)
 {
-    note_port_call("config", queue, operation, arg, *if_index, *count, req_class);
-    return answer_of_port(*if_index, &ScriptedPort::config, response);
+    return answer_of_port(&ScriptedPort::config, queue, operation, arg, *if_index, *count, response,
+                          req_class);
 }
 
 int32_t pm_get_next_port_fcot_info_with_ddm(uint32_t queue, int32_t operation, uint32_t arg,
                                             uint32_t* if_index, uint32_t* count, void** response,
                                             uint32_t req_class)
 {
-    note_port_call("next", queue, operation, arg, *if_index, *count, req_class);
+    ++platform.port_calls;
+    EXPECT_EQ(std::tuple(queue, operation, arg, *count, req_class), std::tuple(77, 2, 1, 1, 5));
     if (platform.next_port) {
-        return answer_port_call(platform.next_port(*if_index), response);
+        return hand_out(platform.next_port(*if_index), response);
     }
     const auto next = platform.ports.upper_bound(*if_index);
     if (next == platform.ports.end()) {
@@ -369,30 +346,28 @@ int32_t pm_get_next_port_fcot_info_with_ddm(uint32_t queue, int32_t operation, u
     }
     Bytes block(64);
     put_host_word(block, 0, next->first);
-    return answer_port_call({0, block}, response);
+    return hand_out({0, block}, response);
 }
 
 int32_t pm_cmi_get_fcot_info(uint32_t queue, int32_t operation, uint32_t arg, uint32_t* if_index,
                              uint32_t* count, void** response, uint32_t req_class)
 {
-    note_port_call("info", queue, operation, arg, *if_index, *count, req_class);
-    return answer_of_port(*if_index, &ScriptedPort::info, response);
+    return answer_of_port(&ScriptedPort::info, queue, operation, arg, *if_index, *count, response,
+                          req_class);
 }
 
 int32_t pm_get_sfp_diag_info(uint32_t queue, uint32_t if_index, void** diag, void** aux,
                              uint32_t* num_of_lanes)
 {
-    note_port_call("read", queue, 1, 1, if_index, 1, 5);
     const auto port = platform.ports.find(if_index);
     if (port == platform.ports.end() || port->second.has_auxiliary) {
         *aux = block_of(Bytes(16));
     }
-    if (port == platform.ports.end()) {
-        return 404;
+    if (port != platform.ports.end()) {
+        ++port->second.reads;
+        *num_of_lanes = port->second.lanes;
     }
-    ++port->second.reads;
-    *num_of_lanes = port->second.lanes;
-    return answer_port_call(port->second.diagnostics, diag);
+    return answer_of_port(&ScriptedPort::diagnostics, queue, 1, 1, if_index, 1, diag, 5);
 }
 
 int32_t pc_sfp_get_vendor_info(const void* fcot_res, char* manufacturer, char* model,
