@@ -82,7 +82,8 @@ TEST_F(Sensors, HaveRowsForWhatTheirTransceiverTells)
 
 TEST_F(Sensors, AreReadAgainAfterAMinute)
 {
-    ScriptedPort& read = platform.ports[port_at(0, 0)] = usual_port;
+    ScriptedPort& read = platform.ports[port_at(17, 63)] = usual_port; // the last that is kept
+    const oid sensor = block(17, 63) + 2;
     read.lanes = 2;
     read.diagnostics.response->resize(344);
     // When a sensor is asked for, and how often the port has been read by then.
@@ -90,18 +91,18 @@ TEST_F(Sensors, AreReadAgainAfterAMinute)
                                               {0xffffffff, 3}, {5998, 3}, {5999, 4}};
     for (const auto& [uptime, reads] : times) {
         platform.uptime = uptime;
-        EXPECT_TRUE(agent.get(value + Oid{25816}));
-        EXPECT_TRUE(agent.get(threshold + Oid{25818, 1}));
+        EXPECT_TRUE(agent.get(value + Oid{sensor}));
+        EXPECT_TRUE(agent.get(threshold + Oid{sensor + 2, 1}));
         EXPECT_EQ(read.reads, reads) << uptime;
     }
     platform.uptime += 6000;
     read.diagnostics.result = 7;
-    EXPECT_FALSE(agent.get(value + Oid{25816})) << "never an old reading";
+    EXPECT_FALSE(agent.get(value + Oid{sensor})) << "never an old reading";
     read.diagnostics.result = 0;
     read.lanes = 3; // more than the array holds: makes no sense
-    EXPECT_FALSE(agent.get(value + Oid{25816}));
+    EXPECT_FALSE(agent.get(value + Oid{sensor}));
     platform.uptime -= 6000;
-    EXPECT_FALSE(agent.get(value + Oid{25816})) << "the old reading is gone";
+    EXPECT_FALSE(agent.get(value + Oid{sensor})) << "the old reading is gone";
 }
 
 TEST_F(Sensors, AreNoneElsewhere)
