@@ -1,19 +1,24 @@
-/// A switch in the test's process: chassis files, and requests as the MIB modules send them.
+/// A switch in the test's process: a chassis, a clock, ears for its events, and requests as the MIB
+/// modules and chmctl send them.
 #pragma once
 
 #include "c_boundary.h"
 #include "chassis_file.h"
 #include "event_queue.h"
 #include "platform_manager.h"
+#include "verbs.h"
 
+#include <arpa/inet.h>
 #include <chrono>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <optional>
+#include <map>
+#include <regex>
+#include <sstream>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -36,17 +41,22 @@ struct ChassisFile {
     std::string path;
 };
 
+inline uint32_t host_word(const uint8_t* bytes, size_t offset)
+{
+    uint32_t value = 0;
+    std::memcpy(&value, bytes + offset, 4);
+    return value;
+}
+
 inline uint32_t wire_word(const Bytes& bytes, size_t offset)
 {
-    return uint32_t{bytes.at(offset)} << 24 | uint32_t{bytes.at(offset + 1)} << 16 |
-           uint32_t{bytes.at(offset + 2)} << 8 | bytes.at(offset + 3);
+    return ntohl(host_word(&bytes.at(offset + 3) - 3, 0));
 }
 
 inline void put_word(Bytes& bytes, size_t offset, uint32_t value)
 {
-    for (size_t i = 0; i < 4; ++i) {
-        bytes.at(offset + i) = static_cast<uint8_t>(value >> (24 - 8 * i));
-    }
+    value = htonl(value);
+    std::memcpy(&bytes.at(offset + 3) - 3, &value, 4);
 }
 
 inline std::string text_at(const Bytes& bytes, size_t offset)
@@ -54,9 +64,27 @@ inline std::string text_at(const Bytes& bytes, size_t offset)
     return reinterpret_cast<const char*>(&bytes.at(offset));
 }
 
+/// A record by what is not 0 in it, words in wire order and texts by offset: "0=1001 8='on'".
+inline Bytes record(size_t size, const std::string& contents)
+{
+    static const std::regex field(R"((\d+)=(?:(\d+)|'([^']*)'))");
+    Bytes bytes(size);
+    for (std::sregex_iterator found(contents.begin(), contents.end(), field), end; found != end;
+         ++found) {
+        const size_t offset = std::stoul((*found)[1]);
+        if ((*found)[2].matched) {
+            put_word(bytes, offset, static_cast<uint32_t>(std::stoul((*found)[2])));
+        } else {
+            const std::string text = (*found)[3];
+            std::ranges::copy(text, &bytes.at(offset + text.size() - 1) - text.size() + 1);
+        }
+    }
+    return bytes;
+}
+
 struct Answer {
     int32_t result;
-    std::optional<Bytes> block;
+    Bytes block; ///< empty for none
 };
 
 inline Answer request(uint32_t opcode, int32_t operation, Bytes payload)
@@ -66,30 +94,34 @@ inline Answer request(uint32_t opcode, int32_t operation, Bytes payload)
     const int32_t result = cmi_req_resp(
         opcode, operation, payload.empty() ? nullptr : payload.data(),
         operation == 3 ? nullptr : &block, &length, nullptr, 0, 39, ipcx_response_q, 5);
-    Answer answer{result, std::nullopt};
-    if (block != nullptr) {
-        const auto* bytes = static_cast<const uint8_t*>(block);
-        answer.block = Bytes(bytes, bytes + length);
-        std::free(block);
-    }
+    const auto* bytes = static_cast<const uint8_t*>(block);
+    Answer answer{result, bytes == nullptr ? Bytes() : Bytes(bytes, bytes + length)};
+    std::free(block);
     return answer;
 }
 
-/// The 2780 bytes that ask for a physical entity.
-inline Bytes entity_key(uint32_t index)
+/// The tables: opcode of their requests and size of their records.
+inline const std::map<uint32_t, size_t> tables = {{1026, 2780}, {1027, 284}, {1028, 16},
+                                                  {1029, 316},  {1031, 40},  {1032, 28},
+                                                  {1046, 8},    {3242, 12},  {3270, 8}};
+
+/// The record that asks for a row by its index, and by its second index where a table has one.
+inline Bytes key_of(uint32_t opcode, uint32_t index, uint32_t second)
 {
-    Bytes key(2780);
+    Bytes key(tables.at(opcode));
     put_word(key, 0, index);
+    put_word(key, 4, second);
     return key;
 }
 
-inline Answer get_entity(uint32_t index)
+inline Answer ask(uint32_t opcode, int32_t operation, uint32_t index, uint32_t second = 0)
 {
-    return request(1026, 1, entity_key(index));
+    return request(opcode, operation, key_of(opcode, index, second));
 }
-inline Answer next_entity(uint32_t index)
+
+inline Bytes row(uint32_t opcode, uint32_t index, uint32_t second = 0)
 {
-    return request(1026, 2, entity_key(index));
+    return ask(opcode, 1, index, second).block;
 }
 
 inline std::vector<Bytes> payloads; ///< of the events that were delivered last
@@ -116,22 +148,16 @@ constexpr std::pair<uint32_t, ipcx_event_handler*> handlers[] = {
     {1043, note<1043, 0, 0>},       {1047, note<1047, 8, 4>},       {1121, note<1121, 520, 516>},
     {3224, note<3224, 2780, 2428>}};
 
-/// A switch with a chassis, a clock, and ears for its events.
+/// A switch with slots 3 and 4, power supply bay 4 and the first fan tray bay empty.
 class SwitchTest : public testing::Test {
 protected:
-    explicit SwitchTest(const char* chassis) : file_(chassis)
+    SwitchTest()
     {
-        sim::place_chassis(sim::load_chassis(file_.path, [this] { return now; }));
+        sim::place_chassis(sim::load_chassis(file.path, [this] { return now; }));
         for (const auto& [opcode, handler] : handlers) {
             register_for_notification(opcode, handler);
         }
         events();
-    }
-    ~SwitchTest() override
-    {
-        for (const auto& [opcode, handler] : handlers) {
-            unregister_for_notification(opcode);
-        }
     }
 
     /// Lets time pass. The events since the last call.
@@ -145,9 +171,124 @@ protected:
         return told;
     }
 
+    /// What comes of a command within 3 seconds, as events, or why it is refused:
+    ///   write OPCODE INDEX OFFSET VALUE [SECOND]   a row as it was read but for one word
+    ///   word OPCODE INDEX OFFSET [SECOND]          reads one
+    ///   VERB ENTITY[, "ARGUMENT": VALUE]           as chmctl asks
+    std::string outcome(const std::string& command)
+    {
+        const size_t blank = command.find(' ');
+        const std::string verb = command.substr(0, blank);
+        std::istringstream words(command.substr(blank));
+        uint32_t opcode = 0;
+        uint32_t index = 0;
+        uint32_t offset = 0;
+        uint32_t value = 0;
+        uint32_t second = 0;
+        words >> opcode >> index >> offset;
+        if (verb == "word") {
+            words >> second;
+            return std::to_string(wire_word(row(opcode, index, second), offset));
+        }
+        if (verb == "write") {
+            words >> value >> second;
+            Bytes bytes = row(opcode, index, second);
+            bytes = bytes.empty() ? key_of(opcode, index, second) : bytes;
+            put_word(bytes, offset, value);
+            const int32_t result = request(opcode, 3, bytes).result;
+            return result == 0 ? events(std::chrono::seconds(3)) : std::to_string(result);
+        }
+        const std::string answer = sim::answer_request(R"({"verb": ")" + verb + R"(", "entity":)" +
+                                                       command.substr(blank) + "}");
+        return answer.find(R"("ok":true)") != std::string::npos
+                   ? events(std::chrono::seconds(3))
+                   : answer.substr(10, answer.rfind(R"(","ok")") - 10); // after {"error":"
+    }
+
+    /// Status of an entity, which all tables tell alike; of a module also the administrative ones,
+    /// its own and that of its power.
+    static std::string shown(uint32_t index)
+    {
+        const auto word = [=](uint32_t opcode, size_t offset) {
+            const Bytes bytes = row(opcode, index);
+            return bytes.empty() ? "" : std::to_string(wire_word(bytes, offset));
+        };
+        const std::string status = word(1026, 2428);
+        for (const auto& other : {word(1029, 8), word(1046, 4), word(3270, 4)}) {
+            EXPECT_TRUE(other.empty() || other == status) << index;
+        }
+        const std::string admin = word(1029, 4);
+        return admin.empty() ? status : status + "/" + admin + "/" + word(1028, 4);
+    }
+
+    /// Follows a script of lines COMMAND -> OUTCOME [| INDEX=STATUS...], with statuses as shown().
+    void follow(const std::string& script)
+    {
+        static const std::regex step("(.+?) ->(?: ([^|]+?))?(?: \\| (.+))?");
+        std::istringstream lines(script);
+        for (std::string line; std::getline(lines, line);) {
+            std::smatch parts;
+            if (line.empty()) {
+                continue;
+            }
+            ASSERT_TRUE(std::regex_match(line, parts, step)) << line;
+            EXPECT_EQ(outcome(parts[1]), parts[2]) << line;
+            std::istringstream statuses(parts[3]);
+            for (std::string status; statuses >> status;) {
+                const size_t equals = status.find('=');
+                EXPECT_EQ(shown(static_cast<uint32_t>(std::stoul(status))),
+                          status.substr(equals + 1))
+                    << line;
+            }
+        }
+    }
+
     sim::Clock::time_point now{std::chrono::seconds(1000000000) +
                                std::chrono::microseconds(250000)};
-
-private:
-    ChassisFile file_;
+    const ChassisFile file{R"(
+module = [{ slot = [1, 5], role = "supervisor", power = 200 },
+          { slot = 6, type = "card", power = 0 },
+          { slot = 2, type = "card", alias = "uplink", second-serial = "S2" }]
+power-supply = [{ bay = [1, 2], type = "supply" },
+                { bay = 3, type = "supply", output = 700, replaceable = false }]
+fan-tray = [{ bay = 2, manufacturer = "Other", power = 20, fans = 2 }]
+[chassis]
+name = "Box"
+manufacturer = "Maker"
+serial = "S1"
+slots = 6
+start-seconds = 3
+power-supply-bays = 4
+fan-tray-bays = 2
+type-code = 39
+sensors = [{ name = "inlet", description = "Inlet temperature" }]
+[types]
+other = { description = "Other card", power = 50 }
+supply = { model = "PS-1", output = 400 }
+[types.card]
+description = "Card"
+model = "M-1"
+clei-code = "C1"
+part-revision = "P1"
+vendor-type = 7
+power = 300
+ports = 8
+electrical = "8"
+transceivers = [{ ports = "1, 4", type = "internal" }, { ports = "2", type = "plain" },
+                { ports = "6-7", type = "external" }]
+sensors = [{ kind = "voltage", precision = 1, low = 11.9, high = 11.9, thresholds = [
+    { value = 11.4, relation = "<", severity = "critical" }, { value = 12.6 }] }]
+[transceivers]
+plain = { diagnostics = "none" }
+external = { diagnostics = "external", lanes = 4, receive-power = "none", transmit-power = { low = -3.0103, high = -3.0103 } }
+[transceivers.internal]
+model = "T-1"
+revision = "B"
+alias = "west"
+temperature = { low = -5, high = -5 }
+voltage = { low = 3.3, high = 3.3, high-warning = 3.4 }
+bias-current = { low = 35, high = 35 }
+transmit-power = { low = -3, high = -3 }
+receive-power = { low = -12, high = -12 }
+)"};
 };
