@@ -9,7 +9,7 @@ import socket
 import subprocess
 import tempfile
 import time
-from contextlib import ExitStack, contextmanager
+from contextlib import ExitStack
 from pathlib import Path
 
 SOURCE = Path(__file__).resolve().parents[2]
@@ -29,10 +29,6 @@ ENT_CONFIG_CHANGE = ".1.3.6.1.2.1.47.2.0.1"
 
 # A shell's background job ignores SIGINT and hands that on; what is started here must not.
 signal.signal(signal.SIGINT, signal.default_int_handler)
-
-
-def chassis_file(name):
-    return SOURCE / "chassis" / f"{name}.toml"
 
 
 def free_port(following=0):
@@ -112,18 +108,23 @@ class Daemon:
 class Switch(Daemon):
     program = "snmpd"
 
-    def __init__(self, chassis="ten-slot", lines=(), under=()):
-        """lines: more of the agent's configuration. under: a command that runs the agent."""
+    def __init__(self, chassis="ten-slot", lines=(), under=(), sink=None):
+        """lines: more of the agent's configuration. under: a command that runs the agent.
+        sink: the receiver of its notifications."""
         super().__init__()
         self.control = self.state / "control"
-        self.chassis = chassis_file(chassis) if isinstance(chassis, str) else chassis
-        self.lines, self.under = lines, under
+        self.chassis = SOURCE / f"chassis/{chassis}.toml" if isinstance(chassis, str) else chassis
+        self.lines, self.under, self.sink = list(lines), under, sink
+        if sink:
+            self.lines.append(f"trap2sink 127.0.0.1:{sink.port} public")
 
     def start(self):
         self.spawn(lambda port: [*self.under, SOURCE / "scripts/agent", BUILD, self.state, port,
                                  self.chassis, *self.lines])
         assert "dlopen" not in self.log(), self.log()
         self.get(UPTIME)  # until it answers, it forgets a SIGHUP
+        if self.sink:
+            assert [name for name, _ in self.sink.news(1)] == [".1.3.6.1.6.3.1.1.5.1"]
 
     def snmp(self, tool, *words, auth=READER, options=()):
         """words: OIDs, or for snmpset OID, TYPE, VALUE. Values come bare, OIDs as numbers."""
@@ -148,16 +149,11 @@ class Switch(Daemon):
         pairs = (line.partition(" ")[::2] for line in answer.stdout.splitlines())
         return [(oid, value.strip('"')) for oid, value in pairs if oid != f".{root}"]
 
-    def physical_rows(self):
-        """Indexes of all rows of the physical table: entities, and transceivers' sensors."""
-        return sorted([entity["index"] for entity in self.chmctl_json("inventory")]
-                      + [reading["index"] for transceiver in self.chmctl_json("transceivers")
-                         for reading in transceiver["readings"]])
-
     def chmctl(self, *words):
         return run(BUILD / "bin" / "chmctl", "--socket", self.control, *words)
 
-    def chmctl_json(self, *words):
+    def order(self, *words):
+        """What chmctl answers to a command that must succeed."""
         answer = self.chmctl("--json", *words)
         assert answer.returncode == 0, answer.stderr
         return json.loads(answer.stdout)
@@ -171,12 +167,6 @@ class Switch(Daemon):
         wait_for(lambda: self.get(UPTIME) and self.log().count("restarted") > restarts, "restart")
         self.get(UPTIME)
 
-    def memory_map(self):
-        return Path(f"/proc/{self.process.pid}/maps").read_text()
-
-    def descriptors(self):
-        return len(os.listdir(f"/proc/{self.process.pid}/fd"))
-
 
 class TrapReceiver(Daemon):
     program = "snmptrapd"
@@ -184,7 +174,7 @@ class TrapReceiver(Daemon):
     def __init__(self, lines=()):
         """lines: more of its configuration."""
         super().__init__()
-        self.lines = lines
+        self.lines, self.seen = lines, 0
 
     def start(self):
         (self.state / "conf").write_text("\n".join([
@@ -196,42 +186,27 @@ class TrapReceiver(Daemon):
             "-Lf", self.state / "snmptrapd.log", "-p", self.state / "snmptrapd.pid",
             f"udp:127.0.0.1:{port}"])
 
-    def received(self, notification):
-        """(how it came, bindings) of every notification of this kind so far."""
+    def notifications(self, name=None):
+        """(how it came, name, bindings) of all so far, or of those of a name. The two bindings that
+        every one begins with are left out: when, and the name."""
         found = []
         for line in self.log().splitlines():
             how, _, bindings = line.partition("|")
-            pairs = dict(pair.split(" ", 1) for pair in bindings.split("\t") if " " in pair)
-            if pairs.get(".1.3.6.1.6.3.1.1.4.1.0") == notification:
-                found.append((how, pairs))
+            pairs = [pair.partition(" ")[::2] for pair in bindings.split("\t") if pair]
+            if pairs and name in (None, pairs[1][1]):
+                bindings = [(oid, value.strip('"')) for oid, value in pairs[2:]]
+                found.append((how, pairs[1][1], bindings))
         return found
 
+    def wait_for(self, name, count=1):
+        """The notifications of a name, once there are so many."""
+        wait_for(lambda: len(self.notifications(name)) >= count, f"notification {name}")
+        return self.notifications(name)
 
-def notifications(receiver):
-    """All notifications so far, in order, without the bindings that every one has."""
-    found = []
-    for line in receiver.log().splitlines():
-        how, _, bindings = line.partition("|")
-        if bindings:
-            pairs = [pair.partition(" ")[::2] for pair in bindings.split("\t")]
-            found.append((pairs[1][1], [(oid, value.strip('"')) for oid, value in pairs[2:]]))
-    return found
-
-
-@contextmanager
-def watch(trap_receiver, under=()):
-    """A switch whose notifications arrive, and what reads the new ones: (OID, bindings)."""
-    sink = f"trap2sink 127.0.0.1:{trap_receiver.port} public"
-    with Switch(lines=[sink], under=under) as switch:
-        wait_for(lambda: "1.3.6.1.6.3.1.1.5.1" in trap_receiver.log(), "cold start")
-        seen = len(notifications(trap_receiver))
-
-        def news(count):
-            nonlocal seen
-            wait_for(lambda: len(notifications(trap_receiver)) >= seen + count, "notifications")
-            time.sleep(0.2)  # for those that should not come
-            fresh = notifications(trap_receiver)[seen:]
-            seen += len(fresh)
-            return fresh
-
-        yield switch, news
+    def news(self, count):
+        """(name, bindings) of those that came since the last call, once there are so many."""
+        wait_for(lambda: len(self.notifications()) >= self.seen + count, "notifications")
+        time.sleep(0.1)  # for those that should not come
+        fresh = [(name, bindings) for _, name, bindings in self.notifications()[self.seen:]]
+        self.seen += len(fresh)
+        return fresh

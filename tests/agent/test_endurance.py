@@ -1,4 +1,5 @@
-"""What the agent survives: many clients and events at once, bad packets, kills, its module table.
+"""What the agent survives: many clients and events at once, bad packets, kills, reloads, its module
+table.
 
 CHM_ENDURANCE gives the number of requests, which is small unless it is set, and CHM_UNDER a command
 that runs the agent, such as valgrind."""
@@ -6,23 +7,32 @@ that runs the agent, such as valgrind."""
 import json
 import os
 import random
+import re
 import select
 import socket
 import threading
 from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
 
 import pytest
 
-from lab import ALIAS, DESCR, NAME, Switch
+from lab import ALIAS, DESCR, NAME, OPERATOR, Switch
 
 REQUESTS = int(os.environ.get("CHM_ENDURANCE", 10_000))
 UNDER = os.environ.get("CHM_UNDER", "").split()
 GET, GETNEXT, SET, GETBULK = 0xa0, 0xa1, 0xa3, 0xa5
 MAIN, ALT = "1.3.6.1.4.1.32473.9", "1.3.6.1.4.1.99999"
-ROOTS = ["1.3.6.1.2.1.47", f"{MAIN}.91", f"{MAIN}.117", f"{MAIN}.176", f"{MAIN}.195",
-         f"{MAIN}.198", f"{ALT}.9.92", f"{ALT}.2.9"]
+ROOTS = ["1.3.6.1.2.1.47", *(f"{MAIN}.{module}" for module in (91, 117, 176, 195, 198)),
+         f"{ALT}.9.92", f"{ALT}.2.9"]
 BAD_COMMUNITIES, PARSE_ERRORS = "1.3.6.1.2.1.11.4.0", "1.3.6.1.2.1.11.6.0"
 MODULE_STATUS = "1.3.6.1.4.1.2021.13.14.2.1.5"  # of the agent's loaded modules
+MODULE_NAMES = "1.3.6.1.4.1.8072.1.2.1.1.4"  # of the subtrees registered with the agent
+
+
+@pytest.fixture(scope="module")
+def switch():
+    with Switch("small") as switch:
+        yield switch
 
 
 def ber(tag, *parts):
@@ -39,10 +49,10 @@ def name(oid):
     first, second, *rest = (int(word) for word in oid.strip(".").split("."))
     encoded = [40 * first + second]
     for word in rest:
-        groups = [word >> shift & 0x7f for shift in range(28, -1, -7)]
-        while len(groups) > 1 and groups[0] == 0:
-            groups.pop(0)
-        encoded += [group | 0x80 for group in groups[:-1]] + groups[-1:]
+        groups = [word & 0x7f]
+        while word := word >> 7:
+            groups.insert(0, word & 0x7f | 0x80)
+        encoded += groups
     return ber(6, bytes(encoded))
 
 
@@ -104,45 +114,37 @@ def ask(switch, requests, seed, count):
         assert client.error(request, number) in errors, request
 
 
-def resident_kilobytes(switch):
-    with open(f"/proc/{switch.process.pid}/statm") as statm:
-        return int(statm.read().split()[1]) * os.sysconf("SC_PAGE_SIZE") // 1024
+def process(switch, file):
+    return Path(f"/proc/{switch.process.pid}/{file}")
 
 
 def test_many_clients_at_once_while_the_switch_changes():
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sink:
         sink.bind(("127.0.0.1", 0))
         line = f"trap2sink 127.0.0.1:{sink.getsockname()[1]} public"
-        with Switch("small", [line], UNDER) as switch:
+        with Switch("small", [line], UNDER) as switch, ThreadPoolExecutor() as pool:
             oids = instances(switch)
             requests, resident, done = list(requests_for(oids)), [], threading.Event()
-            with ThreadPoolExecutor() as pool:
-                changes = pool.submit(change_switch, switch, done)
-                try:
-                    for half in range(2):
-                        clients = [pool.submit(ask, switch, requests, f"{half} {client}",
-                                               REQUESTS // 8) for client in range(4)]
-                        for client in clients:
-                            client.result()
-                        resident.append(resident_kilobytes(switch))
-                finally:
-                    done.set()
-                print(f"{REQUESTS} requests, {changes.result()} orders, {resident} kB")
+            changes = pool.submit(change_switch, switch, done)
+            try:
+                for half in range(2):
+                    list(pool.map(lambda client: ask(switch, requests, f"{half} {client}",
+                                                     REQUESTS // 8), range(4)))
+                    pages = int(process(switch, "statm").read_text().split()[1])
+                    resident.append(pages * os.sysconf("SC_PAGE_SIZE") // 1024)
+            finally:
+                done.set()
+            print(f"{REQUESTS} requests, {changes.result()} orders, {resident} kB")
             assert changes.result() > 0
             assert UNDER or resident[1] < resident[0] + 1000
             assert instances(switch) == oids
             assert switch.stop() == 0
 
 
-@pytest.fixture(scope="module")
-def switch():
-    with Switch("small") as switch:
-        yield switch
-
-
 def test_bad_packets_are_counted_and_not_answered(switch):
     client, chance = Client(switch), random.Random(1)
     good = packet(GET, f"{DESCR}.1")
+    before = switch.walk("1.3.6.1.2.1.47")
     bad_communities, parse_errors = (int(switch.get(oid))
                                      for oid in (BAD_COMMUNITIES, PARSE_ERRORS))
     for size in range(1, len(good)):
@@ -152,7 +154,6 @@ def test_bad_packets_are_counted_and_not_answered(switch):
     assert int(switch.get(BAD_COMMUNITIES)) == bad_communities + 100
     assert not select.select([client.socket], [], [], 0)[0]  # nothing has been answered
     assert int(switch.get(PARSE_ERRORS)) >= parse_errors + len(good) // 2
-    before = switch.walk("1.3.6.1.2.1.47")
     for _ in range(5000):
         damaged = bytearray(good)
         damaged[chance.randrange(len(good))] = chance.randrange(256)
@@ -169,27 +170,53 @@ def test_a_reader_writes_nothing_at_all(switch):
     assert switch.walk("1.3.6.1.2.1.47") == before
 
 
-def test_a_killed_agent_starts_again():
+def test_kills_reloads_and_unloaded_modules():
+    unload, load, modules = 5, 4, range(2, 10)  # the first is the switch itself
     with Switch("small") as switch:
-        for _ in range(3):
+        for _ in range(2):
             switch.process.kill()
             switch.process.wait()
             (switch.state / "snmpd.pid").unlink()
             switch.start()
-            assert switch.chmctl("status").returncode == 0  # the dead one's socket is taken over
+            switch.order("status")  # the dead one's socket is taken over
             assert switch.get(f"{NAME}.1") == "Small switch"
 
-
-def test_modules_are_unloaded_and_loaded_through_the_agent():
-    unload, load, modules = 5, 4, range(2, 10)  # the first is the switch itself
-    with Switch("small") as switch:
-        oids = instances(switch)
+        assert switch.set(f"{ALIAS}.1", "s", "kept") is None
+        oids, descriptors = instances(switch), len(list(process(switch, "fd").iterdir()))
         for _ in range(3):
-            assert all(switch.set(f"{MODULE_STATUS}.{module}", "i", unload) is None
-                       for module in modules)
-            assert "libchmsnmp" not in switch.memory_map()
-            assert switch.chmctl("announce").returncode == 0  # an event that nobody handles
-            assert all(switch.set(f"{MODULE_STATUS}.{module}", "i", load) is None
-                       for module in modules)
+            for module in modules:
+                assert switch.set(f"{MODULE_STATUS}.{module}", "i", unload) is None
+            assert "libchmsnmp" not in process(switch, "maps").read_text()
+            assert not any(name.endswith("_mib") for _, name in switch.walk(MODULE_NAMES))
+            switch.order("announce")  # an event that nobody handles
+            for module in modules:
+                assert switch.set(f"{MODULE_STATUS}.{module}", "i", load) is None
             assert instances(switch) == oids
+        for _ in range(3):
+            switch.reload()
+            assert instances(switch) == oids
+            assert switch.get(f"{ALIAS}.1", auth=OPERATOR) == "kept"
+            assert switch.control.stat().st_mode & 0o777 == 0o600
+            assert [name for _, name in switch.walk(MODULE_NAMES)].count("entity_mib") == 26
+        assert len(list(process(switch, "fd").iterdir())) == descriptors
+        # The agent has a table or two of its own that it registers twice.
+        assert not re.search(r"duplicate registration: .*_mib\b", switch.log())
         assert switch.stop() == 0
+        assert not switch.control.exists()
+
+
+@pytest.mark.parametrize("name", ["@chm-{}", "/tmp/chm-{}.notify"])
+def test_a_service_manager_hears_that_the_agent_lives(name):
+    address = name.format(os.getpid())
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
+        manager.settimeout(10)
+        manager.bind(address.replace("@", "\0"))
+        try:
+            with Switch("small", under=["env", f"NOTIFY_SOCKET={address}"]) as switch:
+                assert [manager.recv(100).strip() for _ in range(2)] == [b"READY=1", b"WATCHDOG=1"]
+                switch.reload()
+                while select.select([manager], [], [], 0)[0]:
+                    manager.recv(100)  # from before the reload
+                assert manager.recv(100) == b"WATCHDOG=1"
+        finally:
+            Path(address).unlink(missing_ok=True)

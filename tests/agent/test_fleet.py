@@ -6,7 +6,7 @@ import pytest
 
 from lab import (
     ALIAS, BUILD, ENT_CONFIG_CHANGE, ENVIRONMENT, OPERATOR, SERIAL_NUM, SOURCE, WRITER, Daemon,
-    Switch, TrapReceiver, chassis_file, free_port, run, wait_for)
+    Switch, TrapReceiver, free_port, run, wait_for)
 
 SYS_NAME, ENGINE_ID = "1.3.6.1.2.1.1.5.0", "1.3.6.1.6.3.10.2.1.1.0"
 LABEL, MODEL = f"{ALIAS}.1", "1.3.6.1.2.1.47.1.1.1.1.13.1"
@@ -27,7 +27,7 @@ def fleet(receiver, tmp_path_factory):
     with subprocess.Popen(
             [SOURCE / "scripts/fleet", "--build-dir", BUILD, "--port", str(port),
              "--trap-sink", f"127.0.0.1:{receiver.port}",
-             *(chassis_file(name) for name in ("small", "ten-slot", "small"))],
+             *(SOURCE / f"chassis/{name}.toml" for name in ("small", "ten-slot", "small"))],
             env={**ENVIRONMENT, "XDG_RUNTIME_DIR": str(tmp_path_factory.mktemp("fleet"))},
             stdout=subprocess.PIPE, text=True) as process:
         assert any("Ctrl-C" in line for line in process.stdout)
@@ -52,8 +52,8 @@ def test_each_switch_of_a_fleet_is_reached_by_its_context_or_community(fleet, re
         assert ask(fleet, "snmpset", (*OPERATOR, "-n", name), LABEL, "s", name) == identity[:1]
     for number in (1, 2, 3):  # what came later did not reach the ones before
         assert ask(fleet + number, "snmpget", WRITER, LABEL) == [f'"switch{number}"']
-    wait_for(lambda: len(receiver.received(ENT_CONFIG_CHANGE)) == 6, "notifications")
-    assert {how.split("community ")[1] for how, _ in receiver.received(ENT_CONFIG_CHANGE)} == {
+    told = receiver.wait_for(ENT_CONFIG_CHANGE, 6)
+    assert {how.split("community ")[1] for how, *_ in told} == {
         f"public@switch{number}" for number in (1, 2, 3)}
 
 
@@ -107,8 +107,8 @@ def test_a_sub_agent_serves_what_an_agent_does(switch, receiver):
         for root in ("1.3.6.1.4.1.32473", "1.3.6.1.4.1.99999"):
             assert ([oid for oid, _ in sub_agent.walk(root)] ==
                     [oid for oid, _ in switch.walk(root)] != [])
-        before = len(receiver.received(ENT_CONFIG_CHANGE))
+        before = len(receiver.notifications(ENT_CONFIG_CHANGE))
         assert sub_agent.set(LABEL, "s", "by way of a master") is None
         assert sub_agent.get(LABEL) == "by way of a master"
         assert sub_agent.set(f"{SERIAL_NUM}.1", "s", "new") == "notWritable"
-        wait_for(lambda: len(receiver.received(ENT_CONFIG_CHANGE)) > before, "notification")
+        receiver.wait_for(ENT_CONFIG_CHANGE, before + 1)

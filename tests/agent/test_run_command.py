@@ -9,8 +9,8 @@ import subprocess
 import pytest
 
 from lab import (
-    BUILD, ENT_CONFIG_CHANGE, ENVIRONMENT, OPERATOR, READER, SOURCE, TrapReceiver, chassis_file,
-    free_port, run, wait_for)
+    BUILD, ENT_CONFIG_CHANGE, ENVIRONMENT, OPERATOR, READER, SOURCE, TrapReceiver, free_port, run,
+    wait_for)
 
 ENGINE_BOOTS = "1.3.6.1.6.3.10.2.1.2.0"
 
@@ -53,11 +53,6 @@ def refusal(process):
     return err
 
 
-def agent_of(runtime):
-    state, = runtime.iterdir()
-    return int((state / "snmpd.pid").read_text())
-
-
 @pytest.mark.parametrize("goodbye", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
 def test_it_leaves_nothing_behind(bring_up, runtime, goodbye):
     port = free_port()
@@ -77,15 +72,16 @@ def test_what_a_killed_one_left_is_no_obstacle(bring_up, runtime):
     port = free_port()
     process = bring_up(port=port)
     until_ready(process)
-    agent = agent_of(runtime)
+    state, = runtime.iterdir()
+    agent = (state / "snmpd.pid").read_text().strip()
     process.kill()
     wait_for(lambda: not os.path.exists(f"/proc/{agent}/exe"), "end of the agent")
-    assert os.listdir(runtime)
+    assert state.exists()
     assert bring_up("--check", port=port).communicate(timeout=60)[1] == ""
     assert not os.listdir(runtime)
 
 
-def test_it_shows_notifications_by_name(bring_up, runtime):
+def test_it_shows_notifications_by_name_and_the_death_of_its_agent(bring_up, runtime):
     run(SOURCE / "scripts/with-mibs", BUILD, "true")  # has the base modules installed
     process = bring_up()
     until_ready(process)
@@ -94,14 +90,21 @@ def test_it_shows_notifications_by_name(bring_up, runtime):
     shown = next(line for line in process.stdout if " qefcFRURemoved " in line)
     assert re.fullmatch(r"[\d:]{8} qefcFRURemoved \| entPhysicalContainedIn.1003 = 103 \| "
                         r"entPhysicalDescr.1003 = .* \| entPhysicalName.103 = Slot 3\n", shown)
-
-
-def test_a_dying_agent_is_reported(bring_up, runtime):
-    process = bring_up()
-    until_ready(process)
-    os.kill(agent_of(runtime), signal.SIGKILL)
+    os.kill(int((state / "snmpd.pid").read_text()), signal.SIGKILL)
     _, err = process.communicate(timeout=20)
     assert process.returncode == 1 and "snmpd has ended by itself" in err
+    assert not os.listdir(runtime)
+
+
+@pytest.mark.parametrize("options, complaint", [
+    (["--chassis", "missing.toml"], "missing.toml"),
+    (["--chassis", "broken.toml"], "broken.toml:2: "),
+    (["--port", "0"], "run: "), (["--port", "65536"], "run: "), (["--fly"], "run: "),
+    (["word"], "run: "), (["--trap-sink", "nowhere"], "run: "), (["--name", "two words"], "run: "),
+    (["--build-dir", "/nonexistent"], "run: ")])
+def test_wrong_usage_is_one_line(bring_up, runtime, tmp_path, options, complaint):
+    (tmp_path / "broken.toml").write_text("[chassis]\nnonsense = 1\n")
+    assert complaint in refusal(bring_up(*options))
     assert not os.listdir(runtime)
 
 
@@ -113,25 +116,6 @@ def test_a_taken_port_is_named(bring_up, runtime):
     assert not os.listdir(runtime)
 
 
-@pytest.mark.parametrize("text, where", [
-    (None, "broken.toml"),
-    ("[chassis]\nslots = \n", "broken.toml:2: "),
-    ("[chassis]\n\nnonsense = 1\n", "broken.toml:3: "),
-])
-def test_a_bad_chassis_is_one_line(bring_up, runtime, tmp_path, text, where):
-    if text is not None:
-        (tmp_path / "broken.toml").write_text(text)
-    assert where in refusal(bring_up("--chassis", "broken.toml"))
-    assert not os.listdir(runtime)
-
-
-@pytest.mark.parametrize("options", [["--port", "0"], ["--port", "65536"], ["--fly"], ["word"],
-                                     ["--trap-sink", "nowhere"], ["--name", "two words"],
-                                     ["--build-dir", "/nonexistent"]])
-def test_wrong_usage_is_one_line(bring_up, options):
-    assert refusal(bring_up(*options)).startswith("run: ")
-
-
 def test_users_alone_see_an_engine_that_only_grows_older(bring_up, runtime):
     port, engine, boots = free_port(), b"core-1".hex(), 0
     user = f"createUser -e 0x80001f8804{engine} operator SHA lab-authentication AES lab-encryption"
@@ -140,22 +124,22 @@ def test_users_alone_see_an_engine_that_only_grows_older(bring_up, runtime):
             process = bring_up("--v3-only", "--name", "core-1", "--trap-sink",
                                f"127.0.0.1:{receiver.port}", port=port)
             until_ready(process)
-            words = "-r0", "-t2", "-Oqv", f"127.0.0.1:{port}", "1.3.6.1.2.1.1.5.0", ENGINE_BOOTS
+            words = "-Oqv", f"127.0.0.1:{port}", "1.3.6.1.2.1.1.5.0", ENGINE_BOOTS
             name, engine_boots = run("snmpget", *OPERATOR, *words).stdout.splitlines()
             assert name == '"core-1"' and boots <= int(engine_boots) != 1
             boots = int(engine_boots)
-            assert "Timeout" in run("snmpget", *READER, *words).stderr
+            assert "Timeout" in run("snmpget", *READER, "-r0", "-t0.5", *words).stderr
             control = next(runtime.iterdir()) / "control"
             assert run(BUILD / "bin/chmctl", "--socket", control, "announce").returncode == 0
-            wait_for(lambda: len(receiver.received(ENT_CONFIG_CHANGE)) == start, "notification")
+            receiver.wait_for(ENT_CONFIG_CHANGE, start)
             os.killpg(process.pid, signal.SIGINT)
             process.communicate(timeout=20)
 
 
-@pytest.mark.parametrize("name", ["small", "ten-slot", "eighteen-slot"])
+@pytest.mark.parametrize("name", ["small", "eighteen-slot"])
 def test_the_check_shows_every_row(bring_up, tmp_path, name):
     chassis = tmp_path / f"{name} with blanks.toml"
-    chassis.write_bytes(chassis_file(name).read_bytes())
+    chassis.write_bytes((SOURCE / f"chassis/{name}.toml").read_bytes())
     process = bring_up("--check", "--chassis", chassis)
     out, err = process.communicate(timeout=120)
     assert (process.returncode, err) == (0, "")

@@ -2,65 +2,76 @@
 
 import pytest
 
-from lab import ALIAS, ASSET_ID, DESCR, OPERATOR, READER, SERIAL_NUM, WRITER
+from lab import ALIAS, ASSET_ID, OPERATOR, SERIAL_NUM, WRITER
 
-CHASSIS = 1
-
-
-def entity(switch, index):
-    return next(row for row in switch.chmctl_json("inventory") if row["index"] == index)
+FRU, RF, SENSORS = (f"1.3.6.1.4.1.32473.9.{module}" for module in (117, 176, 91))
+EXTENSION, ASSETS, TERMINAL = ("1.3.6.1.4.1.32473.9.195.1", "1.3.6.1.4.1.99999.9.92.1.1.1",
+                               "1.3.6.1.4.1.99999.2.9")
+ROOTS = ("1.3.6.1.2.1.47", f"{FRU}.1", RF, EXTENSION, ASSETS, TERMINAL, f"{SENSORS}.1.2.1.1.6")
+INTERVAL, DURATION, TEXT, SEND = (f"{TERMINAL}.{number}.0" for number in (5, 6, 7, 9))
 
 
 @pytest.mark.parametrize("column, field", [(ALIAS, "alias"), (ASSET_ID, "asset-id")])
-@pytest.mark.parametrize("text", ["front row", "x" * 32, ""])
-def test_a_written_text_is_read_back(switch, column, field, text):
-    assert switch.set(f"{column}.{CHASSIS}", "s", "before") is None
-    assert switch.set(f"{column}.{CHASSIS}", "s", text) is None
-    assert switch.get(f"{column}.{CHASSIS}") == text
-    assert entity(switch, CHASSIS)[field] == text
+def test_a_written_text_is_read_back(switch, column, field):
+    for text in ("front row", "x" * 32, ""):
+        assert switch.set(f"{column}.1", "s", text) is None
+        assert switch.get(f"{column}.1") == switch.order("inventory")[0][field] == text
 
 
-def sensor(switch):
-    rows = [row["index"] for row in switch.chmctl_json("inventory")]
-    return next(row for row in rows if 21589 <= row <= 25685)
+def test_a_refused_write_says_why_and_changes_nothing(switch):
+    """Objects that may not be written at all are test_mibs.py's."""
+    before = [switch.walk(root) for root in ROOTS]
+    for oid, kind, value, error in [
+            (f"{ALIAS}.1", "s", "x" * 33, "wrongLength"),
+            (f"{ASSET_ID}.1", "s", "x" * 33, "wrongLength"),
+            (f"{ALIAS}.1", "i", "7", "wrongType"),
+            (f"{ASSET_ID}.1", "i", "7", "wrongType"),
+            (f"{SERIAL_NUM}.1", "s", "S1", "notWritable"),
+            (f"{ALIAS}.999999", "s", "nobody", "noSuchName"),
+            (f"{ALIAS}.25813", "s", "no transceiver", "noSuchName"),
+            (f"{ALIAS}.21589", "s", "a sensor", "genError"),
+            (f"{FRU}.1.2.1.1.1.1005", "i", "2", "notWritable"),  # the active supervisor
+            (f"{FRU}.1.1.2.1.1.1005", "i", "2", "notWritable"),
+            (f"{FRU}.1.2.1.1.1.1003", "i", "5", "wrongValue"),
+            (f"{FRU}.1.2.1.1.1.1003", "s", "1", "wrongType"),
+            (f"{FRU}.1.2.1.1.1.1004", "i", "1", "noSuchName"),  # an empty slot
+            (f"{FRU}.1.1.4.1.1.1", "i", "1", "notWritable"),
+            (f"{FRU}.1.1.3.0", "i", "12501", "wrongValue"),
+            (f"{SENSORS}.1.2.1.1.6.25821.1", "i", "2", "noSuchName"),
+            (f"{SENSORS}.1.2.1.1.6.21589.2", "i", "3", "wrongValue"),
+            (f"{RF}.1.2.11.0", "i", "4", "wrongValue"),
+            (f"{RF}.1.2.11.0", "s", "1", "wrongType"),
+            (DURATION, "i", "0", "wrongValue"),
+            (TEXT, "s", "x" * 257, "wrongLength"),
+            (f"{EXTENSION}.4.1.1.1", "s", "x" * 33, "wrongLength"),
+            (f"{EXTENSION}.4.1.1.1", "i", "1", "wrongType"),
+            (f"{EXTENSION}.4.1.1.999999", "s", "x", "notWritable")]:
+        assert switch.set(oid, kind, value) == error, oid
+    assert [switch.walk(root) for root in ROOTS] == before
 
 
-@pytest.mark.parametrize("column, row, kind, value, error", [
-    (ALIAS, CHASSIS, "s", "x" * 33, "wrongLength"),
-    (ASSET_ID, CHASSIS, "s", "x" * 33, "wrongLength"),
-    (ALIAS, CHASSIS, "i", "7", "wrongType"),
-    (ASSET_ID, CHASSIS, "i", "7", "wrongType"),
-    (SERIAL_NUM, CHASSIS, "s", "S1", "notWritable"),
-    (DESCR, CHASSIS, "s", "new", "notWritable"),
-    (ALIAS, 999999, "s", "nobody", "noSuchName"),
-    (ALIAS, 25813, "s", "no transceiver", "noSuchName"),
-    (ALIAS, sensor, "s", "fixed", "genError"),
-])
-def test_a_refused_write_says_why_and_changes_nothing(switch, column, row, kind, value, error):
-    row = row(switch) if callable(row) else row
-    before = switch.walk("1.3.6.1.2.1.47")
-    assert switch.set(f"{column}.{row}", kind, value) == error
-    assert switch.walk("1.3.6.1.2.1.47") == before
-
-
-def test_who_may_read_and_write(switch):
-    assert switch.set(f"{ALIAS}.{CHASSIS}", "s", "reader", auth=READER) == "noAccess"
-    for text, auth in (("writer", WRITER), ("operator", OPERATOR)):
-        assert switch.set(f"{ALIAS}.{CHASSIS}", "s", text, auth=auth) is None
-        for reader in (READER, WRITER, OPERATOR):
-            assert switch.get(f"{ALIAS}.{CHASSIS}", auth=reader) == text
+def test_a_message_of_one_request_appears_once(switch):
+    words = (TEXT, "s", "at noon", DURATION, "i", "30", INTERVAL, "i", "5", SEND, "i", "2")
+    assert switch.snmp("snmpset", *words, auth=WRITER).returncode == 0
+    assert switch.set(TEXT, "s", "the next one") is None
+    message, = switch.order("terminals")
+    assert {**message, "time": 0} == {"text": "at noon", "duration": 30, "interval": 5, "time": 0}
+    assert switch.get(TEXT) == "the next one"
 
 
 @pytest.mark.parametrize("user, level, refusal", [
-    ("guest", "noAuthNoPriv", "noAccess"), ("monitor", "authNoPriv", "noAccess"),
-    ("monitor", "noAuthNoPriv", "authorizationError"),
-    ("operator", "authNoPriv", "authorizationError")])
-def test_other_users_read_at_most_and_no_terminal_message(switch, user, level, refusal):
-    auth = ("-v3", "-l", level, "-u", user, "-a", "SHA", "-A", "lab-authentication")
-    label, message = f"{ALIAS}.{CHASSIS}", "1.3.6.1.4.1.99999.2.9.7.0"
-    assert switch.set(label, "s", user, auth=auth) == refusal
-    seen = switch.snmp("snmpget", label, message, auth=auth).stdout.splitlines()
-    if refusal == "noAccess":
-        assert len(seen) == 2 and switch.get(label) in seen[0] and "No Such" in seen[1]
-    else:
+    ("public", None, "noAccess"), ("private", None, None),
+    ("operator", "authPriv", None), ("operator", "authNoPriv", "authorizationError"),
+    ("monitor", "authNoPriv", "noAccess"), ("monitor", "noAuthNoPriv", "authorizationError"),
+    ("guest", "noAuthNoPriv", "noAccess")])
+def test_who_may_read_and_write(switch, user, level, refusal):
+    auth = (*OPERATOR, "-l", level, "-u", user) if level else ("-v2c", "-c", user)
+    label = f"{ALIAS}.1"
+    assert switch.set(label, "s", f"by {user}", auth=auth) == refusal
+    seen = switch.snmp("snmpget", label, TEXT, auth=auth).stdout.splitlines()
+    if refusal == "authorizationError":
         assert not seen
+    else:
+        assert switch.get(label) in seen[0] and (f"by {user}" in seen[0]) == (refusal is None)
+        # The message to terminals is not for everybody.
+        assert ("No Such" in seen[1]) == (user in ("monitor", "guest"))

@@ -1,0 +1,188 @@
+"""The control socket and its command: good and bad use, faults, scenarios, exports, completion."""
+
+import re
+import socket
+
+import pytest
+
+from lab import BUILD, DESCR, SOURCE, Switch, run, wait_for
+
+ENTITY = "physical-entity"
+MODULE_ADMIN_STATUS = "1.3.6.1.4.1.32473.9.117.1.2.1.1.1.1003"
+RECEIVE_POWER = "1.3.6.1.4.1.32473.9.91.1.1.1.1.4.25827"  # of Ethernet1/1
+
+
+def send(switch, data):
+    """The switch's line in answer to these bytes, or what came of it until it closed."""
+    answer = b""
+    with socket.socket(socket.AF_UNIX) as client:
+        client.settimeout(10)
+        client.connect(str(switch.control))
+        try:
+            client.sendall(data)
+            while not answer.endswith(b"\n") and (chunk := client.recv(65536)):
+                answer += chunk
+        except ConnectionError:
+            pass
+    return answer.replace(b" ", b"")
+
+
+def test_nonsense_oversized_and_half_requests_do_no_harm(switch):
+    for data in [b"\x00\xff{]", b"", b"[]", b"7", b"{}", b'{"verb": 5}', b'{"verb": "fly"}',
+                 b"[" * 60000, b'{"verb": "set", "entity": {}, "field": [], "value": null}']:
+        assert b'"ok":false' in send(switch, data + b"\n"), data
+    assert b'"ok":true' not in send(switch, b"x" * 1_000_000)
+    clients = [socket.socket(socket.AF_UNIX) for _ in range(40)]
+    for client in clients:
+        client.connect(str(switch.control))
+        client.sendall(b'{"verb": "inven')
+    assert "No Such" not in switch.get(f"{DESCR}.1")
+    for client in clients:
+        client.close()
+    switch.order("status")
+
+
+@pytest.mark.parametrize("words, status, text", [
+    (["set", "999999", "alias", "x"], 1, "999999"),
+    (["set", "no such entity", "alias", "x"], 1, "no such entity"),
+    (["set", "1", "alias", "x" * 33], 1, "alias"),
+    (["pull", "1005"], 1, "Module 5 is the active supervisor"),
+    (["led", "2001", "9", "red"], 1, "Power supply 1 has no LED 9"),
+    (["fault", "led", "delay"], 1, "amount"),
+    (["fault", "led", "delay", "10001"], 1, "10000"),
+    (["fault", "led", "nothing", "3"], 1, "amount"),
+    (["fault", "17", "nothing"], 1, "17"),
+    (["fault", "fan", "nothing"], 1, "fan-tray-status"),
+    (["clear-faults", "999"], 1, "999"),
+    (["check", "/nonexistent.toml"], 1, "/nonexistent.toml"),
+    (["fly"], 2, ""),
+    (["set", "1"], 2, ""),
+    (["--socket", "/nonexistent/control", "status"], 3, "/nonexistent/control"),
+])
+def test_errors_of_the_command_are_one_line(switch, words, status, text):
+    answer = run(BUILD / "bin/chmctl", *words) if "--socket" in words else switch.chmctl(*words)
+    assert (answer.returncode, answer.stdout) == (status, "")
+    assert re.fullmatch(r"chmctl: .+\n", answer.stderr) and text in answer.stderr
+
+
+def test_the_chassis_of_the_documentation_is_good(tmp_path):
+    sample = tmp_path / "sample.toml"
+    page = (SOURCE / "docs/chassis-file.md").read_text()
+    sample.write_text(page.split("```toml\n")[1].split("```")[0])
+    assert "good, 168 entities" in run(BUILD / "bin/chmctl", "check", sample).stdout
+
+
+def test_traces_go_where_they_are_switched_on(switch):
+    def traced():
+        texts = [record["text"] for record in switch.order("history")]
+        return (sum("header_entPhysicalTable" in text for text in texts),
+                switch.log().count("header_entPhysicalTable"))
+
+    for words, history, debug in [(("all", "off"), False, False), (("history", "on"), True, False),
+                                  (("debug", "on"), True, True), (("history", "off"), False, True),
+                                  (("debug", "off"), False, False)]:
+        switch.order("trace", *words)
+        before = traced()
+        switch.get(f"{DESCR}.1")
+        assert [now > then for now, then in zip(traced(), before)] == [history, debug], words
+
+
+@pytest.mark.parametrize("words, operation, outcomes", [
+    (["1029", "fail", "5", "--operation", "set", "--count", "2"], "set", ["genError"] * 2 + [None]),
+    (["module", "nothing", "--count", "1"], "set", [None]),
+    ([ENTITY, "fail", "1", "--operation", "get"], "get", ["No Such Instance"] * 3),
+    ([ENTITY, "short", "2780", "--count", "1", "--operation", "get"], "get", ["", "Line"]),
+    ([ENTITY, "long", "20"], "get", ["Line"] * 2),
+    ([ENTITY, "delay", "50", "--count", "1"], "get", ["Line"] * 2),
+    ([ENTITY, "fail", "1", "--operation", "set"], "get", ["Line"]),
+])
+def test_faults_strike_as_often_as_they_should(switch, words, operation, outcomes):
+    fault = switch.order("fault", *words)
+    for outcome in outcomes:
+        if operation == "set":
+            assert switch.set(MODULE_ADMIN_STATUS, "i", 1) == outcome
+        else:
+            assert switch.get(f"{DESCR}.1003").startswith(outcome)
+    left = [one["number"] for one in switch.order("faults")]
+    assert left == ([] if "--count" in words else [fault["number"]])
+    assert switch.order("clear-faults") == []
+
+
+def test_port_manager_has_faults_too(switch):
+    switch.order("fault", "port-configuration", "fail", "7")
+    assert "No Such" in switch.get(RECEIVE_POWER)
+    switch.order("clear-faults")
+    assert int(switch.get(RECEIVE_POWER)) < 0
+
+
+def test_export_gives_the_same_switch(tmp_path):
+    def views():
+        """What stays the same, while readings move."""
+        keys = ("status", "by-hand", "type", "serial")
+        return (switch.order("inventory"), switch.order("redundancy")["active"],
+                [[one.get(key) for key in keys]
+                 for verb in ("sensors", "transceivers") for one in switch.order(verb)])
+
+    with Switch() as switch:
+        for words in (
+                ["set", "Slot 3", "alias", 'row "4"'], ["set", "Ethernet1/2", "description", "up"],
+                ["set", "Ethernet3/1", "alias", "gone with its module"], ["pull", "Module 3"],
+                ["fail", "Fan 1/2"], ["fail", "Power supply 2"], ["unplug", "Ethernet1/3"],
+                ["insert", "Slot 8", "--type", "line-card-48"], ["plug-unknown", "Slot 9"],
+                ["reading", "Module 1 outlet", "75.5"], ["unplug", "Ethernet2/1"],
+                ["plug", "Ethernet2/1", "--type", "lr"], ["chassis-type", "19"], ["switchover"],
+                ["transceiver-reading", "Ethernet1/5", "receive-power", "none"]):
+            switch.order(*words)
+        switch.set("1.3.6.1.4.1.32473.9.117.1.2.1.1.1.1007", "i", 2)
+        switch.set("1.3.6.1.4.1.32473.9.91.1.2.1.1.6.21589.1", "i", 2)
+        wait_for(lambda: "starting" not in switch.chmctl("units").stdout, "module in service")
+        exported, shown = switch.chmctl("export").stdout, views()
+    file = tmp_path / "exported.toml"
+    file.write_text(exported)
+    with Switch(chassis=file) as switch:
+        assert switch.chmctl("export").stdout == exported
+        assert views() == shown
+        switch.order("insert", "Slot 3")
+        names = {entity["name"]: entity["alias"] for entity in switch.order("inventory")}
+        assert names["Ethernet3/1"] == "gone with its module"
+
+
+def test_scenarios_play_and_notify(switch):
+    for file in sorted((SOURCE / "scenarios").glob("*.toml")):
+        assert switch.chmctl("play", file, "--speed", "100").returncode == 0, file
+    names = {one["name"] for one in switch.order("notifications")}
+    assert {"qefcFanTrayStatusChange", "qefcFRURemoved", "qRFSwitchover",
+            "entSensorThresholdNotification"} <= names
+    view = switch.chmctl("watch", "--once").stdout
+    assert all(text in view for text in ("Module 1 ", "Hottest", "no light", "qRFSwitchover"))
+    assert "\x1b" not in view
+
+
+@pytest.mark.parametrize("text, line, complaint", [
+    ('x = 1', 1, "'x'"), ('[[step]]\nat = 1\ndo = ["pull"]', 3, "UNIT"), ("a = ", 1, ""),
+    ('[[step]]\nat = 1\ndo = []', 1, "do"), ('[[step]]\ndo = ["announce"]', 1, "at"),
+    ('[[step]]\nat = 2\ndo = ["announce"]\n[[step]]\nat = 1\ndo = ["announce"]', 4, "before"),
+    ('[[step]]\nat = 0\ndo = ["pull", "Module 99"]', 3, "Module 99"),
+])
+def test_bad_scenarios_name_the_line(switch, tmp_path, text, line, complaint):
+    (tmp_path / "bad.toml").write_text(text)
+    answer = switch.chmctl("play", tmp_path / "bad.toml")
+    assert answer.returncode == 1 and re.search(f"bad.toml:{line}: .*{complaint}", answer.stderr)
+
+
+@pytest.mark.parametrize("words, found", [
+    (["comp"], ["completion"]), (["pull", '"Module 1'], ["Module\\ 1", "Module\\ 10"]),
+    (["fault", "led", "s"], ["short"]), (["fault", "led", "short", "--op"], ["--operation"]),
+    (["fault", "--operation", "get-"], ["get-next"]), (["trace", "h"], ["history"]),
+])
+def test_words_are_completed(switch, words, found):
+    answer = switch.chmctl("complete", "--", *words).stdout.splitlines()
+    assert [word for word in answer if not re.search("inlet|outlet|12", word)] == found
+
+
+def test_every_verb_has_an_example():
+    chmctl = BUILD / "bin/chmctl"
+    listed = re.findall(r"^  ([a-z][a-z-]+) {2,}[A-Z]", run(chmctl, "--help").stdout, re.M)
+    assert len(listed) > 30
+    for verb in listed:
+        assert "Example:\n" in run(chmctl, verb, "--help").stdout, verb
