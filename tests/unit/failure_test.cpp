@@ -94,11 +94,14 @@ protected:
         model = initial;
         platform.ports = {{port_at(1, 2), port_with_diagnostics({{16, 3300000}})}};
         platform.calls.clear();
+        platform.history.clear();
+        platform.debug_output.clear();
         platform.uptime += 6100;
         return action(may_repeat);
     }
 
-    /// Does it with the answer of one call tampered with. @return false after the last call
+    /// Does it with the answer of one call tampered with, and with its traces on. @return false
+    /// after the last call
     bool run_with(const Fault& fault, int call, const Action& action)
     {
         int answers = 0;
@@ -108,7 +111,9 @@ protected:
                           fault.keeps_block ? answer.response : fault.answer.response};
             }
         };
+        platform.history_on = platform.debug_on = true;
         run(action, fault.answer.result == 0 && !fault.answer.response);
+        platform.history_on = platform.debug_on = false;
         platform.tamper = nullptr;
         EXPECT_THAT(platform_blocks(), IsEmpty());
         return answers > call;

@@ -59,6 +59,11 @@ TEST_F(Lookup, OfPhysicalEntitiesTakesWhatThePlatformAnswers)
         EXPECT_EQ(platform.calls[0].operation, test.exact ? 1 : 2);
         EXPECT_EQ(wire_word(*platform.calls[0].payload, 0), test.asked);
     }
+    platform.ports[port_at(0, 0)] = port_with_diagnostics({});
+    platform.always_answer({0, model_row(1026, {25813, 0}, 0)});
+    const Answer led_over = agent.next(descr + Oid{5});
+    EXPECT_EQ(led_over.name, descr + Oid{25816});
+    EXPECT_EQ(led_over.text(), "Port0/0(volt)");
 }
 
 TEST_F(Lookup, OfANameOutsideTheColumn)
