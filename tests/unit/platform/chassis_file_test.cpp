@@ -63,6 +63,9 @@ TEST(ChassisFile, NamesTheLineOfWhatIsWrong)
         EXPECT_EQ(error_in("[chassis]\nslots = 2\npower-supply-bays = 1\n" + text),
                   line.substr(arrow + 4));
     }
+    EXPECT_EQ(error_in("[chassis]\nslots = 1\nsensors = [{}]\n"
+                       "[[entity]]\nindex = 21589\nfailed = true"),
+              "nothing");
     EXPECT_EQ(error_in(""), "1: there is no [chassis] table");
     EXPECT_EQ(error_in("[chassis]\nslots = = 1\n").find("2: "), 0U);
     EXPECT_THROW(sim::load_chassis("/nonexistent/chassis.toml"), sim::ChassisFileError);
