@@ -445,6 +445,23 @@ public:
         platform.ports[if_index] = port_with_diagnostics(words);
     }
 
+    void tell_of_a_status()
+    {
+        const std::tuple<uint32_t, uint32_t, Oid, size_t> events[] = {
+            {1034, 1029, {MAIN, 117, 1, 2, 1, 1, 2}, 8},
+            {1035, 1028, {MAIN, 117, 1, 1, 2, 1, 2}, 8},
+            {1047, 1046, {MAIN, 117, 1, 4, 1, 1, 1}, 4}};
+        const auto& [event, opcode, column, offset] = one_of(events);
+        if (model.tables.at(opcode).empty()) {
+            return;
+        }
+        const auto& [key, row] = one_of(model.tables.at(opcode));
+        const Notification notification = deliver(event, row);
+        EXPECT_TRUE(notification.sent);
+        EXPECT_EQ(notification.bindings.at(0),
+                  Binding(column + Oid{key.first}, ASN_INTEGER, number(wire_word(row, offset))));
+    }
+
     void let_time_pass() { platform.uptime += below(4000); }
 
     const char* given_seed = getenv("CHM_TEST_SEED");
@@ -456,10 +473,12 @@ public:
 
 TEST_F(Model, AnswersAsTheSwitchIs)
 {
+    // clang-format off
     void (Model::*const operations[])() = {
-        &Model::read,        &Model::read,           &Model::read,       &Model::read,
-        &Model::read,        &Model::write_anything, &Model::change_row, &Model::change_row,
-        &Model::change_port, &Model::let_time_pass};
+        &Model::read, &Model::read, &Model::read, &Model::read, &Model::read,
+        &Model::write_anything, &Model::change_row, &Model::change_row, &Model::change_port,
+        &Model::let_time_pass, &Model::tell_of_a_status};
+    // clang-format on
     quietly([&] {
         for (int operation = 0; operation < 20000 && !HasFailure(); ++operation) {
             SCOPED_TRACE("CHM_TEST_SEED=" + std::to_string(seed) + ", operation " +
