@@ -145,7 +145,8 @@ ModulesTest::~ModulesTest()
 
 std::string traces_of(const std::function<void()>& action, const std::string& hidden)
 {
-    const std::regex source_line(R"(^([\w !]+)[/:]\d+)"), hidden_start("^(" + hidden + ")");
+    const std::regex source_line(R"(^([\w !]+)[/:]\d+)");
+    const std::regex hidden_start("^(" + hidden + ")");
     platform.debug_on = true;
     platform.debug_output.clear();
     action();
