@@ -125,6 +125,8 @@ TEST_F(Sensors, AreNoneElsewhere)
     platform.port_type = 2;
     platform.ports[2U << 24] = usual_port;
     EXPECT_TRUE(agent.get(value + Oid{25816}));
+    platform.ports[2U << 24].config.response.reset();
+    EXPECT_FALSE(agent.get(value + Oid{25816})) << "of a port without a configuration";
 }
 
 TEST_F(Sensors, WalkForwardFromAnywhere)
