@@ -242,8 +242,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     Input input(data, size);
     testing::GTEST_FLAG(break_on_failure) = true; // what the scripted agent expects holds as well
-    platform = {};
-    agent = {};
     ALL_MODULES(INIT_OF);
     draw_platform(input);
     while (input.remaining_bytes() > 0) {
@@ -254,5 +252,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     }
     ALL_MODULES(DEINIT_OF);
     assert(agent.registrations.empty() && platform.handlers.empty());
+    // With nothing kept, an input frees what it allocates, and no search for leaks is due.
+    platform_blocks().clear();
+    platform = {};
+    agent = {};
     return 0;
 }
