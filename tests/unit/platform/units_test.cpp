@@ -40,6 +40,7 @@ insert 103, "type": 7 -> argument 'type' is missing or wrong
 insert 104, "type": "other" -> Slot 4 is not empty
 repair 1004 -> Unknown unit in Slot 4 is no module, power supply, fan tray or fan
 output 2001, "watts": -1 -> 'watts' is not within 0 to 100000
+output 2001, "watts": 9e300 -> argument 'watts' is missing or wrong
 reading 21717, "value": 1.1e5 -> Module 2 sensor 1 cannot tell such a value
 set 4294967297, "field": "alias", "value": "new" -> there is no entity 4294967297
 set 1, "field": "alias", "value": "\u0000" -> 'alias' holds at most 32 bytes, none of them NUL
