@@ -1,6 +1,6 @@
 #include "constant_platform.h"
 
-#include "malloc_copy.h"
+#include "libraries/malloc_copy.h"
 #include "opcodes.h"
 #include "physical_index.h"
 #include "records.h"

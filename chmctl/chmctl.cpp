@@ -1,7 +1,7 @@
 // chmctl: looks at a running simulated switch and changes it.
 
-#include "chassis_file.h"
 #include "completion.h"
+#include "files/chassis_file.h"
 #include "output.h"
 #include "play.h"
 #include "switch_client.h"

@@ -1,6 +1,6 @@
 #include "switch_client.h"
 
-#include "unix_socket.h"
+#include "libraries/unix_socket.h"
 
 #include <cerrno>
 #include <cstdlib>

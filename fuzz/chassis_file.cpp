@@ -1,8 +1,8 @@
 /// Chassis files: whatever is in one is either refused by a line of it or makes a switch whose
 /// tables can be walked.
-#include "chassis_file.h"
-#include "event_queue.h"
-#include "platform_manager.h"
+#include "files/chassis_file.h"
+#include "libraries/event_queue.h"
+#include "libraries/platform_manager.h"
 #include "switch_tables.h"
 
 #include <cassert>

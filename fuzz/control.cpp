@@ -1,9 +1,9 @@
 /// Lines of the control socket, each a request or not, and time that passes between them.
-#include "chassis_file.h"
-#include "event_queue.h"
-#include "platform_manager.h"
+#include "control/verbs.h"
+#include "files/chassis_file.h"
+#include "libraries/event_queue.h"
+#include "libraries/platform_manager.h"
 #include "switch_tables.h"
-#include "verbs.h"
 
 #include <cassert>
 #include <nlohmann/json.hpp>

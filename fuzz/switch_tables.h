@@ -3,8 +3,8 @@
 
 #include "cmi.h"
 #include "ipcx.h"
+#include "libraries/platform_manager.h"
 #include "opcodes.h"
-#include "platform_manager.h"
 #include "port_client.h"
 #include "port_manager.h"
 #include "records.h"

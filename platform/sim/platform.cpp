@@ -1,12 +1,12 @@
 // The simulated switch as the agent loads it: its entry points and its lines in snmpd.conf.
 
-#include "c_boundary.h"
-#include "chassis_file.h"
-#include "control.h"
-#include "event_queue.h"
-#include "heartbeat.h"
-#include "platform_manager.h"
-#include "request_user.h"
+#include "control/control_socket.h"
+#include "files/chassis_file.h"
+#include "libraries/c_boundary.h"
+#include "libraries/event_queue.h"
+#include "libraries/heartbeat.h"
+#include "libraries/platform_manager.h"
+#include "libraries/request_user.h"
 
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 

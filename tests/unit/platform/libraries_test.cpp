@@ -1,10 +1,10 @@
 // The switch's smaller libraries, and the control socket.
 
-#include "control.h"
-#include "event_log.h"
-#include "request_user.h"
+#include "control/control_socket.h"
+#include "libraries/event_log.h"
+#include "libraries/request_user.h"
+#include "libraries/unix_socket.h"
 #include "switch_test.h"
-#include "unix_socket.h"
 
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 

@@ -2,11 +2,11 @@
 /// modules and chmctl send them.
 #pragma once
 
-#include "c_boundary.h"
-#include "chassis_file.h"
-#include "event_queue.h"
-#include "platform_manager.h"
-#include "verbs.h"
+#include "control/verbs.h"
+#include "files/chassis_file.h"
+#include "libraries/c_boundary.h"
+#include "libraries/event_queue.h"
+#include "libraries/platform_manager.h"
 
 #include <arpa/inet.h>
 #include <chrono>

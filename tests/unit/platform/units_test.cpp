@@ -1,8 +1,8 @@
 // What is written to the switch, what is done to it and what time does, with the events that tell
 // of it.
 
+#include "model/terminals.h"
 #include "switch_test.h"
-#include "terminals.h"
 
 namespace {
 

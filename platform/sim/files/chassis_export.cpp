@@ -1,0 +1,396 @@
+#include "files/chassis_export.h"
+
+#include "files/chassis_schema.h"
+#include "records/entity_record.h"
+#include "records/transceiver_record.h"
+
+#include <algorithm>
+#include <cmath>
+#include <sstream>
+
+namespace sim {
+namespace {
+
+void put(toml::table& table, std::string_view key, const auto& value)
+{
+    table.insert_or_assign(key, value);
+}
+
+/// A number as people write it: without a fraction where it has none.
+void put(toml::table& table, std::string_view key, double value)
+{
+    if (value == std::trunc(value) && std::abs(value) < 1e15) {
+        table.insert_or_assign(key, static_cast<int64_t>(value));
+    } else {
+        table.insert_or_assign(key, value);
+    }
+}
+
+void put(toml::table& table, std::string_view key, uint32_t value)
+{
+    table.insert_or_assign(key, static_cast<int64_t>(value));
+}
+
+/// Says what is not as usual, nor said already: what a type says may have to be taken back.
+template <typename Value>
+void put_unusual(toml::table& table, std::string_view key, const Value& value, const Value& usual,
+                 const toml::table& type = {})
+{
+    if (value != usual || type.contains(key)) {
+        put(table, key, value);
+    }
+}
+
+void put_if(toml::table& table, std::string_view key, bool value)
+{
+    if (value) {
+        put(table, key, true);
+    }
+}
+
+void put_held(toml::table& table, const Reading& reading)
+{
+    if (const auto held = reading.by_hand()) {
+        if (*held == no_light) {
+            put(table, "held", "none");
+        } else {
+            put(table, "held", *held);
+        }
+    }
+}
+
+void put_array(toml::table& table, std::string_view key, toml::array array)
+{
+    if (!array.empty()) {
+        table.insert(key, std::move(array));
+    }
+}
+
+void put_entity(toml::table& table, const Entity& entity, const Entity& usual)
+{
+    for (const EntityText& text : entity_texts) {
+        put_unusual(table, text.key, entity.*text.text, usual.*text.text);
+    }
+    put_unusual(table, "vendor-type", entity.vendor_type, usual.vendor_type);
+    put_unusual(table, "replaceable", entity.replaceable, usual.replaceable);
+    put_if(table, "failed", entity.failed);
+}
+
+/// A list such as "1-8,10" of increasing numbers.
+std::string port_list(const std::vector<uint32_t>& numbers)
+{
+    std::string list;
+    for (size_t first = 0, next = 0; first < numbers.size(); first = next) {
+        do {
+            ++next;
+        } while (next < numbers.size() && numbers[next] == numbers[next - 1] + 1);
+        list += concat(list.empty() ? "" : ",", numbers[first]);
+        if (next - first > 1) {
+            list += concat("-", numbers[next - 1]);
+        }
+    }
+    return list;
+}
+
+toml::table threshold_table(const Sensor& sensor, const SensorThreshold& threshold)
+{
+    toml::table table;
+    put(table, "value", threshold.limit.value() / steps_per_unit(sensor));
+    put(table, "relation", key_of(relations, threshold.limit.relation()));
+    put(table, "severity", key_of(severities, threshold.severity));
+    put_unusual(table, "notify", threshold.notifies, true);
+    table.is_inline(true);
+    return table;
+}
+
+toml::table measurement_table(const Quantity& quantity, const Measurement& measurement)
+{
+    toml::table table;
+    const ReadingRange& range = measurement.range;
+    put_unusual(table, "low", range.low, quantity.usual.low);
+    put_unusual(table, "high", range.high, quantity.usual.high);
+    for (size_t limit = 0; limit < limits; ++limit) {
+        put_unusual(table, limit_keys[limit], range.thresholds[limit],
+                    quantity.usual.thresholds[limit]);
+    }
+    put_held(table, measurement.reading);
+    table.is_inline(true);
+    return table;
+}
+
+class Writer {
+public:
+    explicit Writer(const Chassis& chassis)
+        : chassis_(chassis), own_(chassis.entities().at(chassis_index)),
+          source_(parse_chassis_file(chassis.file()))
+    {
+    }
+
+    std::string write()
+    {
+        put_chassis();
+        for (const std::string_view types : {"types", "transceivers"}) {
+            if (const toml::node* node = source_.get(types)) {
+                root_.insert(types, *node);
+            }
+        }
+        for (const UnitKind& kind : unit_kinds) {
+            put_units(kind);
+        }
+        put_array(root_, "entity", std::move(entities_));
+        std::ostringstream text;
+        text << toml::toml_formatter(root_) << '\n';
+        return text.str();
+    }
+
+private:
+    using Parts = std::vector<const Entity*>; ///< in the order of their indexes
+
+    void put_chassis()
+    {
+        toml::table table;
+        put_entity(table, own_, make_chassis());
+        put(table, "start-seconds", static_cast<int64_t>(chassis_.start_time().count()));
+        put(table, "type-code", chassis_.settings().type_code);
+        put(table, "diagnostics-delay-ms",
+            static_cast<int64_t>(chassis_.settings().diagnostics_delay.count()));
+        put_array(table, "sensors", sensors(own_, parts_of(chassis_index)));
+        toml::array unrecognized;
+        for (const auto& [index, place] : chassis_.places()) {
+            const Entity* filler = chassis_.find(place.unit_index);
+            if (filler != nullptr && filler->entity_class == EntityClass::unknown) {
+                unrecognized.push_back(static_cast<int64_t>(index));
+            }
+        }
+        put_array(table, "unrecognized", std::move(unrecognized));
+        for (const UnitKind& kind : unit_kinds) {
+            put(table, kind.place_count, static_cast<int64_t>(put_places(kind)));
+        }
+        root_.insert("chassis", std::move(table));
+    }
+
+    /// @return how many places the chassis has of a kind
+    uint32_t put_places(const UnitKind& kind)
+    {
+        uint32_t count = 0;
+        while (const Entity* container = chassis_.find(kind.place_base + count + 1)) {
+            ++count;
+            put_part(*container, make_container(kind, count));
+        }
+        return count;
+    }
+
+    /// An entity of its own, if anything of it is unusual.
+    void put_part(const Entity& entity, Entity usual)
+    {
+        usual.manufacturer = own_.manufacturer;
+        toml::table table;
+        put_entity(table, entity, usual);
+        if (!table.empty()) {
+            put(table, "index", entity.index);
+            entities_.push_back(std::move(table));
+        }
+    }
+
+    /// The supervisor in charge comes first, as it does in the file of a chassis that starts.
+    void put_units(const UnitKind& kind)
+    {
+        toml::array units;
+        const auto put_fitted = [&](const Unit& unit) {
+            units.push_back(
+                unit_table(kind, unit, chassis_.entities().at(unit.index), parts_of(unit.index)));
+        };
+        const Unit* active = chassis_.active_supervisor();
+        if (active != nullptr && active->type == kind.type) {
+            put_fitted(*active);
+        }
+        for (const auto& [index, place] : chassis_.places()) {
+            const Unit* unit = chassis_.find_unit(place.unit_index);
+            if (place.type != kind.type || (unit != nullptr && unit == active)) {
+                continue;
+            }
+            if (unit != nullptr) {
+                put_fitted(*unit);
+            } else if (place.pulled) {
+                units.push_back(pulled_table(kind, *place.pulled));
+            }
+        }
+        put_array(root_, kind.entry, std::move(units));
+    }
+
+    Parts parts_of(uint32_t holder) const
+    {
+        Parts parts;
+        for (const auto& [index, entity] : chassis_.entities()) {
+            if (entity.contained_in == holder) {
+                parts.push_back(&entity);
+            }
+        }
+        return parts;
+    }
+
+    toml::table pulled_table(const UnitKind& kind, const Assembly& assembly)
+    {
+        const Entity* own = nullptr;
+        Parts parts;
+        for (const Entity& entity : assembly.entities) {
+            if (entity.index == assembly.unit.index) {
+                own = &entity;
+            } else {
+                parts.push_back(&entity);
+            }
+        }
+        std::ranges::sort(parts, {}, &Entity::index);
+        toml::table table = unit_table(kind, assembly.unit, *own, parts);
+        put(table, "pulled", true);
+        return table;
+    }
+
+    toml::table unit_table(const UnitKind& kind, const Unit& unit, const Entity& own,
+                           const Parts& parts)
+    {
+        toml::table table;
+        Entity usual = make_unit(kind, unit.number, own_.serial);
+        usual.manufacturer = own_.manufacturer;
+        put_entity(table, own, usual);
+        put(table, kind.place, unit.number);
+        put(table, kind.watts, unit.watts);
+        put_unusual(table, "admin-status", key_of(admin_statuses, unit.admin_status),
+                    key_of(admin_statuses, AdminStatus::on));
+        put_unusual(table, "power-admin-status",
+                    key_of(power_admin_statuses, unit.power_admin_status),
+                    key_of(power_admin_statuses, PowerAdminStatus::on));
+        put_array(table, "sensors", sensors(own, parts));
+        uint32_t count = 0;
+        for (const Entity* part : parts) {
+            if (!part->sensor) {
+                put_part(*part, kind.make_part(unit.number, ++count));
+            }
+        }
+        if (!kind.parts.empty()) {
+            put(table, kind.parts, count);
+        }
+        if (kind.type == UnitType::module) {
+            put(table, "role", key_of(roles, unit.role));
+            put_ports(table, parts);
+        }
+        return table;
+    }
+
+    toml::array sensors(const Entity& holder, const Parts& parts) const
+    {
+        toml::array list;
+        for (const Entity* part : parts) {
+            if (part->sensor) {
+                list.push_back(sensor_table(holder, *part, static_cast<uint32_t>(list.size() + 1)));
+            }
+        }
+        return list;
+    }
+
+    toml::table sensor_table(const Entity& holder, Entity entity, uint32_t number) const
+    {
+        const Sensor& sensor = *entity.sensor;
+        const SensorKind& kind = *sensor.kind;
+        Entity usual = make_sensor(holder, 0, number);
+        usual.description = kind.description;
+        usual.manufacturer = own_.manufacturer;
+        entity.name.erase(0, holder.name.size() + 1);
+        toml::table table;
+        put_entity(table, entity, usual);
+        put(table, "kind", kind.key);
+        put(table, "low", sensor.reading.low());
+        put(table, "high", sensor.reading.high());
+        put_unusual(table, "scale", key_of(sensor_scales, sensor.scale),
+                    key_of(sensor_scales, kind.scale));
+        put_unusual(table, "precision", sensor.precision, 0U);
+        put_held(table, sensor.reading);
+        toml::array thresholds;
+        for (const SensorThreshold& threshold : sensor.thresholds) {
+            thresholds.push_back(threshold_table(sensor, threshold));
+        }
+        put_array(table, "thresholds", std::move(thresholds));
+        return table;
+    }
+
+    /// Like transceivers share an element.
+    void put_ports(toml::table& table, const Parts& parts) const
+    {
+        struct Group {
+            toml::table like;
+            std::vector<uint32_t> ports;
+        };
+        std::vector<Group> groups;
+        std::vector<uint32_t> electrical;
+        for (const Entity* part : parts) {
+            if (!part->port) {
+                continue;
+            }
+            const auto number = static_cast<uint32_t>(part->position);
+            const Port& port = *part->port;
+            if (!port.has_cage) {
+                electrical.push_back(number);
+            }
+            if (!port.transceiver && !port.unplugged) {
+                continue;
+            }
+            toml::table like = transceiver_table(part->index, port.transceiver ? *port.transceiver
+                                                                               : *port.unplugged);
+            put_if(like, "unplugged", !port.transceiver);
+            auto group = std::ranges::find(groups, like, &Group::like);
+            if (group == groups.end()) {
+                group = groups.insert(group, {std::move(like), {}});
+            }
+            group->ports.push_back(number);
+        }
+        toml::array list;
+        for (Group& group : groups) {
+            put(group.like, "ports", port_list(group.ports));
+            list.push_back(std::move(group.like));
+        }
+        put_array(table, "transceivers", std::move(list));
+        if (!electrical.empty()) {
+            put(table, "electrical", port_list(electrical));
+        }
+    }
+
+    toml::table transceiver_table(uint32_t port, const Transceiver& transceiver) const
+    {
+        static const toml::table no_type;
+        const toml::table* known = source_["transceivers"][transceiver.type].as_table();
+        const toml::table& type = known == nullptr ? no_type : *known;
+        toml::table table;
+        if (known != nullptr) {
+            put(table, "type", transceiver.type);
+        }
+        const Transceiver usual = make_transceiver(own_, port);
+        for (const TransceiverText& text : transceiver_texts) {
+            put_unusual(table, text.key, transceiver.*text.text, usual.*text.text, type);
+        }
+        put_unusual(table, "diagnostics", key_of(diagnostics_kinds, transceiver.diagnostics),
+                    key_of(diagnostics_kinds, usual.diagnostics), type);
+        put_unusual(table, "lanes", transceiver.lanes, usual.lanes, type);
+        for (size_t i = 0; i < quantities.size(); ++i) {
+            toml::table range = measurement_table(quantities[i], transceiver.measurements[i]);
+            if (!range.empty() || type.contains(quantities[i].key)) {
+                table.insert(quantities[i].key, std::move(range));
+            }
+        }
+        return table;
+    }
+
+    const Chassis& chassis_;
+    const Entity& own_; ///< that of the chassis
+    toml::table source_;
+    toml::table root_;
+    toml::array entities_; ///< those that are described by themselves
+};
+
+} // namespace
+
+std::string export_chassis(const Chassis& chassis)
+{
+    return Writer(chassis).write();
+}
+
+} // namespace sim

@@ -1,0 +1,132 @@
+/// What chassis files say, for those who read and write them.
+#pragma once
+
+#include "model/chassis.h"
+#include "model/named.h"
+
+#include <toml++/toml.h>
+
+#include <sstream>
+#include <string>
+#include <string_view>
+
+namespace sim {
+
+template <typename... Parts>
+std::string concat(const Parts&... parts)
+{
+    std::ostringstream text;
+    (text << ... << parts);
+    return text.str();
+}
+
+inline constexpr uint32_t max_sensors = 64; ///< of one entity
+
+inline constexpr Named<ModuleRole> roles[] = {{"supervisor", ModuleRole::supervisor},
+                                              {"line-card", ModuleRole::line_card}};
+
+inline constexpr Named<AdminStatus> admin_statuses[] = {
+    {"on", AdminStatus::on}, {"off", AdminStatus::off}, {"standby", AdminStatus::standby}};
+
+inline constexpr Named<PowerAdminStatus> power_admin_statuses[] = {
+    {"on", PowerAdminStatus::on},
+    {"off", PowerAdminStatus::off},
+    {"on-until-failure", PowerAdminStatus::on_until_failure}};
+
+// Entities as they are unless a file says otherwise, without what they have from the chassis.
+
+Entity make_chassis();
+Entity make_port(uint32_t slot, uint32_t number);
+Entity make_fan(uint32_t tray, uint32_t number);
+Entity make_sensor(const Entity& holder, uint32_t holder_number, uint32_t number);
+
+/// What fills the places of a chassis: modules its slots, power supplies and fan trays their bays.
+struct UnitKind {
+    UnitType type;
+    std::string_view entry; ///< each [[entry]] table of the file describes one
+    std::string_view name;  ///< of a unit, before its place's number
+    EntityClass entity_class;
+    uint32_t vendor_type;
+    uint32_t base; ///< the unit in place n has the index base + n
+
+    std::string_view place;       ///< key of the number of the unit's place
+    std::string_view place_count; ///< key of [chassis] with the number of places
+    uint32_t max_places;
+    std::string_view place_name;
+    uint32_t place_vendor_type;
+    uint32_t place_base;
+
+    /// The platform's own sensors have 64 indexes for each entity that may hold some: the chassis
+    /// is number 0 of these holders, the unit in place n is number sensor_holder_base + n.
+    uint32_t sensor_holder_base;
+
+    std::string_view watts;      ///< key of what a unit draws or delivers
+    std::string_view parts = {}; ///< key with the number of ports or fans
+    uint32_t max_parts = 0;
+    Entity (*make_part)(uint32_t place, uint32_t number) = nullptr;
+};
+
+inline constexpr UnitKind unit_kinds[] = {
+    {.type = UnitType::module,
+     .entry = "module",
+     .name = "Module",
+     .entity_class = EntityClass::module,
+     .vendor_type = 1,
+     .base = 1000,
+     .place = "slot",
+     .place_count = "slots",
+     .max_places = 18,
+     .place_name = "Slot",
+     .place_vendor_type = 1,
+     .place_base = 100,
+     .sensor_holder_base = 0,
+     .watts = "power",
+     .parts = "ports",
+     .max_parts = 64,
+     .make_part = make_port},
+    {.type = UnitType::power_supply,
+     .entry = "power-supply",
+     .name = "Power supply",
+     .entity_class = EntityClass::power_supply,
+     .vendor_type = 1,
+     .base = 2000,
+     .place = "bay",
+     .place_count = "power-supply-bays",
+     .max_places = 16,
+     .place_name = "Power supply bay",
+     .place_vendor_type = 2,
+     .place_base = 200,
+     .sensor_holder_base = 20,
+     .watts = "output"},
+    {.type = UnitType::fan_tray,
+     .entry = "fan-tray",
+     .name = "Fan tray",
+     // A replaceable subsystem that contains fans is a module in ENTITY-MIB's terms.
+     .entity_class = EntityClass::module,
+     .vendor_type = 2,
+     .base = 3000,
+     .place = "bay",
+     .place_count = "fan-tray-bays",
+     .max_places = 16,
+     .place_name = "Fan tray bay",
+     .place_vendor_type = 3,
+     .place_base = 300,
+     .sensor_holder_base = 40,
+     .watts = "power",
+     .parts = "fans",
+     .max_parts = 16,
+     .make_part = make_fan},
+};
+
+Entity make_container(const UnitKind& kind, uint32_t place);
+
+/// @param chassis_serial units without a serial number derive theirs from it
+Entity make_unit(const UnitKind& kind, uint32_t place, const std::string& chassis_serial);
+
+/// The transceiver of a port that has a manufacturer and a serial number of its chassis.
+Transceiver make_transceiver(const Entity& chassis, uint32_t port);
+
+/// The tables of a file, whatever they say. Throws ChassisFileError.
+toml::table parse_chassis_file(const std::string& file);
+
+} // namespace sim

@@ -1,0 +1,53 @@
+#include "libraries/c_boundary.h"
+#include "libraries/platform_manager.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+/// The start of a slot's module information; the rest is zeros.
+struct ModuleInformation {
+    uint16_t slot; ///< as the interface-index codec numbers it
+    uint16_t card_id;
+};
+static_assert(sizeof(ModuleInformation) <= PDB_MOD_INFO_SIZE);
+
+const sim::Unit* module_in(const sim::Chassis& chassis, uint32_t slot)
+{
+    const auto& units = chassis.units();
+    const auto found = std::ranges::find_if(units, [&](const auto& entry) {
+        return entry.second.type == sim::UnitType::module && entry.second.number == slot + 1;
+    });
+    return found == units.end() ? nullptr : &found->second;
+}
+
+} // namespace
+
+int pdb_get_chassis_type(uint32_t* chassis_type)
+{
+    sim::Chassis* chassis = sim::chassis_in_place();
+    if (chassis == nullptr) {
+        return -1;
+    }
+    *chassis_type = chassis->settings().type_code;
+    return 0;
+}
+
+int pdb_get_mod_info(const uint32_t* slot, void* info, uint32_t /*two*/)
+{
+    return sim::guard(-1, [&] {
+        const sim::Chassis* chassis = sim::chassis_in_place();
+        const sim::Unit* module = chassis == nullptr ? nullptr : module_in(*chassis, *slot);
+        if (module == nullptr) {
+            return -1;
+        }
+        // A module's vendor type is what tells its card from others.
+        const uint32_t vendor_type = chassis->entities().at(module->index).vendor_type;
+        const ModuleInformation start = {static_cast<uint16_t>(*slot),
+                                         static_cast<uint16_t>(vendor_type)};
+        std::memset(info, 0, PDB_MOD_INFO_SIZE);
+        std::memcpy(info, &start, sizeof start);
+        return 0;
+    });
+}

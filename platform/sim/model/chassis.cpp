@@ -1,0 +1,559 @@
+#include "model/chassis.h"
+
+#include "physical_index.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace sim {
+namespace {
+
+bool is_about_unit(Event event)
+{
+    return event != Event::inventory_change && event != Event::redundancy &&
+           event != Event::sensor_threshold_crossed;
+}
+
+} // namespace
+
+void Chassis::add(Entity entity)
+{
+    const uint32_t index = entity.index;
+    // A walk resumes after PLATFORM_ROWS_RESUME, so that a row there would never be seen.
+    if (is_transceiver_sensor(index) || index == PLATFORM_ROWS_RESUME) {
+        throw std::invalid_argument("index " + std::to_string(index) +
+                                    " lies among the transceivers' sensors");
+    }
+    const auto [added, is_new] = entities_.emplace(index, std::move(entity));
+    if (!is_new) {
+        throw std::invalid_argument("index " + std::to_string(index) + " is taken");
+    }
+    measure(added->second);
+}
+
+void Chassis::add_unit(Assembly assembly)
+{
+    Unit& unit = fit(std::move(assembly));
+    unit.status = EntityStatus::ok;
+    unit.powered = true;
+    unit.status_changed = unit.went_into_service = last_change_;
+    unit.starts = 1;
+    settle(unit);
+}
+
+void Chassis::add_pulled(Assembly assembly)
+{
+    const auto place = std::ranges::find_if(
+        places_, [&](const auto& entry) { return entry.second.unit_index == assembly.unit.index; });
+    place->second.pulled = std::move(assembly);
+}
+
+const Entity* Chassis::find(uint32_t index) const
+{
+    const auto found = entities_.find(index);
+    return found == entities_.end() ? nullptr : &found->second;
+}
+
+const Entity* Chassis::next_after(uint32_t index) const
+{
+    const auto found = entities_.upper_bound(index);
+    return found == entities_.end() ? nullptr : &found->second;
+}
+
+const Unit* Chassis::find_unit(uint32_t index) const
+{
+    const auto found = units_.find(index);
+    return found == units_.end() ? nullptr : &found->second;
+}
+
+EntityStatus Chassis::status(const Entity& entity) const
+{
+    if (const Unit* unit = find_unit(entity.index)) {
+        return unit->status;
+    }
+    if (entity.failed) {
+        return EntityStatus::failed;
+    }
+    const Unit* holder = find_unit(entity.contained_in);
+    if (holder == nullptr) {
+        return EntityStatus::ok;
+    }
+    if (holder->status != EntityStatus::failed) {
+        return holder->status;
+    }
+    // A fan tray that failed with one of its fans still has the others.
+    return holder->powered ? EntityStatus::ok : EntityStatus::off;
+}
+
+SensorStatus Chassis::sensor_status(const Entity& sensor) const
+{
+    if (status(sensor) == EntityStatus::ok) {
+        return SensorStatus::ok;
+    }
+    const Unit* holder = find_unit(sensor.contained_in);
+    const bool failed =
+        sensor.failed || (holder != nullptr && holder->status == EntityStatus::failed);
+    return failed ? SensorStatus::nonoperational : SensorStatus::unavailable;
+}
+
+bool Chassis::is_beyond(const Entity& sensor, const SensorThreshold& threshold) const
+{
+    return sensor_status(sensor) == SensorStatus::ok &&
+           threshold.limit.is_beyond(sensor.sensor.value().value);
+}
+
+const Unit* Chassis::active_supervisor() const
+{
+    const Unit* unit = find_unit(redundancy_.active);
+    return unit != nullptr && unit->status == EntityStatus::ok ? unit : nullptr;
+}
+
+const Unit* Chassis::standby_supervisor() const
+{
+    const auto found = std::ranges::find_if(units_, [&](const auto& entry) {
+        const Unit& unit = entry.second;
+        return is_supervisor(unit) && unit.status == EntityStatus::ok &&
+               unit.index != redundancy_.active;
+    });
+    return found == units_.end() ? nullptr : &found->second;
+}
+
+int32_t Chassis::supervisor_state() const
+{
+    const bool redundant = active_supervisor() != nullptr && standby_supervisor() != nullptr;
+    return redundancy_.state_by_hand.value_or(redundant ? supervisors_redundant : one_supervisor);
+}
+
+uint32_t Chassis::available_watts(RedundancyMode mode) const
+{
+    std::vector<uint32_t> outputs;
+    for (const auto& [index, unit] : units_) {
+        if (unit.type == UnitType::power_supply && unit.powered) {
+            outputs.push_back(unit.watts);
+        }
+    }
+    std::ranges::sort(outputs, std::ranges::greater());
+    size_t spare = 0;
+    if (mode == RedundancyMode::spare_supply) {
+        spare = std::min<size_t>(outputs.size(), 1);
+    } else if (mode == RedundancyMode::spare_half) {
+        spare = (outputs.size() + 1) / 2;
+    }
+    return std::accumulate(outputs.begin() + static_cast<ptrdiff_t>(spare), outputs.end(),
+                           uint32_t{0});
+}
+
+uint32_t Chassis::drawn_watts() const
+{
+    uint32_t watts = 0;
+    for (const auto& [index, unit] : units_) {
+        watts += unit.type == UnitType::power_supply ? 0 : watts_now(unit);
+    }
+    return watts;
+}
+
+void Chassis::write(uint32_t index, std::span<const TextChange> changes)
+{
+    Entity& entity = entities_.at(index);
+    bool changed = false;
+    for (const TextChange& change : changes) {
+        std::string& text = entity.*change.text;
+        changed |= text != change.value;
+        text = change.value;
+    }
+    if (changed) {
+        announce_change();
+    }
+}
+
+void Chassis::announce_change()
+{
+    last_change_ = now_();
+    tell({Event::inventory_change});
+}
+
+void Chassis::set_admin_status(uint32_t index, AdminStatus status)
+{
+    Unit& unit = units_.at(index);
+    if (status != AdminStatus::on) {
+        refuse_for_active_supervisor(unit);
+    }
+    if (status == AdminStatus::restart) {
+        unit.admin_status = AdminStatus::on;
+        settle_after_break(unit);
+        return;
+    }
+    unit.admin_status = status;
+    settle(unit);
+}
+
+void Chassis::set_power_admin_status(uint32_t index, PowerAdminStatus status)
+{
+    Unit& unit = units_.at(index);
+    if (status == PowerAdminStatus::off || status == PowerAdminStatus::cycle) {
+        refuse_for_active_supervisor(unit);
+    }
+    if (status == PowerAdminStatus::cycle) {
+        unit.power_admin_status = PowerAdminStatus::on;
+        settle_after_break(unit);
+        return;
+    }
+    unit.power_admin_status = status;
+    settle(unit);
+}
+
+void Chassis::set_redundancy_mode(RedundancyMode mode)
+{
+    if (mode == redundancy_mode_) {
+        return;
+    }
+    const uint32_t available = available_watts(mode);
+    if (available < drawn_watts()) {
+        throw Refusal("the mode would leave " + std::to_string(available) + " W of the " +
+                      std::to_string(drawn_watts()) + " W that are drawn");
+    }
+    redundancy_mode_ = mode;
+}
+
+void Chassis::set_output(uint32_t index, uint32_t watts)
+{
+    const auto found = units_.find(index);
+    if (found == units_.end() || found->second.type != UnitType::power_supply) {
+        throw Refusal(entities_.at(index).name + " is no power supply");
+    }
+    const Unit before = found->second;
+    found->second.watts = watts;
+    tell_changes(before, found->second);
+}
+
+void Chassis::set_failed(uint32_t index, bool failed)
+{
+    const Entity& entity = entities_.at(index);
+    const bool fan = entity.entity_class == EntityClass::fan;
+    const auto found = units_.find(fan ? entity.contained_in : index);
+    if (found == units_.end()) {
+        throw Refusal(entity.name + " is no module, power supply, fan tray or fan");
+    }
+    for (auto& [number, part] : entities_) {
+        if (number == index || (!failed && part.contained_in == index)) {
+            part.failed = failed;
+        }
+    }
+    Unit& unit = found->second;
+    if (failed && !fan && unit.power_admin_status == PowerAdminStatus::on_until_failure) {
+        unit.power_admin_status = PowerAdminStatus::off;
+    }
+    settle(unit);
+}
+
+void Chassis::pull(uint32_t index)
+{
+    const Entity& entity = entities_.at(index);
+    const auto place = places_.find(entity.contained_in);
+    if (place == places_.end() || !entity.replaceable) {
+        throw Refusal(entity.name + " cannot be pulled");
+    }
+    const auto unit = units_.find(index);
+    if (unit != units_.end()) {
+        refuse_for_active_supervisor(unit->second);
+        change_status(unit->second, EntityStatus::off, false);
+    }
+    tell({Event::fru_removed, index});
+
+    std::vector<Entity> entities;
+    std::erase_if(entities_, [&](auto& entry) {
+        const bool goes = entry.first == index || entry.second.contained_in == index;
+        if (goes) {
+            entities.push_back(std::move(entry.second));
+        }
+        return goes;
+    });
+    if (unit != units_.end()) {
+        place->second.pulled = Assembly{unit->second, std::move(entities)};
+        units_.erase(unit);
+    }
+    announce_change();
+}
+
+void Chassis::insert(uint32_t index, std::optional<Assembly> other)
+{
+    Place& place = empty_place(index);
+    std::optional<Assembly> assembly = std::move(other ? other : place.pulled);
+    if (!assembly) {
+        throw Refusal("nothing was pulled from " + entities_.at(index).name +
+                      "; say which type of unit to insert");
+    }
+    place.pulled.reset();
+    Unit& unit = fit(std::move(*assembly));
+    tell({Event::fru_inserted, unit.index});
+    announce_change();
+    settle(unit);
+}
+
+void Chassis::plug_unknown(uint32_t index)
+{
+    const uint32_t unit = empty_place(index).unit_index;
+    add({.index = unit,
+         .entity_class = EntityClass::unknown,
+         .contained_in = index,
+         .position = 1,
+         .replaceable = true,
+         .failed = true,
+         .description = "Unit that the switch does not recognize",
+         .name = "Unknown unit in " + entities_.at(index).name});
+    tell({Event::unrecognized_fru, unit});
+    announce_change();
+}
+
+void Chassis::switch_over(int32_t reason)
+{
+    const Unit* standby = standby_supervisor();
+    if (standby == nullptr) {
+        throw Refusal("no supervisor is on standby");
+    }
+    put_in_charge(standby->index, reason);
+}
+
+void Chassis::act(RedundancyAction action)
+{
+    const uint32_t active = redundancy_.active;
+    const Unit* standby = standby_supervisor();
+    if (action != RedundancyAction::none && standby == nullptr) {
+        throw Refusal("no supervisor is on standby");
+    }
+    if (action == RedundancyAction::restart_standby) {
+        set_admin_status(standby->index, AdminStatus::restart);
+    } else if (action != RedundancyAction::none) {
+        switch_over(switchover_requested);
+    }
+    if (action == RedundancyAction::switch_over_and_restart && find_unit(active) != nullptr) {
+        set_admin_status(active, AdminStatus::restart);
+    }
+    redundancy_.last_action = action;
+}
+
+void Chassis::set_led(uint32_t entity, uint32_t led, std::optional<int32_t> value)
+{
+    if (value) {
+        leds_by_hand_[{entity, led}] = *value;
+    } else {
+        leds_by_hand_.erase({entity, led});
+    }
+}
+
+void Chassis::set_reading(uint32_t index, std::optional<double> value)
+{
+    Sensor& sensor = sensor_of(index);
+    if (value && !(std::abs(*value * steps_per_unit(sensor)) <= max_sensor_value)) {
+        throw Refusal(entities_.at(index).name + " cannot tell such a value");
+    }
+    // What moved since the last measurement is not the hand's doing.
+    measure(entities_.at(index));
+    sensor.reading.set_by_hand(value);
+    measure(entities_.at(index));
+}
+
+void Chassis::set_threshold_notification(uint32_t index, uint32_t threshold, bool on)
+{
+    sensor_of(index).thresholds.at(threshold - 1).notifies = on;
+}
+
+void Chassis::advance()
+{
+    for (auto& [index, unit] : units_) {
+        if (unit.status == EntityStatus::starting) {
+            settle(unit);
+        }
+    }
+    for (auto& [index, entity] : entities_) {
+        measure(entity);
+    }
+}
+
+void Chassis::tell(const Occurrence& occurrence)
+{
+    if (is_about_unit(occurrence.event) && !settings_.status_notifications) {
+        return;
+    }
+    for (const Observer& observer : observers_) {
+        observer(occurrence);
+    }
+}
+
+Unit& Chassis::fit(Assembly assembly)
+{
+    // The unit comes first: without it, its sensors would count as the chassis's and measure.
+    Unit& unit = units_.emplace(assembly.unit.index, assembly.unit).first->second;
+    for (Entity& entity : assembly.entities) {
+        add(std::move(entity));
+    }
+    return unit;
+}
+
+Sensor& Chassis::sensor_of(uint32_t index)
+{
+    Entity& entity = entities_.at(index);
+    if (!entity.sensor) {
+        throw Refusal(entity.name + " is no sensor");
+    }
+    return *entity.sensor;
+}
+
+/// Takes the readings of an entity that measures, and tells of the thresholds that they crossed.
+void Chassis::measure(Entity& entity)
+{
+    if (entity.port && entity.port->transceiver) {
+        measure_transceiver(entity);
+    }
+    if (!entity.sensor) {
+        return;
+    }
+    Sensor& sensor = *entity.sensor;
+    if (sensor_status(entity) != SensorStatus::ok) {
+        for (SensorThreshold& threshold : sensor.thresholds) {
+            threshold.limit.forget();
+        }
+        return;
+    }
+    sensor.measured = now_();
+    sensor.value = in_steps(sensor, sensor.reading.at(sensor.measured));
+    uint32_t number = 0;
+    for (SensorThreshold& threshold : sensor.thresholds) {
+        ++number;
+        if (threshold.limit.is_crossed_by(sensor.value) && threshold.notifies) {
+            tell({Event::sensor_threshold_crossed, entity.index,
+                  Crossing{sensor.value, static_cast<int32_t>(threshold.limit.value()), number}});
+        }
+    }
+}
+
+void Chassis::measure_parts(const Unit& unit)
+{
+    for (auto& [index, entity] : entities_) {
+        if (entity.contained_in == unit.index) {
+            measure(entity);
+        }
+    }
+}
+
+Place& Chassis::empty_place(uint32_t index)
+{
+    const std::string& name = entities_.at(index).name;
+    const auto place = places_.find(index);
+    if (place == places_.end()) {
+        throw Refusal(name + " is no slot or bay");
+    }
+    if (find(place->second.unit_index) != nullptr) {
+        throw Refusal(name + " is not empty");
+    }
+    return place->second;
+}
+
+bool Chassis::has_failed_part(const Unit& unit) const
+{
+    return std::ranges::any_of(entities_, [&](const auto& entry) {
+        return entry.second.failed && entry.second.contained_in == unit.index;
+    });
+}
+
+void Chassis::refuse_for_active_supervisor(const Unit& unit) const
+{
+    if (active_supervisor() == &unit) {
+        throw Refusal(entities_.at(unit.index).name + " is the active supervisor");
+    }
+}
+
+/// The one place where a unit's status changes.
+void Chassis::change_status(Unit& unit, EntityStatus status, bool powered)
+{
+    const Unit before = unit;
+    unit.status = status;
+    unit.powered = powered;
+    unit.starts += powered && !before.powered ? 1 : 0;
+    if (status != before.status) {
+        unit.status_changed = now_();
+        if (status == EntityStatus::ok) {
+            unit.went_into_service = unit.status_changed;
+        }
+    }
+    tell_changes(before, unit);
+    measure_parts(unit);
+    settle_roles();
+}
+
+/// The supervisor in charge stays that until it is out of service and another one can take over.
+void Chassis::settle_roles()
+{
+    const Unit* standby = standby_supervisor();
+    if (active_supervisor() == nullptr && standby != nullptr) {
+        put_in_charge(standby->index, active_supervisor_failed);
+    }
+}
+
+void Chassis::put_in_charge(uint32_t supervisor, int32_t reason)
+{
+    const bool first = std::exchange(redundancy_.active, supervisor) == 0;
+    if (first) {
+        return;
+    }
+    ++redundancy_.switchovers;
+    redundancy_.last_reason = reason;
+    tell({Event::redundancy});
+}
+
+void Chassis::tell_changes(const Unit& before, const Unit& unit)
+{
+    if (unit.type == UnitType::power_supply) {
+        if (watts_now(unit) != watts_now(before)) {
+            tell({Event::power_supply_output_change, unit.index});
+        }
+        return;
+    }
+    if (power_status(unit) != power_status(before)) {
+        tell({Event::power_status_change, unit.index});
+    }
+    if (unit.status != before.status) {
+        tell({unit.type == UnitType::module ? Event::module_status_change
+                                            : Event::fan_tray_status_change,
+              unit.index});
+    }
+}
+
+/// Brings a unit to the status that its failures and its switches ask for.
+void Chassis::settle(Unit& unit)
+{
+    const bool off =
+        unit.admin_status == AdminStatus::off || unit.power_admin_status == PowerAdminStatus::off;
+    if (entities_.at(unit.index).failed) {
+        change_status(unit, EntityStatus::failed, false);
+    } else if (off) {
+        change_status(unit, EntityStatus::off, false);
+    } else if (has_failed_part(unit)) {
+        change_status(unit, EntityStatus::failed, true);
+    } else {
+        start(unit);
+    }
+}
+
+/// Has a unit go into service: a module after it has started, which takes time.
+void Chassis::start(Unit& unit)
+{
+    if (unit.type == UnitType::module && !unit.powered) {
+        unit.ready_at = now_() + start_time_;
+        change_status(unit, EntityStatus::starting, true);
+    }
+    if (now_() >= unit.ready_at) {
+        change_status(unit, EntityStatus::ok, true);
+    }
+}
+
+/// Settles a unit, but one that runs goes off first.
+void Chassis::settle_after_break(Unit& unit)
+{
+    if (unit.powered) {
+        change_status(unit, EntityStatus::off, false);
+    }
+    settle(unit);
+}
+
+} // namespace sim

@@ -1,0 +1,281 @@
+/// The model of the simulated switch: the physical entities that a chassis is made of, and the
+/// units among them.
+///
+/// Whatever changes in it changes here, and the change itself is what tells the observers; nobody
+/// else raises events.
+#pragma once
+
+#include "model/entity.h"
+#include "model/reading.h"
+#include "model/redundancy.h"
+#include "model/unit.h"
+#include "opcodes.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace sim {
+
+/// A slot or bay, whose container has a row of its own whether or not a unit fills it.
+struct Place {
+    uint32_t index = 0;               ///< entPhysicalIndex of the container
+    UnitType type{};                  ///< of the units that it takes
+    uint32_t unit_index = 0;          ///< entPhysicalIndex of whatever fills it
+    std::optional<Assembly> pulled{}; ///< what was pulled from it and may be inserted again
+};
+
+/// How much of the power supplies' output is held back for the failure of some of them.
+enum class RedundancyMode : int32_t {
+    none = 1,
+    spare_supply = 2, ///< the output of one, the largest
+    spare_half = 3,   ///< the output of half of them, the larger ones, rounded up
+};
+
+/// What an operator sets for the switch as a whole, and what is only kept for him.
+struct SwitchSettings {
+    int32_t max_default_in_line_power = 12500;
+    bool status_notifications = true; ///< events of units are raised; see Chassis::observe()
+    uint32_t type_code = 0;           ///< of the chassis, as the platform database tells it
+    std::chrono::milliseconds diagnostics_delay{}; ///< that reading a transceiver takes
+};
+
+/// A change that the switch refuses, and why.
+class Refusal : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Something that happened to the switch.
+struct Occurrence {
+    Event event;
+    uint32_t index = 0;                 ///< entPhysicalIndex of what it is about; 0 for none
+    std::optional<Crossing> crossing{}; ///< of Event::sensor_threshold_crossed
+};
+
+class Chassis {
+public:
+    using Observer = std::function<void(const Occurrence& occurrence)>;
+    using TimeSource = std::function<Clock::time_point()>;
+
+    /// @param file name of the file that describes the chassis
+    /// @param now  what the chassis takes the time from
+    explicit Chassis(std::string file, TimeSource now = Clock::now)
+        : file_(std::move(file)), now_(std::move(now))
+    {
+    }
+
+    // While the chassis is put together; nothing of it is a change that anybody is told of.
+
+    /// Adds an entity. Throws std::invalid_argument when its index is taken or lies among the
+    /// transceivers' rows.
+    void add(Entity entity);
+
+    /// Adds a place whose container is there, and a unit that is in service from the start, unless
+    /// it has failed or its administrative statuses have it off.
+    void add_place(Place place) { places_.emplace(place.index, std::move(place)); }
+    void add_unit(Assembly assembly);
+
+    /// Adds a unit that was pulled from its place and may be inserted.
+    void add_pulled(Assembly assembly);
+
+    /// How long a module starts before it goes into service.
+    void set_start_time(std::chrono::seconds time) { start_time_ = time; }
+
+    std::chrono::seconds start_time() const { return start_time_; }
+
+    // How it is.
+
+    /// Has `observer` called at every change: when it happened, but before a removed unit is gone.
+    /// While status notifications are off, nothing is told of units.
+    void observe(Observer observer) { observers_.push_back(std::move(observer)); }
+
+    const std::string& file() const { return file_; }
+
+    /// All entities and all units in increasing order of index.
+    const std::map<uint32_t, Entity>& entities() const { return entities_; }
+    const std::map<uint32_t, Unit>& units() const { return units_; }
+
+    /// All places by the index of their container.
+    const std::map<uint32_t, Place>& places() const { return places_; }
+
+    /// The entity with an index, or null.
+    const Entity* find(uint32_t index) const;
+
+    /// The entity with the least index above `index`, or null.
+    const Entity* next_after(uint32_t index) const;
+
+    /// The unit with an index, or null.
+    const Unit* find_unit(uint32_t index) const;
+
+    /// How an entity is: a unit as its power and its failures say, a part as its unit, unless the
+    /// part itself has failed.
+    EntityStatus status(const Entity& entity) const;
+
+    /// Whether a sensor measures: not without its unit in service.
+    SensorStatus sensor_status(const Entity& sensor) const;
+
+    /// Whether a sensor's value, as it was last measured, is beyond one of its thresholds.
+    bool is_beyond(const Entity& sensor, const SensorThreshold& threshold) const;
+
+    /// The supervisor in charge, or null while none is in service. It can be neither switched off
+    /// nor pulled.
+    const Unit* active_supervisor() const;
+
+    /// A supervisor in service that is not in charge, or null.
+    const Unit* standby_supervisor() const;
+
+    const Redundancy& redundancy() const { return redundancy_; }
+
+    /// State code of the supervisors, unless it was set by hand.
+    int32_t supervisor_state() const;
+
+    /// What LEDs show that were set by hand, by entity and number of the LED.
+    const std::map<std::pair<uint32_t, uint32_t>, int32_t>& leds_by_hand() const
+    {
+        return leds_by_hand_;
+    }
+
+    /// Watts that the healthy power supplies deliver, without what the mode holds back.
+    uint32_t available_watts(RedundancyMode mode) const;
+
+    /// Watts that modules and fan trays draw.
+    uint32_t drawn_watts() const;
+
+    RedundancyMode redundancy_mode() const { return redundancy_mode_; }
+
+    /// The port with an interface index, or null.
+    const Entity* find_port(uint32_t if_index) const;
+
+    /// The first port after an interface index, be there such a port or not, whose transceiver has
+    /// diagnostics that can be read; null after the last.
+    const Entity* next_port_with_diagnostics(uint32_t if_index) const;
+
+    /// The transceiver of a port whose module is in service, or null.
+    const Transceiver* transceiver_in_service(const Entity& port) const;
+
+    /// Whether the diagnostics of a port's transceiver can be read.
+    bool has_diagnostics(const Entity& port) const;
+
+    /// What the words of a transceiver's readings hold in this chassis.
+    WordFormat reading_format(const Transceiver& transceiver) const;
+
+    /// What a transceiver's last lane, the one that the sensor tables tell, measures at present, in
+    /// units of the raw word. @param quantity its place in `quantities`
+    double raw_reading(const Transceiver& transceiver, size_t quantity) const;
+
+    /// When the inventory last changed; at first when the chassis was made.
+    Clock::time_point last_change() const { return last_change_; }
+
+    // Changes. An index that is unknown throws std::out_of_range, what the switch refuses Refusal.
+
+    SwitchSettings& settings() { return settings_; }
+    const SwitchSettings& settings() const { return settings_; }
+
+    /// Writes texts of an entity; values that are already there change nothing.
+    void write(uint32_t index, std::span<const TextChange> changes);
+
+    /// Counts as a change of the inventory, and tells the observers so.
+    void announce_change();
+
+    /// Switches a module, or the power of a module or fan tray.
+    void set_admin_status(uint32_t index, AdminStatus status);
+    void set_power_admin_status(uint32_t index, PowerAdminStatus status);
+
+    /// Refused when the watts then available would not cover what is drawn.
+    void set_redundancy_mode(RedundancyMode mode);
+
+    /// What a power supply delivers when it is healthy.
+    void set_output(uint32_t index, uint32_t watts);
+
+    /// Has a unit or a fan fail, or repairs it; a fan tray is repaired with its fans.
+    void set_failed(uint32_t index, bool failed);
+
+    /// Pulls the unit with an index out of its place.
+    void pull(uint32_t index);
+
+    /// Fills an empty place, by the index of its container, with what was last pulled from it or
+    /// with another unit that is made for it.
+    void insert(uint32_t index, std::optional<Assembly> other = std::nullopt);
+
+    /// Fills an empty place with a unit that the switch does not recognize.
+    void plug_unknown(uint32_t index);
+
+    /// Puts the standby supervisor in charge. Refused when there is none.
+    void switch_over(int32_t reason);
+
+    /// Does what an operator asks of the supervisors.
+    void act(RedundancyAction action);
+
+    /// Sets the supervisors' state code by hand, or lets it follow them again.
+    void set_supervisor_state(std::optional<int32_t> state) { redundancy_.state_by_hand = state; }
+
+    /// Sets what a LED shows by hand, or lets it follow its unit again.
+    void set_led(uint32_t entity, uint32_t led, std::optional<int32_t> value);
+
+    /// Plugs what was last unplugged from a port, or another transceiver, into its empty cage.
+    void plug(uint32_t index, std::optional<Transceiver> other = std::nullopt);
+
+    /// Takes the transceiver out of a port.
+    void unplug(uint32_t index);
+
+    /// Sets a reading of a port's transceiver by hand, in its unit, or lets it move again.
+    /// @param quantity its place in `quantities`
+    void set_transceiver_reading(uint32_t index, size_t quantity, std::optional<double> value);
+
+    /// Reads the diagnostics of all lanes of a port's transceiver, none when it has none, and
+    /// counts that.
+    std::vector<diag_info> read_diagnostics(uint32_t index);
+
+    /// Sets what a sensor measures by hand, in the unit of its kind, or lets it move again. Refused
+    /// when the sensor could not tell it.
+    void set_reading(uint32_t index, std::optional<double> value);
+
+    /// Has the crossings of a threshold of a sensor, counted from 1, raise events or not.
+    void set_threshold_notification(uint32_t index, uint32_t threshold, bool on);
+
+    /// Moves on what takes time: modules whose start is over go into service, sensors and
+    /// transceivers measure.
+    void advance();
+
+private:
+    void tell(const Occurrence& occurrence);
+    Unit& fit(Assembly assembly);
+    Sensor& sensor_of(uint32_t index);
+    void measure(Entity& entity);
+    void measure_parts(const Unit& unit);
+    Port& port_at(uint32_t index);
+    void measure_transceiver(Entity& port);
+    Place& empty_place(uint32_t index);
+    bool has_failed_part(const Unit& unit) const;
+    void refuse_for_active_supervisor(const Unit& unit) const;
+    void change_status(Unit& unit, EntityStatus status, bool powered);
+    void tell_changes(const Unit& before, const Unit& unit);
+    void settle_roles();
+    void put_in_charge(uint32_t supervisor, int32_t reason);
+    void settle(Unit& unit);
+    void start(Unit& unit);
+    void settle_after_break(Unit& unit);
+
+    std::string file_;
+    TimeSource now_;
+    std::map<uint32_t, Entity> entities_;
+    std::map<uint32_t, Unit> units_;
+    std::map<uint32_t, Place> places_;
+    std::vector<Observer> observers_;
+    std::chrono::seconds start_time_{3};
+    RedundancyMode redundancy_mode_ = RedundancyMode::none;
+    Redundancy redundancy_;
+    std::map<std::pair<uint32_t, uint32_t>, int32_t> leds_by_hand_;
+    SwitchSettings settings_;
+    Clock::time_point last_change_ = now_();
+};
+
+} // namespace sim

@@ -1,0 +1,143 @@
+// The ports of a chassis and the transceivers in them.
+
+#include "if_index.h"
+#include "model/chassis.h"
+
+namespace sim {
+
+const Entity* Chassis::find_port(uint32_t if_index) const
+{
+    uint8_t slot = 0;
+    uint8_t number = 0;
+    if (if_index_get_slot(if_index, &slot) != 0 || if_index_get_port(if_index, &number) != 0) {
+        return nullptr;
+    }
+    // The codec numbers slots and ports from 0.
+    const Entity* entity = find(port_index(slot + 1U, number + 1U));
+    return entity != nullptr && entity->port ? entity : nullptr;
+}
+
+const Entity* Chassis::next_port_with_diagnostics(uint32_t if_index) const
+{
+    const Entity* known = find_port(if_index);
+    for (auto entry = entities_.upper_bound(known == nullptr ? port_index(0, 0) : known->index);
+         entry != entities_.end(); ++entry) {
+        const Entity& entity = entry->second;
+        if (entity.port && entity.port->if_index > if_index && has_diagnostics(entity)) {
+            return &entity;
+        }
+    }
+    return nullptr;
+}
+
+const Transceiver* Chassis::transceiver_in_service(const Entity& port) const
+{
+    const bool there = port.port && port.port->transceiver && status(port) == EntityStatus::ok;
+    return there ? &*port.port->transceiver : nullptr;
+}
+
+bool Chassis::has_diagnostics(const Entity& port) const
+{
+    const Transceiver* transceiver = transceiver_in_service(port);
+    return transceiver != nullptr && transceiver->diagnostics != Diagnostics::none;
+}
+
+WordFormat Chassis::reading_format(const Transceiver& transceiver) const
+{
+    return has_integer_readings(settings_.type_code) ? WordFormat::integer
+                                                     : threshold_format(transceiver);
+}
+
+double Chassis::raw_reading(const Transceiver& transceiver, size_t quantity) const
+{
+    const double reading = transceiver.measurements.at(quantity).reading.at(now_());
+    return raw_value(quantities.at(quantity), reading, reading_format(transceiver));
+}
+
+void Chassis::plug(uint32_t index, std::optional<Transceiver> other)
+{
+    Port& port = port_at(index);
+    const std::string& name = entities_.at(index).name;
+    if (!port.has_cage) {
+        throw Refusal(name + " has no cage for a transceiver");
+    }
+    if (port.transceiver) {
+        throw Refusal(name + " holds a transceiver");
+    }
+    if (!other && !port.unplugged) {
+        throw Refusal("nothing was unplugged from " + name +
+                      "; say which type of transceiver to plug in");
+    }
+    port.transceiver = std::move(other ? other : port.unplugged);
+    port.unplugged.reset();
+    measure(entities_.at(index));
+    announce_change();
+}
+
+void Chassis::unplug(uint32_t index)
+{
+    Port& port = port_at(index);
+    if (!port.transceiver) {
+        throw Refusal(entities_.at(index).name + " holds no transceiver");
+    }
+    port.unplugged = std::exchange(port.transceiver, std::nullopt);
+    forget_thresholds(*port.unplugged);
+    announce_change();
+}
+
+void Chassis::set_transceiver_reading(uint32_t index, size_t quantity, std::optional<double> value)
+{
+    Port& port = port_at(index);
+    const std::string& name = entities_.at(index).name;
+    if (!port.transceiver || port.transceiver->diagnostics == Diagnostics::none) {
+        throw Refusal(name + " has no transceiver with diagnostics");
+    }
+    const Quantity& what = quantities.at(quantity);
+    if (value && !can_tell(what, *value)) {
+        throw Refusal(name + " cannot tell such a " + std::string(what.key));
+    }
+    // What moved since the last look is not the hand's doing.
+    measure(entities_.at(index));
+    port.transceiver->measurements.at(quantity).reading.set_by_hand(value);
+    measure(entities_.at(index));
+}
+
+std::vector<diag_info> Chassis::read_diagnostics(uint32_t index)
+{
+    Port& port = port_at(index);
+    ++port.diagnostics_reads;
+    return read_lanes(port.transceiver.value(), now_(), reading_format(*port.transceiver));
+}
+
+Port& Chassis::port_at(uint32_t index)
+{
+    Entity& entity = entities_.at(index);
+    if (!entity.port) {
+        throw Refusal(entity.name + " is no port");
+    }
+    return *entity.port;
+}
+
+void Chassis::measure_transceiver(Entity& port)
+{
+    Transceiver& transceiver = *port.port->transceiver;
+    if (!has_diagnostics(port)) {
+        forget_thresholds(transceiver);
+        return;
+    }
+    for (size_t i = 0; i < quantities.size(); ++i) {
+        const double raw = raw_reading(transceiver, i);
+        uint32_t number = 0;
+        for (Threshold& threshold : transceiver.measurements[i].thresholds) {
+            ++number;
+            if (threshold.is_crossed_by(raw)) {
+                tell({Event::sensor_threshold_crossed,
+                      sensor_index(port.port->if_index, quantities[i]),
+                      Crossing{served_value(quantities[i], raw),
+                               served_value(quantities[i], threshold.value()), number}});
+            }
+        }
+    }
+}
+
+} // namespace sim

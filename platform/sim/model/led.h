@@ -1,0 +1,26 @@
+/// The LEDs of the simulated switch. They follow the state of what they sit on, unless a test of
+/// theirs sets them by hand.
+#pragma once
+
+#include "model/chassis.h"
+#include "records.h"
+
+#include <optional>
+
+namespace sim {
+
+/// What a LED shows.
+enum class LedColour : int32_t { off = 1, green = 2, amber = 3, red = 4, blinking_green = 5 };
+
+/// The LEDs of the chassis as a whole and of each unit are numbered from 1: first the one of its
+/// status, then, on a supervisor, the one that is green while it is in charge and amber otherwise.
+inline constexpr uint32_t status_led = 1;
+inline constexpr uint32_t role_led = 2;
+
+/// A LED with its colour, nothing for one that there is not.
+std::optional<led_entry> find_led(const Chassis& chassis, uint32_t entity, uint32_t led);
+
+/// The first LED after the one with these numbers, by entity, then by LED; nothing after the last.
+std::optional<led_entry> led_after(const Chassis& chassis, uint32_t entity, uint32_t led);
+
+} // namespace sim

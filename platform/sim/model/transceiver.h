@@ -1,0 +1,197 @@
+/// Ports and the optical transceivers in their cages, with the diagnostics that these report.
+#pragma once
+
+#include "model/named.h"
+#include "model/reading.h"
+#include "records.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sim {
+
+/// Which diagnostics a transceiver has, as the byte of its diagnostic monitoring type tells it.
+enum class Diagnostics : uint8_t {
+    none = 0,
+    internal = 0x60, ///< raw words are integers
+    external = 0x50, ///< raw words are single-precision reals
+};
+
+inline constexpr Named<Diagnostics> diagnostics_kinds[] = {{"internal", Diagnostics::internal},
+                                                           {"external", Diagnostics::external},
+                                                           {"none", Diagnostics::none}};
+
+/// What a raw word of diagnostics holds.
+enum class WordFormat { integer, real };
+
+/// The thresholds of a reading in the order of their indexes, which count from 1.
+enum Limit : size_t { high_alarm, high_warning, low_alarm, low_warning, limits };
+inline constexpr std::string_view limit_keys[limits] = {"high-alarm", "high-warning", "low-alarm",
+                                                        "low-warning"};
+
+/// Bounds between which a reading moves, and its thresholds.
+struct ReadingRange {
+    double low = 0;
+    double high = 0;
+    std::array<double, limits> thresholds{};
+};
+
+/// One of the five things that a transceiver measures.
+struct Quantity {
+    std::string_view key;  ///< in chassis files and for chmctl
+    std::string_view unit; ///< for people; readings and ranges are in this unit
+    uint32_t sensor_code;  ///< its place among the physical indexes of a port's sensors
+    bool logarithmic;      ///< in decibels of a milliwatt
+    double raw_per_unit;   ///< of the raw word; of a logarithmic one, per milliwatt
+    double raw_per_served; ///< the same for a value of the sensor tables, unless logarithmic
+    int decimals;          ///< of a served value in the unit for people
+    double least;          ///< that raw words can tell
+    double most;
+    double lane_step; ///< by which a lane reads more than the one after it
+    ReadingRange usual;
+    uint32_t diag_info::*word;
+    std::array<uint32_t diag_info::*, limits> limit_words;
+};
+
+/// Transmitted and received power differ in where they stand and in what is usual.
+constexpr Quantity optical_power(std::string_view key, uint32_t sensor_code, ReadingRange usual,
+                                 uint32_t diag_info::*word,
+                                 std::array<uint32_t diag_info::*, limits> limit_words)
+{
+    return {.key = key,
+            .unit = "dBm",
+            .sensor_code = sensor_code,
+            .logarithmic = true,
+            .raw_per_unit = 1000,
+            .raw_per_served = 1,
+            .decimals = 3,
+            .least = -30,
+            .most = 10,
+            .lane_step = 0.1,
+            .usual = usual,
+            .word = word,
+            .limit_words = limit_words};
+}
+
+/// In the order of the condition bits in a lane's alarm and warning flags.
+inline constexpr std::array<Quantity, 5> quantities = {{
+    {.key = "temperature",
+     .unit = "°C",
+     .sensor_code = 8,
+     .logarithmic = false,
+     .raw_per_unit = 1000,
+     .raw_per_served = 1,
+     .decimals = 3,
+     .least = -128,
+     .most = 128,
+     .lane_step = 0.1,
+     .usual = {.low = 32, .high = 40, .thresholds = {75, 70, -5, 0}},
+     .word = &diag_info::temp,
+     .limit_words = {&diag_info::temp_hi_alarm, &diag_info::temp_hi_warn, &diag_info::temp_lo_alarm,
+                     &diag_info::temp_lo_warn}},
+    {.key = "voltage",
+     .unit = "V",
+     .sensor_code = 3,
+     .logarithmic = false,
+     .raw_per_unit = 1e6,
+     .raw_per_served = 1000,
+     .decimals = 3,
+     .least = 0,
+     .most = 6.5,
+     .lane_step = 0.002,
+     .usual = {.low = 3.27, .high = 3.32, .thresholds = {3.63, 3.465, 2.97, 3.135}},
+     .word = &diag_info::volt,
+     .limit_words = {&diag_info::volt_hi_alarm, &diag_info::volt_hi_warn, &diag_info::volt_lo_alarm,
+                     &diag_info::volt_lo_warn}},
+    {.key = "bias-current",
+     .unit = "mA",
+     .sensor_code = 5,
+     .logarithmic = false,
+     .raw_per_unit = 1,
+     .raw_per_served = 1,
+     .decimals = 0,
+     .least = 0,
+     .most = 500,
+     .lane_step = 1,
+     .usual = {.low = 30, .high = 38, .thresholds = {75, 70, 5, 10}},
+     .word = &diag_info::current,
+     .limit_words = {&diag_info::current_hi_alarm, &diag_info::current_hi_warn,
+                     &diag_info::current_lo_alarm, &diag_info::current_lo_warn}},
+    optical_power("transmit-power", 15, {.low = -2.6, .high = -2.2, .thresholds = {2, 1, -8, -7}},
+                  &diag_info::tx_pwr,
+                  {&diag_info::tx_pwr_hi_alarm, &diag_info::tx_pwr_hi_warn,
+                   &diag_info::tx_pwr_lo_alarm, &diag_info::tx_pwr_lo_warn}),
+    optical_power("receive-power", 14, {.low = -4.8, .high = -4, .thresholds = {2, 1, -13, -11}},
+                  &diag_info::rx_pwr,
+                  {&diag_info::rx_pwr_hi_alarm, &diag_info::rx_pwr_hi_warn,
+                   &diag_info::rx_pwr_lo_alarm, &diag_info::rx_pwr_lo_warn}),
+}};
+
+/// The logarithmic reading without any light, whose raw word is 0.
+inline constexpr double no_light = -std::numeric_limits<double>::infinity();
+
+/// A reading in its unit for people, and its thresholds in units of the raw word.
+struct Measurement {
+    Reading reading;
+    std::array<Threshold, limits> thresholds;
+    ReadingRange range{}; ///< from which both were made
+};
+
+struct Transceiver {
+    std::string type{}; ///< of the chassis file, empty for none
+    std::string manufacturer{};
+    std::string model{}; ///< part number
+    std::string revision{};
+    std::string serial{};
+    std::string alias{};
+    Diagnostics diagnostics = Diagnostics::internal;
+    uint32_t lanes = 1;
+    std::vector<Measurement> measurements{}; ///< one for each of `quantities`
+};
+
+/// What an entity is that is a port. Interface indexes order ports by slot and number.
+struct Port {
+    uint32_t if_index = 0;
+    bool has_cage = true; ///< electrical ports have none
+    std::optional<Transceiver> transceiver{};
+    std::optional<Transceiver>
+        unplugged{}; ///< what was last taken out, and may be plugged in again
+    uint64_t diagnostics_reads = 0;
+};
+
+/// entPhysicalIndex of a sensor of the transceiver in a port.
+uint32_t sensor_index(uint32_t if_index, const Quantity& quantity);
+
+/// What the words of a transceiver's thresholds hold, and those of its readings unless the chassis
+/// is of a type that has all readings told as integers.
+WordFormat threshold_format(const Transceiver& transceiver);
+bool has_integer_readings(uint32_t chassis_type);
+
+/// A reading in units of its raw word, rounded as the word's format has it.
+double raw_value(const Quantity& quantity, double reading, WordFormat format);
+
+/// What the sensor tables tell of a value in units of its raw word: thousandths of its unit.
+int32_t served_value(const Quantity& quantity, double raw);
+
+/// Whether raw words can tell a reading.
+bool can_tell(const Quantity& quantity, double reading);
+
+/// Has the next look at a transceiver's readings be the first one; see Threshold.
+void forget_thresholds(Transceiver& transceiver);
+
+/// A watched reading. @param seed see Reading
+Measurement make_measurement(const Quantity& quantity, const ReadingRange& range, WordFormat format,
+                             uint32_t seed);
+
+/// The raw diagnostics of all lanes. The last one is that whose values the sensor tables tell.
+/// @param format of the readings
+std::vector<diag_info> read_lanes(const Transceiver& transceiver, Clock::time_point time,
+                                  WordFormat format);
+
+} // namespace sim

@@ -1,0 +1,76 @@
+/// Units: what fills the slots and bays of a chassis, and how it is in operation.
+#pragma once
+
+#include "model/clock.h"
+#include "model/entity.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace sim {
+
+enum class UnitType { module, power_supply, fan_tray };
+
+/// What a module is for, as its record says it.
+enum class ModuleRole : uint8_t { supervisor = 1, line_card = 2 };
+
+/// What an operator wants of a module.
+enum class AdminStatus : int32_t {
+    on = 1,
+    off = 2,
+    restart = 3, ///< goes off and starts again; reads as `on` from then on
+    standby = 4, ///< powered and healthy, but carries no traffic
+};
+
+/// What an operator wants of the power of a module or a fan tray.
+enum class PowerAdminStatus : int32_t {
+    on = 1, ///< a failed unit comes back by itself when it is repaired
+    off = 2,
+    cycle = 3,            ///< goes off and on again; reads as `on` from then on
+    on_until_failure = 4, ///< a failure turns this to `off`: once repaired, the unit waits
+};
+
+/// Most watts that a unit may draw or deliver.
+inline constexpr uint32_t max_watts = 100000;
+
+/// One unit. The entity with its index describes it.
+struct Unit {
+    UnitType type = UnitType::module;
+    uint32_t index = 0;  ///< entPhysicalIndex
+    uint32_t number = 0; ///< of its slot or bay, from 1
+    ModuleRole role = ModuleRole::line_card;
+    uint32_t watts = 0; ///< what it draws when it has power; of a power supply: what it delivers
+    AdminStatus admin_status = AdminStatus::on; ///< of a module; other units are always `on`
+    PowerAdminStatus power_admin_status = PowerAdminStatus::on; ///< of a power supply always `on`
+    EntityStatus status = EntityStatus::off;
+    bool powered = false; ///< so is one that starts, or that failed with a part of its only
+    Clock::time_point status_changed{};
+    Clock::time_point went_into_service{}; ///< last time
+    Clock::time_point ready_at{};          ///< when it is done with starting
+    uint32_t starts = 0;
+};
+
+/// A unit with the entity that describes it and those of its parts, as it is pulled and inserted.
+struct Assembly {
+    Unit unit;
+    std::vector<Entity> entities;
+};
+
+/// The status of a unit's power. Without power it is off or failed as the unit is.
+constexpr EntityStatus power_status(const Unit& unit)
+{
+    return unit.powered ? EntityStatus::ok : unit.status;
+}
+
+/// The watts that a unit draws or delivers at present.
+constexpr uint32_t watts_now(const Unit& unit)
+{
+    return unit.powered ? unit.watts : 0;
+}
+
+constexpr bool is_supervisor(const Unit& unit)
+{
+    return unit.type == UnitType::module && unit.role == ModuleRole::supervisor;
+}
+
+} // namespace sim
