@@ -21,8 +21,8 @@ struct HistoryRecord {
 /// The last 500 records, oldest first.
 const std::deque<HistoryRecord>& history();
 
-/// Records something that the switch itself has to tell, whether or not tracing is on.
-void record_history(std::string text);
+/// Records something, whether or not tracing is on. Without a type it comes from the switch itself.
+void record_history(std::string text, uint32_t type = 0, uint32_t subtype = 0);
 
 /// What the services trace, each off at first.
 struct TraceSwitches {

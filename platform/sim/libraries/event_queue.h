@@ -4,6 +4,8 @@
 #include "opcodes.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace sim {
@@ -12,6 +14,20 @@ namespace sim {
 /// modules must not be entered again while they serve a request.
 /// @param payload the event's record in wire order, empty for an event without one
 void post_event(Event event, std::vector<std::byte> payload = {});
+
+/// An event on its way.
+struct EventMessage {
+    Event event;
+    std::vector<std::byte> payload;
+};
+
+using EventHandler = std::function<void(EventMessage& message)>;
+
+/// Has a handler called for every event of an opcode, in place of the one there was.
+void handle_events(uint32_t opcode, EventHandler handler);
+
+/// Takes the handler of an opcode back. @return whether there was one
+bool ignore_events(uint32_t opcode);
 
 /// Begins and ends the delivery. Events that are queued meanwhile wait for the next start.
 void start_event_delivery();

@@ -6,46 +6,6 @@
 #include <cstdio>
 #include <cstring>
 
-namespace sim {
-namespace {
-
-constexpr size_t max_records = 500;
-
-std::deque<HistoryRecord>& records()
-{
-    static std::deque<HistoryRecord> all;
-    return all;
-}
-
-void add_record(uint32_t type, uint32_t subtype, std::string text)
-{
-    if (records().size() == max_records) {
-        records().pop_front();
-    }
-    text.resize(std::min(text.size(), max_history_text));
-    records().push_back({std::chrono::system_clock::now(), type, subtype, std::move(text)});
-}
-
-} // namespace
-
-const std::deque<HistoryRecord>& history()
-{
-    return records();
-}
-
-void record_history(std::string text)
-{
-    add_record(0, 0, std::move(text));
-}
-
-TraceSwitches& trace_switches()
-{
-    static TraceSwitches switches;
-    return switches;
-}
-
-} // namespace sim
-
 const char* evlog_dbg_modname = "chm";
 
 int evlog_hist_event_subtype_check(uint32_t /*type*/, uint32_t /*subtype*/)
@@ -63,7 +23,7 @@ int evlog_hist_event(uint32_t type, uint32_t length, const void* record)
     const char* text = static_cast<const char*>(record) + sizeof subtype;
     const size_t room = std::min<size_t>(length - sizeof subtype, sim::max_history_text);
     return sim::guard(1, [&] {
-        sim::add_record(type, subtype, std::string(text, strnlen(text, room)));
+        sim::record_history({text, strnlen(text, room)}, type, subtype);
         return 0;
     });
 }

@@ -1,6 +1,5 @@
 #include "libraries/heartbeat.h"
 
-#include "libraries/c_boundary.h"
 #include "libraries/unix_socket.h"
 
 #include <cstddef>
@@ -39,15 +38,15 @@ void feed_watchdog()
                  reinterpret_cast<const sockaddr*>(&*address), length);
 }
 
+void beat()
+{
+    ++beats;
+    feed_watchdog();
+}
+
 uint64_t heartbeats()
 {
     return beats;
 }
 
 } // namespace sim
-
-void snmp_heartbeat_send()
-{
-    ++sim::beats;
-    sim::guard([] { sim::feed_watchdog(); });
-}

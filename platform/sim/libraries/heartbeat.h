@@ -12,7 +12,10 @@ void find_watchdog();
 /// Tells the service manager, if there is one, that the agent lives.
 void feed_watchdog();
 
-/// How often the MIB modules gave a sign of life before a longer piece of work.
+/// Takes a sign of life of the MIB modules, which they give before a longer piece of work.
+void beat();
+
+/// How often they gave one.
 uint64_t heartbeats();
 
 } // namespace sim

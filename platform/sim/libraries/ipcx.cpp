@@ -1,123 +1,41 @@
 #include "libraries/c_boundary.h"
-#include "libraries/event_log.h"
 #include "libraries/event_queue.h"
 #include "libraries/notification_sender.h"
-#include "libraries/request_user.h"
 
-#include <net-snmp/agent/net-snmp-agent-includes.h>
-
-#include <cerrno>
-#include <map>
-#include <sys/eventfd.h>
-#include <system_error>
-#include <unistd.h>
 #include <utility>
 
-namespace sim {
 namespace {
 
-struct Message {
-    Event event;
-    std::vector<std::byte> payload;
-};
-
-std::vector<Message> queue;
-std::map<uint32_t, ipcx_event_handler*> handlers;
-int wakeup = -1; ///< eventfd that is readable while messages wait
-
-void wake_agent()
+void notify(ipcx_event_handler* handler, sim::EventMessage& message)
 {
-    if (wakeup >= 0) {
-        eventfd_write(wakeup, 1);
-    }
-}
-
-void deliver(Message& message)
-{
-    const auto opcode = static_cast<uint32_t>(message.event);
-    const auto handler = handlers.find(opcode);
-    if (handler == handlers.end()) {
-        record_history("event " + std::to_string(opcode) + " dropped: nobody handles it");
-        return;
-    }
     oid trap_oid[MAX_OID_LEN];
     size_t trap_oid_length = 0;
     int send = 0;
-    Bindings bindings(handler->second(&message, trap_oid, &trap_oid_length, &send),
-                      snmp_free_varbind);
+    sim::Bindings bindings(handler(&message, trap_oid, &trap_oid_length, &send), snmp_free_varbind);
     if (send != 0) {
-        send_notification(trap_oid, trap_oid_length, std::move(bindings));
+        sim::send_notification(trap_oid, trap_oid_length, std::move(bindings));
     }
-}
-
-void on_wakeup(int descriptor, void* /*unused*/)
-{
-    leave_request();
-    eventfd_t count = 0;
-    eventfd_read(descriptor, &count);
-    deliver_events();
 }
 
 } // namespace
-
-void post_event(Event event, std::vector<std::byte> payload)
-{
-    queue.push_back({event, std::move(payload)});
-    wake_agent();
-}
-
-void start_event_delivery()
-{
-    wakeup = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (wakeup < 0) {
-        throw std::system_error(errno, std::generic_category(), "eventfd");
-    }
-    register_readfd(wakeup, on_wakeup, nullptr);
-    if (!queue.empty()) {
-        wake_agent();
-    }
-}
-
-void stop_event_delivery()
-{
-    if (wakeup >= 0) {
-        unregister_readfd(wakeup);
-        close(std::exchange(wakeup, -1));
-    }
-}
-
-size_t waiting_events()
-{
-    return queue.size();
-}
-
-void deliver_events()
-{
-    // What the handlers cause is delivered the next time around.
-    for (Message& message : std::exchange(queue, {})) {
-        guard([&] { deliver(message); });
-    }
-}
-
-} // namespace sim
 
 uint32_t ipcx_response_q = 1;
 
 void* ipcx_payload_get(void* message)
 {
-    auto& payload = static_cast<sim::Message*>(message)->payload;
+    auto& payload = static_cast<sim::EventMessage*>(message)->payload;
     return payload.empty() ? nullptr : payload.data();
 }
 
 int register_for_notification(uint32_t opcode, ipcx_event_handler* handler)
 {
     return sim::guard(-1, [&] {
-        sim::handlers[opcode] = handler;
+        sim::handle_events(opcode, [=](sim::EventMessage& message) { notify(handler, message); });
         return 0;
     });
 }
 
 int unregister_for_notification(uint32_t opcode)
 {
-    return sim::guard(-1, [&] { return sim::handlers.erase(opcode) == 1 ? 0 : -1; });
+    return sim::guard(-1, [&] { return sim::ignore_events(opcode) ? 0 : -1; });
 }

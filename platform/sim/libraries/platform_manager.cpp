@@ -1,10 +1,8 @@
 #include "libraries/platform_manager.h"
 
-#include "libraries/c_boundary.h"
 #include "libraries/event_log.h"
 #include "libraries/event_queue.h"
 #include "libraries/fault.h"
-#include "libraries/malloc_copy.h"
 #include "libraries/result_code.h"
 #include "model/led.h"
 #include "model/terminals.h"
@@ -23,11 +21,6 @@ namespace sim {
 namespace {
 
 using Bytes = std::vector<std::byte>;
-
-struct Answer {
-    ResultCode result = ResultCode::ok;
-    Bytes block = {};
-};
 
 template <typename Record>
 Bytes in_wire_order(Record record)
@@ -384,26 +377,6 @@ constexpr Table tables[] = {
 
 std::unique_ptr<Chassis> chassis_placed;
 
-Answer serve(uint32_t opcode, int32_t operation, std::span<const std::byte> request)
-{
-    if (chassis_placed == nullptr) {
-        return {ResultCode::no_chassis};
-    }
-    const auto* table = std::ranges::find(tables, static_cast<Opcode>(opcode), &Table::opcode);
-    if (table == std::end(tables)) {
-        return {ResultCode::unknown_opcode};
-    }
-    const Disturbance disturbance = disturb(opcode, operation);
-    if (disturbance.result) {
-        return {static_cast<ResultCode>(*disturbance.result)};
-    }
-    Answer answer = table->serve(*chassis_placed, operation, request);
-    if (!answer.block.empty()) {
-        answer.block.resize(disturbance.disturbed(answer.block.size()));
-    }
-    return answer;
-}
-
 /// What the event of an occurrence carries, in wire order.
 Bytes payload_of(const Chassis& chassis, const Occurrence& occurrence)
 {
@@ -430,6 +403,26 @@ Bytes payload_of(const Chassis& chassis, const Occurrence& occurrence)
 
 } // namespace
 
+Answer serve_request(uint32_t opcode, int32_t operation, std::span<const std::byte> request)
+{
+    if (chassis_placed == nullptr) {
+        return {ResultCode::no_chassis};
+    }
+    const auto* table = std::ranges::find(tables, static_cast<Opcode>(opcode), &Table::opcode);
+    if (table == std::end(tables)) {
+        return {ResultCode::unknown_opcode};
+    }
+    const Disturbance disturbance = disturb(opcode, operation);
+    if (disturbance.result) {
+        return {static_cast<ResultCode>(*disturbance.result)};
+    }
+    Answer answer = table->serve(*chassis_placed, operation, request);
+    if (!answer.block.empty()) {
+        answer.block.resize(disturbance.disturbed(answer.block.size()));
+    }
+    return answer;
+}
+
 void place_chassis(Chassis chassis)
 {
     const bool exchanged = chassis_placed != nullptr;
@@ -448,20 +441,3 @@ Chassis* chassis_in_place()
 }
 
 } // namespace sim
-
-int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** response,
-                     uint32_t* length, const char* /*user*/, uint32_t /*session*/,
-                     uint32_t /*route*/, uint32_t /*queue*/, uint32_t /*req_class*/)
-{
-    const size_t size = request == nullptr ? 0 : *length;
-    *length = 0;
-    return sim::guard(static_cast<int32_t>(sim::ResultCode::internal_error), [&] {
-        const sim::Answer answer =
-            sim::serve(opcode, operation, {static_cast<const std::byte*>(request), size});
-        if (response != nullptr && !answer.block.empty()) {
-            *response = sim::malloc_copy(answer.block);
-            *length = static_cast<uint32_t>(answer.block.size());
-        }
-        return static_cast<int32_t>(answer.result);
-    });
-}

@@ -1,9 +1,24 @@
 /// The platform manager: the tables that requests read and write, over the chassis in place.
 #pragma once
 
+#include "libraries/result_code.h"
 #include "model/chassis.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
 namespace sim {
+
+/// What a request is answered with.
+struct Answer {
+    ResultCode result = ResultCode::ok;
+    std::vector<std::byte> block{}; ///< in wire order, empty for none
+};
+
+/// Serves one request. @param request the record that it carries, in wire order
+Answer serve_request(uint32_t opcode, int32_t operation, std::span<const std::byte> request);
 
 /// Puts a chassis in place of the one there was, if any; exchanging one is an inventory change.
 void place_chassis(Chassis chassis);
