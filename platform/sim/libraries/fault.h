@@ -3,10 +3,12 @@
 #pragma once
 
 #include "model/named.h"
-#include "opcodes.h"
+#include "wire/requests.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -16,28 +18,29 @@ namespace sim {
 /// The port manager's calls, as requests beside the platform manager's opcodes.
 enum class PortCall : uint32_t { configuration = 1, next_port, information, diagnostics };
 
-/// Every request that may go wrong: the platform manager's by their opcodes, and the port
-/// manager's.
-inline constexpr Named<uint32_t> request_names[] = {
+inline constexpr Named<uint32_t> port_call_names[] = {
     {"port-configuration", static_cast<uint32_t>(PortCall::configuration)},
     {"next-port", static_cast<uint32_t>(PortCall::next_port)},
     {"transceiver-information", static_cast<uint32_t>(PortCall::information)},
     {"transceiver-diagnostics", static_cast<uint32_t>(PortCall::diagnostics)},
-    {"terminal-message", static_cast<uint32_t>(Opcode::terminal_message)},
-    {"physical-entity", static_cast<uint32_t>(Opcode::physical_entity)},
-    {"power-supply-group", static_cast<uint32_t>(Opcode::power_supply_group)},
-    {"fru-power-status", static_cast<uint32_t>(Opcode::fru_power_status)},
-    {"module", static_cast<uint32_t>(Opcode::module)},
-    {"max-default-in-line-power", static_cast<uint32_t>(Opcode::max_default_in_line_power)},
-    {"sensor-value", static_cast<uint32_t>(Opcode::sensor_value)},
-    {"sensor-threshold", static_cast<uint32_t>(Opcode::sensor_threshold)},
-    {"last-change-time", static_cast<uint32_t>(Opcode::last_change_time)},
-    {"enable-status-notification", static_cast<uint32_t>(Opcode::enable_status_notification)},
-    {"redundancy", static_cast<uint32_t>(Opcode::redundancy)},
-    {"fan-tray-status", static_cast<uint32_t>(Opcode::fan_tray_status)},
-    {"led", static_cast<uint32_t>(Opcode::led)},
-    {"power-supply-status", static_cast<uint32_t>(Opcode::power_supply_status)},
 };
+
+struct RequestNames {
+    Named<uint32_t> all[std::size(port_call_names) + std::size(platform_requests)]{};
+
+    constexpr RequestNames()
+    {
+        auto* name = std::ranges::copy(port_call_names, all).out;
+        for (const NamedRequest& request : platform_requests) {
+            *name++ = {request.name, request.opcode};
+        }
+    }
+};
+inline constexpr RequestNames request_name_table;
+
+/// Every request that may go wrong: the port manager's, and the platform manager's by their
+/// opcodes.
+inline constexpr auto& request_names = request_name_table.all;
 
 inline constexpr Named<int32_t> operation_names[] = {
     {"get", CHM_REQ_GET}, {"get-next", CHM_REQ_GETNEXT}, {"set", CHM_REQ_SET}};

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "model/chassis.h"
-#include "records.h"
+#include "wire/records.h"
 
 #include <optional>
 

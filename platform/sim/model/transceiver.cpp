@@ -1,7 +1,7 @@
 #include "model/transceiver.h"
 
 #include "if_index.h"
-#include "physical_index.h"
+#include "wire/physical_index.h"
 
 #include <algorithm>
 #include <bit>

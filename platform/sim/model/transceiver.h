@@ -3,7 +3,7 @@
 
 #include "model/named.h"
 #include "model/reading.h"
-#include "records.h"
+#include "wire/records.h"
 
 #include <array>
 #include <cstddef>
