@@ -103,7 +103,7 @@ json set(const json& arguments)
     const auto field = argument<std::string>(arguments, "field");
     const auto value = argument<std::string>(arguments, "value");
     const auto* text = std::ranges::find(entity_texts, field, &EntityText::key);
-    if (text == std::end(entity_texts) || !(text->settable || field == "description")) {
+    if (text == std::end(entity_texts) || !chmctl_sets(*text)) {
         throw std::runtime_error("'" + field + "' is not a field that can be set");
     }
     if (value.size() > text->capacity || value.find('\0') != std::string::npos) {
@@ -115,46 +115,12 @@ json set(const json& arguments)
     return {{"index", index}};
 }
 
-const char* name_of(EntityStatus status)
-{
-    switch (status) {
-    case EntityStatus::ok:
-        return "ok";
-    case EntityStatus::off:
-        return "off";
-    case EntityStatus::failed:
-        return "failed";
-    case EntityStatus::starting:
-        return "starting";
-    case EntityStatus::unknown:
-        break;
-    }
-    return "unknown";
-}
-
-const char* name_of(UnitType type)
-{
-    switch (type) {
-    case UnitType::module:
-        return "module";
-    case UnitType::power_supply:
-        return "power-supply";
-    case UnitType::fan_tray:
-        break;
-    }
-    return "fan-tray";
-}
-
 /// What a unit is to be, as its two administrative statuses say it together.
-const char* admin_name(const Unit& unit)
+std::string_view admin_name(const Unit& unit)
 {
-    if (unit.admin_status == AdminStatus::off) {
-        return "off";
-    }
-    if (unit.power_admin_status == PowerAdminStatus::off) {
-        return "power-off";
-    }
-    return unit.admin_status == AdminStatus::standby ? "standby" : "on";
+    const bool without_power =
+        unit.admin_status != AdminStatus::off && unit.power_admin_status == PowerAdminStatus::off;
+    return without_power ? "power-off" : key_of(admin_statuses, unit.admin_status);
 }
 
 json units(const json& /*arguments*/)
@@ -164,10 +130,10 @@ json units(const json& /*arguments*/)
     for (const auto& [index, unit] : chassis.units()) {
         list.push_back({{"index", index},
                         {"name", chassis.entities().at(index).name},
-                        {"type", name_of(unit.type)},
+                        {"type", key_of(unit_types, unit.type)},
                         {"active", &unit == chassis.active_supervisor()},
                         {"admin-status", admin_name(unit)},
-                        {"status", name_of(unit.status)},
+                        {"status", key_of(entity_statuses, unit.status)},
                         {"watts", watts_now(unit)}});
     }
     return list;
@@ -311,19 +277,6 @@ json led(const json& arguments)
     });
 }
 
-const char* name_of(SensorStatus status)
-{
-    switch (status) {
-    case SensorStatus::ok:
-        return "ok";
-    case SensorStatus::unavailable:
-        return "unavailable";
-    case SensorStatus::nonoperational:
-        break;
-    }
-    return "nonoperational";
-}
-
 json thresholds(const Chassis& chassis, const Entity& sensor)
 {
     json list = json::array();
@@ -352,7 +305,7 @@ json sensors(const json& /*arguments*/)
                         {"unit", sensor.kind->unit},
                         {"value", sensor.value / steps_per_unit(sensor)},
                         {"measured", time_text(sensor.measured)},
-                        {"status", name_of(chassis.sensor_status(entity))},
+                        {"status", key_of(sensor_statuses, chassis.sensor_status(entity))},
                         {"by-hand", sensor.reading.is_by_hand()},
                         {"thresholds", thresholds(chassis, entity)}});
     }
@@ -411,7 +364,7 @@ json transceivers(const json& /*arguments*/)
         json& item = list.emplace_back(
             json{{"index", index},
                  {"port", entity.name},
-                 {"status", name_of(chassis.status(entity))},
+                 {"status", key_of(entity_statuses, chassis.status(entity))},
                  {"type", transceiver.type},
                  {"diagnostics", key_of(diagnostics_kinds, transceiver.diagnostics)},
                  {"lanes", transceiver.lanes},
@@ -454,7 +407,7 @@ json transceiver_reading(const json& arguments)
         if (quantity == quantities.end()) {
             throw std::runtime_error("there is no quantity '" + key + "'");
         }
-        const bool dark = argument<json>(arguments, "value") == "none";
+        const bool dark = argument<json>(arguments, "value") == no_light_key;
         chassis.set_transceiver_reading(index, static_cast<size_t>(quantity - quantities.begin()),
                                         dark ? no_light : by_hand<double>(arguments, "value"));
     });
@@ -485,21 +438,26 @@ json terminal_messages(const json& /*arguments*/)
 
 json trace_state()
 {
-    return {{"history", trace_switches().history}, {"debug", trace_switches().debug}};
+    json state;
+    for (const auto& trace : traces) {
+        state[std::string(trace.key)] = trace_switches().*trace.value;
+    }
+    return state;
 }
 
 json trace(const json& arguments)
 {
     const auto what = argument<std::string>(arguments, "what");
     const bool on = argument<bool>(arguments, "on");
-    if (what != "history" && what != "debug" && what != "all") {
+    bool found = false;
+    for (const auto& one : traces) {
+        if (what == one.key || what == "all") {
+            trace_switches().*one.value = on;
+            found = true;
+        }
+    }
+    if (!found) {
         throw std::runtime_error("there is no trace '" + what + "'");
-    }
-    if (what != "debug") {
-        trace_switches().history = on;
-    }
-    if (what != "history") {
-        trace_switches().debug = on;
     }
     return trace_state();
 }

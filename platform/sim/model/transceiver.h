@@ -135,6 +135,7 @@ inline constexpr std::array<Quantity, 5> quantities = {{
 
 /// The logarithmic reading without any light, whose raw word is 0.
 inline constexpr double no_light = -std::numeric_limits<double>::infinity();
+inline constexpr std::string_view no_light_key = "none";
 
 /// A reading in its unit for people, and its thresholds in units of the raw word.
 struct Measurement {
