@@ -1,4 +1,4 @@
-#include "control/fault_verbs.h"
+// Faults on demand.
 
 #include "control/verb_arguments.h"
 #include "libraries/fault.h"
@@ -7,23 +7,6 @@ namespace sim {
 namespace {
 
 using nlohmann::json;
-
-/// The one of some choices whose key an argument gives.
-template <typename Choice, size_t Count>
-const Choice& choice(const json& arguments, const char* name, const Choice (&choices)[Count])
-{
-    const auto key = argument<std::string>(arguments, name);
-    const Choice* found = std::ranges::find(choices, key, &Choice::key);
-    if (found == std::end(choices)) {
-        std::string keys;
-        for (const Choice& one : choices) {
-            keys += (keys.empty() ? "" : ", ") + std::string(one.key);
-        }
-        throw std::runtime_error("there is no " + std::string(name) + " '" + key + "', but " +
-                                 keys);
-    }
-    return *found;
-}
 
 /// A request by its name or by its opcode.
 uint32_t named_request(const json& arguments)
@@ -51,9 +34,7 @@ json shown(const Fault& fault)
             {"strikes", fault.strikes}};
 }
 
-} // namespace
-
-json fault_verb(const json& arguments)
+json fault(const json& arguments)
 {
     Fault fault{.request = named_request(arguments),
                 .kind = &choice(arguments, "effect", fault_kinds)};
@@ -72,7 +53,7 @@ json fault_verb(const json& arguments)
     return shown(faults().back());
 }
 
-json faults_verb(const json& /*arguments*/)
+json show_faults(const json& /*arguments*/)
 {
     json list = json::array();
     for (const Fault& fault : faults()) {
@@ -81,7 +62,7 @@ json faults_verb(const json& /*arguments*/)
     return list;
 }
 
-json clear_faults_verb(const json& arguments)
+json clear_faults(const json& arguments)
 {
     if (arguments.contains("number")) {
         const auto number = argument<uint32_t>(arguments, "number");
@@ -93,7 +74,17 @@ json clear_faults_verb(const json& arguments)
             clear_fault(faults().back().number);
         }
     }
-    return faults_verb(arguments);
+    return show_faults(arguments);
 }
+
+constexpr Verb verbs[] = {
+    {"fault", fault},
+    {"faults", show_faults},
+    {"clear-faults", clear_faults},
+};
+
+} // namespace
+
+const std::span<const Verb> fault_verbs(verbs);
 
 } // namespace sim
