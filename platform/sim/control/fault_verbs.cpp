@@ -8,24 +8,25 @@ namespace {
 
 using nlohmann::json;
 
-/// A request by its name or by its opcode.
-uint32_t named_request(const json& arguments)
+/// The name of a request, which an opcode stands for too. Of the port manager's none has an opcode.
+std::string_view named_request(const json& arguments)
 {
     if (!argument<json>(arguments, "request").is_number()) {
-        return choice(arguments, "request", request_names).value;
+        return choice(arguments, "request", request_names).key;
     }
     const auto opcode = argument<uint32_t>(arguments, "request");
-    if (std::ranges::find(request_names, opcode, &Named<uint32_t>::value) ==
-        std::end(request_names)) {
-        throw std::runtime_error("there is no opcode " + std::to_string(opcode));
+    const auto* request = std::ranges::find(request_names, opcode, &RequestName::opcode);
+    if (request == std::end(request_names)) {
+        throw std::runtime_error(std::to_string(opcode) +
+                                 " is not the opcode of a request; give the request's name");
     }
-    return opcode;
+    return request->key;
 }
 
 json shown(const Fault& fault)
 {
     return {{"number", fault.number},
-            {"request", key_of(request_names, fault.request)},
+            {"request", fault.request},
             {"operation", fault.operation ? key_of(operation_names, *fault.operation) : "any"},
             {"effect", fault.kind->key},
             {"amount", fault.amount},

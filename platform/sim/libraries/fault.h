@@ -13,16 +13,23 @@
 
 namespace sim {
 
-/// The port manager's calls, as requests beside the platform manager's opcodes.
-enum class PortCall : uint32_t { configuration = 1, next_port, information, diagnostics };
+/// A request that may go wrong.
+struct RequestName {
+    std::string_view key;             ///< for chmctl
+    std::optional<uint32_t> opcode{}; ///< of one of the platform manager
+};
 
-/// Every request that may go wrong: the platform manager's by their opcodes, and the port
-/// manager's.
-inline constexpr Named<uint32_t> request_names[] = {
-    {"port-configuration", static_cast<uint32_t>(PortCall::configuration)},
-    {"next-port", static_cast<uint32_t>(PortCall::next_port)},
-    {"transceiver-information", static_cast<uint32_t>(PortCall::information)},
-    {"transceiver-diagnostics", static_cast<uint32_t>(PortCall::diagnostics)},
+// The port manager's requests.
+inline constexpr std::string_view port_configuration = "port-configuration";
+inline constexpr std::string_view next_port = "next-port";
+inline constexpr std::string_view transceiver_information = "transceiver-information";
+inline constexpr std::string_view transceiver_diagnostics = "transceiver-diagnostics";
+
+inline constexpr RequestName request_names[] = {
+    {port_configuration},
+    {next_port},
+    {transceiver_information},
+    {transceiver_diagnostics},
     {"terminal-message", static_cast<uint32_t>(Opcode::terminal_message)},
     {"physical-entity", static_cast<uint32_t>(Opcode::physical_entity)},
     {"power-supply-group", static_cast<uint32_t>(Opcode::power_supply_group)},
@@ -66,7 +73,7 @@ inline constexpr FaultKind fault_kinds[] = {
 };
 
 struct Fault {
-    uint32_t request;                   ///< see request_names
+    std::string_view request;           ///< one of request_names
     std::optional<int32_t> operation{}; ///< none for any
     const FaultKind* kind;
     uint32_t amount = 0;
@@ -98,6 +105,9 @@ uint32_t set_fault(Fault fault);
 bool clear_fault(uint32_t number);
 
 /// Has the faults strike one request: waits as long as they say. Comes before every answer.
-Disturbance disturb(uint32_t request, int32_t operation);
+Disturbance disturb(std::string_view request, int32_t operation);
+
+/// The same for a request of the platform manager.
+Disturbance disturb(uint32_t opcode, int32_t operation);
 
 } // namespace sim
