@@ -20,7 +20,8 @@ namespace {
 
 using nlohmann::json;
 
-/// While this file exists, the MIB modules report the unit status with power events too.
+/// While this file exists, the MIB modules report the unit status with power events too. They have
+/// the path written out as well: an operator makes the file, no platform library.
 const char* const marker_file = "/mnt/nvdb/chm_nvdb_hack";
 
 bool marker_exists()
