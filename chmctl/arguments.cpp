@@ -2,6 +2,15 @@
 
 using nlohmann::json;
 
+std::string listed(const std::vector<std::string>& words)
+{
+    std::string text;
+    for (size_t i = 0; i < words.size(); ++i) {
+        text += (i == 0 ? "" : i + 1 == words.size() ? " or " : ", ") + words[i];
+    }
+    return text;
+}
+
 void add_named(CLI::App& command, const Arguments& arguments, const char* what, const char* key,
                const char* help)
 {

@@ -8,14 +8,29 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 /// The request that the arguments of a command make.
 using Arguments = std::shared_ptr<nlohmann::json>;
 
+/// The names in one of the switch's tables, in its order.
+template <typename Table>
+std::vector<std::string> keys_of(const Table& table)
+{
+    std::vector<std::string> keys;
+    for (const auto& one : table) {
+        keys.emplace_back(one.key);
+    }
+    return keys;
+}
+
+/// Words as a sentence lists them: "a, b or c".
+std::string listed(const std::vector<std::string>& words);
+
 /// Adds an argument of the command line that goes into the request under its name.
 template <typename Value>
 CLI::Option* add_argument(CLI::App& command, const std::string& option, const Arguments& arguments,
-                          const char* key, const char* help)
+                          const char* key, const std::string& help)
 {
     return command.add_option_function<Value>(
         option, [=](const Value& value) { (*arguments)[key] = value; }, help);
@@ -36,7 +51,7 @@ void add_state(CLI::App& command, const Arguments& arguments);
 /// word, if there is one.
 template <typename Number>
 void add_number_or_auto(CLI::App& command, const Arguments& arguments, const std::string& what,
-                        const char* key, const char* help, const char* word = nullptr)
+                        const char* key, const std::string& help, std::string_view word = {})
 {
     command
         .add_option_function<std::string>(
@@ -45,7 +60,7 @@ void add_number_or_auto(CLI::App& command, const Arguments& arguments, const std
                 Number number{};
                 const bool is_number =
                     CLI::detail::lexical_cast(text, number) && std::isfinite(number);
-                const bool is_word = word != nullptr && text == word;
+                const bool is_word = !word.empty() && text == word;
                 if (!is_number && !is_word && text != "auto") {
                     throw CLI::ValidationError(what, text + " is neither a number nor auto");
                 }

@@ -1,5 +1,7 @@
 #include "output.h"
 
+#include "model/entity.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -47,14 +49,19 @@ std::string text_of(const json& object, const char* key)
 
 std::string status_of(const json& object, const char* key)
 {
+    using sim::EntityStatus;
     const std::string status = text_of(object, key);
-    if (status == "ok") {
+    const auto is = [&](EntityStatus one) {
+        return status == sim::key_of(sim::entity_statuses, one);
+    };
+    if (is(EntityStatus::ok)) { // a sensor's too
         return paint(Paint::good, status);
     }
-    if (status == "failed" || status == "unknown" || status == "nonoperational") {
+    if (is(EntityStatus::failed) || is(EntityStatus::unknown) ||
+        status == sim::key_of(sim::sensor_statuses, sim::SensorStatus::nonoperational)) {
         return paint(Paint::bad, status);
     }
-    return paint(status == "starting" ? Paint::warning : Paint::faint, status);
+    return paint(is(EntityStatus::starting) ? Paint::warning : Paint::faint, status);
 }
 
 std::string right_aligned(uint32_t number, size_t columns)

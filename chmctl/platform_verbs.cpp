@@ -1,5 +1,7 @@
 // What goes on between the MIB modules and the platform.
 
+#include "libraries/event_log.h"
+#include "libraries/fault.h"
 #include "output.h"
 #include "verb.h"
 
@@ -19,8 +21,8 @@ void print_history(const json& records)
 
 void print_trace(const json& switches)
 {
-    for (const char* name : {"history", "debug"}) {
-        std::printf("%s %s\n", name, switches.at(name).get<bool>() ? "on" : "off");
+    for (const std::string& name : keys_of(sim::traces)) {
+        std::printf("%s %s\n", name.c_str(), switches.at(name).get<bool>() ? "on" : "off");
     }
 }
 
@@ -88,9 +90,11 @@ void marker_options(CLI::App& command, const Arguments& arguments)
 
 void trace_options(CLI::App& command, const Arguments& arguments)
 {
-    add_argument<std::string>(command, "WHAT", arguments, "what", "history, debug or all")
+    std::vector<std::string> traces = keys_of(sim::traces);
+    traces.emplace_back("all");
+    add_argument<std::string>(command, "WHAT", arguments, "what", listed(traces))
         ->required()
-        ->check(CLI::IsMember({"history", "debug", "all"}));
+        ->check(CLI::IsMember(traces));
     add_state(command, arguments);
 }
 
@@ -106,16 +110,24 @@ void fault_options(CLI::App& command, const Arguments& arguments)
 {
     add_named(command, arguments, "REQUEST", "request",
               "What is asked for, by its name in the documentation or by its opcode");
-    add_argument<std::string>(command, "EFFECT", arguments, "effect",
-                              "fail, nothing (success without a block), short, long or delay")
+    std::vector<std::string> effects;
+    std::vector<std::string> amounts;
+    for (const sim::FaultKind& kind : sim::fault_kinds) {
+        const std::string key(kind.key);
+        effects.push_back(
+            key + (kind.effect == sim::FaultEffect::nothing ? " (success without a block)" : ""));
+        if (!kind.amount.empty()) {
+            amounts.push_back(std::string(kind.amount) + " of " + key);
+        }
+    }
+    add_argument<std::string>(command, "EFFECT", arguments, "effect", listed(effects))
         ->required()
-        ->check(CLI::IsMember({"fail", "nothing", "short", "long", "delay"}));
-    add_argument<uint32_t>(
-        command, "AMOUNT", arguments, "amount",
-        "The result code of fail, bytes of short and long, milliseconds of delay");
+        ->check(CLI::IsMember(keys_of(sim::fault_kinds)));
+    add_argument<uint32_t>(command, "AMOUNT", arguments, "amount", "The " + listed(amounts));
+    const std::vector<std::string> operations = keys_of(sim::operation_names);
     add_argument<std::string>(command, "--operation", arguments, "operation",
-                              "Only this one of get, get-next and set")
-        ->check(CLI::IsMember({"get", "get-next", "set"}));
+                              "Only a " + listed(operations))
+        ->check(CLI::IsMember(operations));
     add_argument<uint32_t>(command, "--count", arguments, "count",
                            "How many requests it strikes, else all until it is cleared")
         ->type_name("N");

@@ -1,7 +1,10 @@
 // Sensors and transceivers, and what they measure.
 
+#include "model/transceiver.h"
 #include "output.h"
 #include "verb.h"
+
+#include <algorithm>
 
 using nlohmann::json;
 
@@ -40,8 +43,11 @@ void print_transceivers(const json& transceivers)
     ports.add(
         {"index", "port", "type", "model", "serial", "status", "diagnostics", "lanes", "reads"});
     Columns readings;
-    readings.add({"index", "port", "quantity", "value", "", "high alarm", "high warning",
-                  "low alarm", "low warning"});
+    std::vector<std::string> headings = {"index", "port", "quantity", "value", ""};
+    for (const std::string_view key : sim::limit_keys) {
+        std::ranges::replace(headings.emplace_back(key), '-', ' ');
+    }
+    readings.add(headings);
     for (const json& one : transceivers) {
         ports.add({right_aligned(one.at("index").get<uint32_t>(), 5), text_of(one, "port"),
                    text_of(one, "type"), text_of(one, "model"), text_of(one, "serial"),
@@ -92,13 +98,16 @@ void plug_options(CLI::App& command, const Arguments& arguments)
 void transceiver_reading_options(CLI::App& command, const Arguments& arguments)
 {
     add_port(command, arguments);
-    add_argument<std::string>(
-        command, "QUANTITY", arguments, "quantity",
-        "temperature (°C), voltage (V), bias-current (mA), transmit-power or receive-power (dBm)")
+    std::vector<std::string> quantities;
+    for (const sim::Quantity& quantity : sim::quantities) {
+        quantities.push_back(std::string(quantity.key) + " (" + std::string(quantity.unit) + ")");
+    }
+    add_argument<std::string>(command, "QUANTITY", arguments, "quantity", listed(quantities))
         ->required();
     add_number_or_auto<double>(command, arguments, "VALUE", "value",
-                               "What it is to measure, none for no light, or auto to move again",
-                               "none");
+                               "What it is to measure, " + std::string(sim::no_light_key) +
+                                   " for no light, or auto to move again",
+                               sim::no_light_key);
 }
 
 constexpr Verb verbs[] = {

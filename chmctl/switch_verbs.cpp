@@ -1,5 +1,7 @@
 // What the switch does as a whole: supervisors, LEDs, terminals.
 
+#include "model/led.h"
+#include "model/redundancy.h"
 #include "output.h"
 #include "verb.h"
 
@@ -21,18 +23,16 @@ void print_redundancy(const json& result)
     }
 }
 
-/// What LEDs show, from 1 on.
-constexpr const char* colours[] = {"off", "green", "amber", "red", "blinking-green"};
-
 void print_leds(const json& leds)
 {
     for (const json& led : leds) {
         const auto value = led.at("value").get<int>();
-        const bool known = value >= 1 && value <= static_cast<int>(std::size(colours));
+        const auto* colour = std::ranges::find(sim::led_colours, sim::LedColour{value},
+                                               &sim::Named<sim::LedColour>::value);
+        const bool known = colour != std::end(sim::led_colours);
+        const std::string shown = known ? std::string(colour->key) : std::to_string(value);
         std::printf("%6u.%u  %-14s  %s\n", led.at("index").get<uint32_t>(),
-                    led.at("led").get<uint32_t>(),
-                    known ? colours[value - 1] : std::to_string(value).c_str(),
-                    text_of(led, "name").c_str());
+                    led.at("led").get<uint32_t>(), shown.c_str(), text_of(led, "name").c_str());
     }
 }
 
@@ -47,18 +47,18 @@ void print_terminals(const json& messages)
 
 void switchover_options(CLI::App& command, const Arguments& arguments)
 {
-    (*arguments)["reason"] = 0;
+    (*arguments)["reason"] = sim::switchover_requested;
     add_argument<int32_t>(command, "--reason", arguments, "reason",
                           "Code of the reason that the high-availability manager tells")
         ->type_name("CODE")
-        ->default_str("0, which is by request");
+        ->default_str(std::to_string(sim::switchover_requested) + ", which is by request");
 }
 
 void supervisor_state_options(CLI::App& command, const Arguments& arguments)
 {
-    add_number_or_auto<int32_t>(
-        command, arguments, "STATE", "state",
-        "The state's code (2 is redundant), or auto to follow the supervisors");
+    add_number_or_auto<int32_t>(command, arguments, "STATE", "state",
+                                "The state's code (" + std::to_string(sim::supervisors_redundant) +
+                                    " is redundant), or auto to follow the supervisors");
 }
 
 void led_options(CLI::App& command, const Arguments& arguments)
@@ -66,17 +66,22 @@ void led_options(CLI::App& command, const Arguments& arguments)
     add_entity(command, arguments, "ENTITY", "What the LED sits on, by its index or its name");
     add_argument<uint32_t>(command, "LED", arguments, "led", "Number of the LED, from 1")
         ->required();
+    std::vector<std::string> colours = keys_of(sim::led_colours);
+    const std::string help = listed(colours) + ", or auto to follow its unit";
+    colours.emplace_back("auto");
     command
         .add_option_function<std::string>(
             "COLOUR",
             [=](const std::string& colour) {
-                const auto* found = std::ranges::find(colours, colour);
-                (*arguments)["value"] =
-                    colour == "auto" ? json() : json(found - std::begin(colours) + 1);
+                const auto* found =
+                    std::ranges::find(sim::led_colours, colour, &sim::Named<sim::LedColour>::key);
+                (*arguments)["value"] = found == std::end(sim::led_colours)
+                                            ? json()
+                                            : json(static_cast<int32_t>(found->value));
             },
-            "off, green, amber, red, blinking-green, or auto to follow its unit")
+            help)
         ->required()
-        ->check(CLI::IsMember({"off", "green", "amber", "red", "blinking-green", "auto"}));
+        ->check(CLI::IsMember(colours));
 }
 
 constexpr Verb verbs[] = {

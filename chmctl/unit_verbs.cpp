@@ -1,6 +1,7 @@
 // What the chassis is made of.
 
 #include "output.h"
+#include "records/entity_record.h"
 #include "verb.h"
 
 #include <cstdio>
@@ -50,9 +51,13 @@ void print_units(const json& units)
 void set_options(CLI::App& command, const Arguments& arguments)
 {
     add_entity(command, arguments, "ENTITY", "The entity, by its index or its name");
-    add_argument<std::string>(command, "FIELD", arguments, "field",
-                              "alias, asset-id, second-serial or description")
-        ->required();
+    std::vector<std::string> fields;
+    for (const sim::EntityText& text : sim::entity_texts) {
+        if (sim::chmctl_sets(text)) {
+            fields.emplace_back(text.key);
+        }
+    }
+    add_argument<std::string>(command, "FIELD", arguments, "field", listed(fields))->required();
     add_argument<std::string>(command, "VALUE", arguments, "value", "Its new value")->required();
 }
 

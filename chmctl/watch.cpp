@@ -1,5 +1,8 @@
 #include "watch.h"
 
+#include "model/sensor.h"
+#include "model/transceiver.h"
+#include "model/unit.h"
 #include "output.h"
 #include "switch_client.h"
 
@@ -34,8 +37,9 @@ void print_units(const json& units)
     Columns columns;
     for (const json& unit : units) {
         const auto watts = unit.at("watts").get<uint32_t>();
-        const auto index = unit.at("index").get<uint32_t>();
-        (index > 2000 && index < 3000 ? delivered : drawn) += watts;
+        const bool delivers =
+            unit.at("type") == sim::key_of(sim::unit_types, sim::UnitType::power_supply);
+        (delivers ? delivered : drawn) += watts;
         columns.add({"  " + text_of(unit, "name"), status_of(unit, "status"),
                      right_aligned(watts, 6) + " W",
                      unit.at("active").get<bool>() ? "active supervisor" : ""});
@@ -77,9 +81,10 @@ std::string value_text(const json& reading)
 
 void print_hottest(const json& sensors)
 {
+    const std::string_view ok = sim::key_of(sim::sensor_statuses, sim::SensorStatus::ok);
     std::vector<Watched> hottest;
     for (const json& sensor : sensors) {
-        if (sensor.at("kind") == "temperature" && sensor.at("status") == "ok") {
+        if (sensor.at("kind") == sim::temperature_key && sensor.at("status") == ok) {
             hottest.push_back({-sensor.at("value").get<double>(),
                                {"  " + text_of(sensor, "name"), value_text(sensor)}});
         }
@@ -96,8 +101,8 @@ void print_worst_optics(const json& transceivers)
         for (const json& reading : transceiver.at("readings")) {
             const json& thresholds = reading.at("thresholds");
             const auto limit = [&](size_t i) { return thresholds.at(i).at("value").get<double>(); };
-            const double high = limit(0);
-            const double low = limit(2);
+            const double high = limit(sim::high_alarm);
+            const double low = limit(sim::low_alarm);
             const bool dark = reading.at("no-light").get<bool>();
             const double value = reading.at("value").get<double>();
             const double margin = dark ? -std::numeric_limits<double>::infinity()

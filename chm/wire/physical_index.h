@@ -1,4 +1,5 @@
-/// The ranges of entPhysicalIndex that the tables tell apart.
+/// The ranges of entPhysicalIndex that the tables tell apart, and the indexes of the transceivers'
+/// sensors.
 #pragma once
 
 #include <cstdint>
@@ -17,3 +18,21 @@ constexpr bool is_transceiver_sensor(uint32_t index)
     return index - ENTITY_PORT_SFP_SENSOR_START <=
            ENTITY_PORT_SFP_SENSOR_END - ENTITY_PORT_SFP_SENSOR_START;
 }
+
+/// The first index of the block of a port, whose slot and number are as the interface-index codec
+/// numbers them. Each port has a block of 16 indexes, one for each sensor code from 1 on, each slot
+/// the blocks of 256 ports.
+constexpr uint32_t transceiver_block(uint32_t slot, uint32_t port)
+{
+    return ENTITY_PORT_SFP_SENSOR_START + 1 + (slot * 256 + port) * 16;
+}
+
+/// The codes that stand for a sensor.
+enum port_sfp_sens_type : int32_t {
+    SFP_VOLTAGE = 3,
+    SFP_CURRENT = 5,
+    SFP_TEMPERATURE = 8,
+    SFP_RX_POWER = 14,
+    SFP_TX_POWER = 15,
+    LAST_SENSOR_CODE = SFP_TX_POWER,
+};

@@ -52,6 +52,7 @@ def test_nonsense_oversized_and_half_requests_do_no_harm(switch):
     (["fault", "led", "delay", "10001"], 1, "10000"),
     (["fault", "led", "nothing", "3"], 1, "amount"),
     (["fault", "17", "nothing"], 1, "17"),
+    (["fault", "1", "nothing"], 1, "not the opcode"),
     (["fault", "fan", "nothing"], 1, "fan-tray-status"),
     (["clear-faults", "999"], 1, "999"),
     (["check", "/nonexistent.toml"], 1, "/nonexistent.toml"),

@@ -6,10 +6,9 @@
 
 namespace {
 
-constexpr uint32_t first_block = ENTITY_PORT_SFP_SENSOR_START + 1;
-constexpr uint32_t indexes_per_port = 16;
-constexpr uint32_t ports_per_slot = 256;
-constexpr uint32_t indexes_per_slot = ports_per_slot * indexes_per_port;
+constexpr uint32_t first_block = transceiver_block(0, 0);
+constexpr uint32_t indexes_per_port = transceiver_block(0, 1) - first_block;
+constexpr uint32_t indexes_per_slot = transceiver_block(1, 0) - first_block;
 
 /// The distance of an index from its slot's first block, negative before the first slot's.
 int32_t offset_in_slot(uint32_t index, uint32_t slot)
@@ -101,7 +100,7 @@ uint32_t get_if_index_from_entPhyIndex(const uint32_t* entPhyIndex)
 uint32_t get_entPhyIndex_from_if_index(uint32_t if_index)
 {
     const SlotPort place = slot_port_of(if_index);
-    return first_block + (place.slot * ports_per_slot + place.port) * indexes_per_port;
+    return transceiver_block(place.slot, place.port);
 }
 
 SlotPort slot_port_of(uint32_t if_index)

@@ -1,24 +1,13 @@
 /// The synthetic physical indexes of the transceivers' sensors: from a slot, a port and a sensor
 /// code to an index, and back.
 ///
-/// Each port has a block of 16 indexes, one for each sensor code from 1 on, each slot the blocks of
-/// 256 ports. Slots and ports are numbered as the interface-index codec numbers them. The
-/// arithmetic is defined for any index; one outside the range decodes to places that do not exist.
+/// Slots and ports are numbered as the interface-index codec numbers them. The arithmetic is
+/// defined for any index; one outside the range decodes to places that do not exist.
 #pragma once
 
 #include "wire/physical_index.h"
 
 #include <cstdint>
-
-/// The codes that stand for a sensor.
-enum port_sfp_sens_type : int32_t {
-    SFP_VOLTAGE = 3,
-    SFP_CURRENT = 5,
-    SFP_TEMPERATURE = 8,
-    SFP_RX_POWER = 14,
-    SFP_TX_POWER = 15,
-    LAST_SENSOR_CODE = SFP_TX_POWER,
-};
 
 /// A sensor's number within the converted diagnostics of its port.
 enum ent_cache_sensor : uint32_t {

@@ -1,4 +1,4 @@
-#include "control/fault_verbs.h"
+// Faults on demand.
 
 #include "control/verb_arguments.h"
 #include "libraries/fault.h"
@@ -8,41 +8,25 @@ namespace {
 
 using nlohmann::json;
 
-/// The one of some choices whose key an argument gives.
-template <typename Choice, size_t Count>
-const Choice& choice(const json& arguments, const char* name, const Choice (&choices)[Count])
-{
-    const auto key = argument<std::string>(arguments, name);
-    const Choice* found = std::ranges::find(choices, key, &Choice::key);
-    if (found == std::end(choices)) {
-        std::string keys;
-        for (const Choice& one : choices) {
-            keys += (keys.empty() ? "" : ", ") + std::string(one.key);
-        }
-        throw std::runtime_error("there is no " + std::string(name) + " '" + key + "', but " +
-                                 keys);
-    }
-    return *found;
-}
-
-/// A request by its name or by its opcode.
-uint32_t named_request(const json& arguments)
+/// The name of a request, which an opcode stands for too. Of the port manager's none has an opcode.
+std::string_view named_request(const json& arguments)
 {
     if (!argument<json>(arguments, "request").is_number()) {
-        return choice(arguments, "request", request_names).value;
+        return choice(arguments, "request", request_names).key;
     }
     const auto opcode = argument<uint32_t>(arguments, "request");
-    if (std::ranges::find(request_names, opcode, &Named<uint32_t>::value) ==
-        std::end(request_names)) {
-        throw std::runtime_error("there is no opcode " + std::to_string(opcode));
+    const auto* request = std::ranges::find(request_names, opcode, &RequestName::opcode);
+    if (request == std::end(request_names)) {
+        throw std::runtime_error(std::to_string(opcode) +
+                                 " is not the opcode of a request; give the request's name");
     }
-    return opcode;
+    return request->key;
 }
 
 json shown(const Fault& fault)
 {
     return {{"number", fault.number},
-            {"request", key_of(request_names, fault.request)},
+            {"request", fault.request},
             {"operation", fault.operation ? key_of(operation_names, *fault.operation) : "any"},
             {"effect", fault.kind->key},
             {"amount", fault.amount},
@@ -51,9 +35,7 @@ json shown(const Fault& fault)
             {"strikes", fault.strikes}};
 }
 
-} // namespace
-
-json fault_verb(const json& arguments)
+json fault(const json& arguments)
 {
     Fault fault{.request = named_request(arguments),
                 .kind = &choice(arguments, "effect", fault_kinds)};
@@ -72,7 +54,7 @@ json fault_verb(const json& arguments)
     return shown(faults().back());
 }
 
-json faults_verb(const json& /*arguments*/)
+json show_faults(const json& /*arguments*/)
 {
     json list = json::array();
     for (const Fault& fault : faults()) {
@@ -81,7 +63,7 @@ json faults_verb(const json& /*arguments*/)
     return list;
 }
 
-json clear_faults_verb(const json& arguments)
+json clear_faults(const json& arguments)
 {
     if (arguments.contains("number")) {
         const auto number = argument<uint32_t>(arguments, "number");
@@ -93,7 +75,17 @@ json clear_faults_verb(const json& arguments)
             clear_fault(faults().back().number);
         }
     }
-    return faults_verb(arguments);
+    return show_faults(arguments);
 }
+
+constexpr Verb verbs[] = {
+    {"fault", fault},
+    {"faults", show_faults},
+    {"clear-faults", clear_faults},
+};
+
+} // namespace
+
+const std::span<const Verb> fault_verbs(verbs);
 
 } // namespace sim

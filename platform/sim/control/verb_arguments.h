@@ -1,8 +1,14 @@
 /// The arguments of what chmctl asks for.
 #pragma once
 
+#include "control/verb.h"
+
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -47,6 +53,46 @@ inline uint32_t whole_number(const nlohmann::json& arguments, const char* name, 
                                  std::to_string(least) + " to " + std::to_string(most));
     }
     return static_cast<uint32_t>(number);
+}
+
+/// The one of some choices whose key an argument gives.
+template <typename Choices>
+const auto& choice(const nlohmann::json& arguments, const char* name, const Choices& choices)
+{
+    const auto key = argument<std::string>(arguments, name);
+    const auto found =
+        std::ranges::find_if(choices, [&](const auto& one) { return one.key == key; });
+    if (found == std::end(choices)) {
+        std::string keys;
+        for (const auto& one : choices) {
+            keys += (keys.empty() ? "" : ", ") + std::string(one.key);
+        }
+        throw std::runtime_error("there is no " + std::string(name) + " '" + key + "', but " +
+                                 keys);
+    }
+    return *found;
+}
+
+/// A number, or null for what the switch makes of it by itself.
+template <typename Number = int32_t>
+std::optional<Number> by_hand(const nlohmann::json& arguments, const char* name)
+{
+    if (arguments.contains(name) && arguments.at(name).is_null()) {
+        return std::nullopt;
+    }
+    return argument<Number>(arguments, name);
+}
+
+/// The index of the entity that a request names by its index or by its name.
+uint32_t named_entity(const nlohmann::json& arguments);
+
+/// Has a change made of the entity that a request names.
+template <typename Change>
+nlohmann::json change_entity(const nlohmann::json& arguments, Change change)
+{
+    const uint32_t index = named_entity(arguments);
+    change(the_chassis(), index);
+    return {{"index", index}};
 }
 
 } // namespace sim

@@ -52,7 +52,7 @@ void put_held(toml::table& table, const Reading& reading)
 {
     if (const auto held = reading.by_hand()) {
         if (*held == no_light) {
-            put(table, "held", "none");
+            put(table, "held", no_light_key);
         } else {
             put(table, "held", *held);
         }
@@ -271,7 +271,7 @@ private:
             put(table, kind.parts, count);
         }
         if (kind.type == UnitType::module) {
-            put(table, "role", key_of(roles, unit.role));
+            put(table, "role", key_of(module_roles, unit.role));
             put_ports(table, parts);
         }
         return table;

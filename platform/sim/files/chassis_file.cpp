@@ -501,7 +501,7 @@ private:
             .unit = {.type = kind.type,
                      .index = entity.index,
                      .number = place,
-                     .role = choice(settings, "role", "line-card", roles).value,
+                     .role = choice(settings, "role", "line-card", module_roles).value,
                      .watts = count(settings, kind.watts, max_watts),
                      .admin_status = choice(settings, "admin-status", "on", admin_statuses).value,
                      .power_admin_status =
@@ -604,7 +604,7 @@ private:
                                  WordFormat format, uint32_t seed) const
     {
         const bool dark = quantity.logarithmic && node != nullptr &&
-                          node->value_exact<std::string_view>() == "none";
+                          node->value_exact<std::string_view>() == no_light_key;
         if (dark || node == nullptr) {
             Measurement usual = sim::make_measurement(quantity, quantity.usual, format, seed);
             usual.reading.set_by_hand(dark ? std::optional(no_light) : std::nullopt);
@@ -615,7 +615,7 @@ private:
             sim::make_measurement(quantity, range_of(quantity, table), format, seed);
         if (const toml::node* held = table.get("held")) {
             const bool held_dark =
-                quantity.logarithmic && held->value_exact<std::string_view>() == "none";
+                quantity.logarithmic && held->value_exact<std::string_view>() == no_light_key;
             measurement.reading.set_by_hand(
                 held_dark ? no_light : real(table, "held", 0, quantity.least, quantity.most));
         }
@@ -678,7 +678,7 @@ private:
 
     Sensor make_sensor(uint32_t index, const toml::table& entry) const
     {
-        const SensorKind& kind = choice({entry}, "kind", "temperature", sensor_kinds);
+        const SensorKind& kind = choice({entry}, "kind", temperature_key, sensor_kinds);
         const SensorScale scale =
             choice({entry}, "scale", key_of(sensor_scales, kind.scale), sensor_scales).value;
         const uint32_t precision = count({entry}, "precision", max_precision);

@@ -22,17 +22,6 @@ std::string concat(const Parts&... parts)
 
 inline constexpr uint32_t max_sensors = 64; ///< of one entity
 
-inline constexpr Named<ModuleRole> roles[] = {{"supervisor", ModuleRole::supervisor},
-                                              {"line-card", ModuleRole::line_card}};
-
-inline constexpr Named<AdminStatus> admin_statuses[] = {
-    {"on", AdminStatus::on}, {"off", AdminStatus::off}, {"standby", AdminStatus::standby}};
-
-inline constexpr Named<PowerAdminStatus> power_admin_statuses[] = {
-    {"on", PowerAdminStatus::on},
-    {"off", PowerAdminStatus::off},
-    {"on-until-failure", PowerAdminStatus::on_until_failure}};
-
 // Entities as they are unless a file says otherwise, without what they have from the chassis.
 
 Entity make_chassis();
@@ -68,7 +57,7 @@ struct UnitKind {
 
 inline constexpr UnitKind unit_kinds[] = {
     {.type = UnitType::module,
-     .entry = "module",
+     .entry = key_of(unit_types, UnitType::module),
      .name = "Module",
      .entity_class = EntityClass::module,
      .vendor_type = 1,
@@ -85,7 +74,7 @@ inline constexpr UnitKind unit_kinds[] = {
      .max_parts = 64,
      .make_part = make_port},
     {.type = UnitType::power_supply,
-     .entry = "power-supply",
+     .entry = key_of(unit_types, UnitType::power_supply),
      .name = "Power supply",
      .entity_class = EntityClass::power_supply,
      .vendor_type = 1,
@@ -99,7 +88,7 @@ inline constexpr UnitKind unit_kinds[] = {
      .sensor_holder_base = 20,
      .watts = "output"},
     {.type = UnitType::fan_tray,
-     .entry = "fan-tray",
+     .entry = key_of(unit_types, UnitType::fan_tray),
      .name = "Fan tray",
      // A replaceable subsystem that contains fans is a module in ENTITY-MIB's terms.
      .entity_class = EntityClass::module,

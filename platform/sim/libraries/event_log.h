@@ -1,6 +1,8 @@
 /// The event history and the trace switches behind the event log library.
 #pragma once
 
+#include "model/named.h"
+
 #include <chrono>
 #include <cstdint>
 #include <deque>
@@ -29,6 +31,9 @@ struct TraceSwitches {
     bool history = false; ///< their events go to the event history
     bool debug = false;   ///< their debug output goes to the agent's log
 };
+
+inline constexpr Named<bool TraceSwitches::*> traces[] = {{"history", &TraceSwitches::history},
+                                                          {"debug", &TraceSwitches::debug}};
 
 TraceSwitches& trace_switches();
 

@@ -1,6 +1,8 @@
 #include "libraries/fault.h"
 
+#include <algorithm>
 #include <chrono>
+#include <iterator>
 #include <thread>
 
 namespace sim {
@@ -50,7 +52,7 @@ bool clear_fault(uint32_t number)
            0;
 }
 
-Disturbance disturb(uint32_t request, int32_t operation)
+Disturbance disturb(std::string_view request, int32_t operation)
 {
     Disturbance disturbance;
     for (Fault& fault : set_faults) {
@@ -65,6 +67,12 @@ Disturbance disturb(uint32_t request, int32_t operation)
     }
     std::erase_if(set_faults, [](const Fault& fault) { return fault.left == 0; });
     return disturbance;
+}
+
+Disturbance disturb(uint32_t opcode, int32_t operation)
+{
+    const auto* request = std::ranges::find(request_names, opcode, &RequestName::opcode);
+    return request == std::end(request_names) ? Disturbance{} : disturb(request->key, operation);
 }
 
 } // namespace sim

@@ -15,31 +15,31 @@
 
 namespace sim {
 
-/// The port manager's calls, as requests beside the platform manager's opcodes.
-enum class PortCall : uint32_t { configuration = 1, next_port, information, diagnostics };
-
-inline constexpr Named<uint32_t> port_call_names[] = {
-    {"port-configuration", static_cast<uint32_t>(PortCall::configuration)},
-    {"next-port", static_cast<uint32_t>(PortCall::next_port)},
-    {"transceiver-information", static_cast<uint32_t>(PortCall::information)},
-    {"transceiver-diagnostics", static_cast<uint32_t>(PortCall::diagnostics)},
+/// A request that may go wrong.
+struct RequestName {
+    std::string_view key;             ///< for chmctl
+    std::optional<uint32_t> opcode{}; ///< of one of the platform manager
 };
 
+// The port manager's requests.
+inline constexpr std::string_view port_configuration = "port-configuration";
+inline constexpr std::string_view next_port = "next-port";
+inline constexpr std::string_view transceiver_information = "transceiver-information";
+inline constexpr std::string_view transceiver_diagnostics = "transceiver-diagnostics";
+
+/// The port manager's requests and the platform manager's.
 struct RequestNames {
-    Named<uint32_t> all[std::size(port_call_names) + std::size(platform_requests)]{};
+    RequestName all[4 + std::size(platform_requests)] = {
+        {port_configuration}, {next_port}, {transceiver_information}, {transceiver_diagnostics}};
 
     constexpr RequestNames()
     {
-        auto* name = std::ranges::copy(port_call_names, all).out;
-        for (const NamedRequest& request : platform_requests) {
-            *name++ = {request.name, request.opcode};
-        }
+        std::ranges::transform(platform_requests, all + 4, [](const NamedRequest& request) {
+            return RequestName{request.name, request.opcode};
+        });
     }
 };
 inline constexpr RequestNames request_name_table;
-
-/// Every request that may go wrong: the port manager's, and the platform manager's by their
-/// opcodes.
 inline constexpr auto& request_names = request_name_table.all;
 
 inline constexpr Named<int32_t> operation_names[] = {
@@ -69,7 +69,7 @@ inline constexpr FaultKind fault_kinds[] = {
 };
 
 struct Fault {
-    uint32_t request;                   ///< see request_names
+    std::string_view request;           ///< one of request_names
     std::optional<int32_t> operation{}; ///< none for any
     const FaultKind* kind;
     uint32_t amount = 0;
@@ -101,6 +101,9 @@ uint32_t set_fault(Fault fault);
 bool clear_fault(uint32_t number);
 
 /// Has the faults strike one request: waits as long as they say. Comes before every answer.
-Disturbance disturb(uint32_t request, int32_t operation);
+Disturbance disturb(std::string_view request, int32_t operation);
+
+/// The same for a request of the platform manager.
+Disturbance disturb(uint32_t opcode, int32_t operation);
 
 } // namespace sim

@@ -6,6 +6,7 @@
 #include "records/transceiver_record.h"
 
 #include <array>
+#include <string_view>
 #include <thread>
 
 namespace sim {
@@ -54,7 +55,7 @@ private:
 
 /// Runs the body of a call with the chassis in place. @return the call's result
 template <typename Body>
-int32_t with_chassis(PortCall call, Body body)
+int32_t with_chassis(std::string_view request, Body body)
 {
     return guard(static_cast<int32_t>(ResultCode::internal_error), [&] {
         Chassis* chassis = chassis_in_place();
@@ -62,8 +63,7 @@ int32_t with_chassis(PortCall call, Body body)
             return static_cast<int32_t>(ResultCode::no_chassis);
         }
         const Disturbance disturbance =
-            disturb(static_cast<uint32_t>(call),
-                    call == PortCall::next_port ? CHM_REQ_GETNEXT : CHM_REQ_GET);
+            disturb(request, request == next_port ? CHM_REQ_GETNEXT : CHM_REQ_GET);
         return disturbance.result ? *disturbance.result
                                   : static_cast<int32_t>(body(*chassis, HandOver(disturbance)));
     });
@@ -71,9 +71,9 @@ int32_t with_chassis(PortCall call, Body body)
 
 /// The same with a port of it, too.
 template <typename Body>
-int32_t with_port(PortCall call, uint32_t if_index, Body body)
+int32_t with_port(std::string_view request, uint32_t if_index, Body body)
 {
-    return with_chassis(call, [&](Chassis& chassis, const HandOver& hand_over) {
+    return with_chassis(request, [&](Chassis& chassis, const HandOver& hand_over) {
         const Entity* port = chassis.find_port(if_index);
         return port == nullptr ? ResultCode::no_such_entry : body(chassis, *port, hand_over);
     });
@@ -85,7 +85,6 @@ int32_t with_port(PortCall call, uint32_t if_index, Body body)
 using sim::Chassis;
 using sim::Entity;
 using sim::HandOver;
-using sim::PortCall;
 using sim::ResultCode;
 
 int32_t pm_cmi_get_port_config(uint32_t /*queue*/, int32_t /*operation*/, uint32_t /*arg*/,
@@ -94,7 +93,7 @@ int32_t pm_cmi_get_port_config(uint32_t /*queue*/, int32_t /*operation*/, uint32
 {
     *response = nullptr;
     return sim::with_port(
-        PortCall::configuration, *if_index,
+        sim::port_configuration, *if_index,
         [&](const Chassis& chassis, const Entity& port, const HandOver& hand_over) {
             return hand_over(sim::encode_config(chassis, port), response);
         });
@@ -107,7 +106,7 @@ int32_t pm_get_next_port_fcot_info_with_ddm(uint32_t /*queue*/, int32_t /*operat
 {
     *response = nullptr;
     return sim::with_chassis(
-        PortCall::next_port, [&](const Chassis& chassis, const HandOver& hand_over) {
+        sim::next_port, [&](const Chassis& chassis, const HandOver& hand_over) {
             const Entity* port = chassis.next_port_with_diagnostics(*if_index);
             if (port == nullptr) {
                 return ResultCode::no_such_entry;
@@ -122,7 +121,7 @@ int32_t pm_cmi_get_fcot_info(uint32_t /*queue*/, int32_t /*operation*/, uint32_t
 {
     *response = nullptr;
     return sim::with_port(
-        PortCall::information, *if_index,
+        sim::transceiver_information, *if_index,
         [&](const Chassis& chassis, const Entity& port, const HandOver& hand_over) {
             const sim::Transceiver* transceiver = chassis.transceiver_in_service(port);
             if (transceiver == nullptr) {
@@ -138,7 +137,7 @@ int32_t pm_get_sfp_diag_info(uint32_t /*queue*/, uint32_t if_index, void** diag,
     *diag = nullptr;
     *aux = nullptr;
     *num_of_lanes = 0;
-    return sim::with_port(PortCall::diagnostics, if_index,
+    return sim::with_port(sim::transceiver_diagnostics, if_index,
                           [&](Chassis& chassis, const Entity& port, const HandOver& hand_over) {
                               if (chassis.transceiver_in_service(port) == nullptr) {
                                   return ResultCode::no_such_entry;

@@ -1,6 +1,7 @@
 /// Physical entities: whatever has a row of its own in the physical table.
 #pragma once
 
+#include "model/named.h"
 #include "model/sensor.h"
 #include "model/transceiver.h"
 
@@ -30,6 +31,12 @@ enum class EntityStatus : int32_t {
     failed = 4,
     starting = 5,
 };
+
+inline constexpr Named<EntityStatus> entity_statuses[] = {{"unknown", EntityStatus::unknown},
+                                                          {"ok", EntityStatus::ok},
+                                                          {"off", EntityStatus::off},
+                                                          {"failed", EntityStatus::failed},
+                                                          {"starting", EntityStatus::starting}};
 
 /// The one entity of the chassis itself.
 inline constexpr uint32_t chassis_index = 1;

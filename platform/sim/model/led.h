@@ -3,6 +3,7 @@
 #pragma once
 
 #include "model/chassis.h"
+#include "model/named.h"
 #include "wire/records.h"
 
 #include <optional>
@@ -11,6 +12,12 @@ namespace sim {
 
 /// What a LED shows.
 enum class LedColour : int32_t { off = 1, green = 2, amber = 3, red = 4, blinking_green = 5 };
+
+inline constexpr Named<LedColour> led_colours[] = {{"off", LedColour::off},
+                                                   {"green", LedColour::green},
+                                                   {"amber", LedColour::amber},
+                                                   {"red", LedColour::red},
+                                                   {"blinking-green", LedColour::blinking_green}};
 
 /// The LEDs of the chassis as a whole and of each unit are numbered from 1: first the one of its
 /// status, then, on a supervisor, the one that is green while it is in charge and amber otherwise.

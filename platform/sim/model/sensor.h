@@ -34,6 +34,11 @@ enum class SensorStatus : int32_t {
     nonoperational = 3, ///< broken
 };
 
+inline constexpr Named<SensorStatus> sensor_statuses[] = {
+    {"ok", SensorStatus::ok},
+    {"unavailable", SensorStatus::unavailable},
+    {"nonoperational", SensorStatus::nonoperational}};
+
 /// Values of entSensorThresholdSeverity.
 enum class Severity : int32_t { other = 1, minor = 10, major = 20, critical = 30 };
 
@@ -61,8 +66,9 @@ struct SensorKind {
     double high;
 };
 
+inline constexpr std::string_view temperature_key = "temperature";
 inline constexpr SensorKind sensor_kinds[] = {
-    {"temperature", "Temperature", SensorType::celsius, "°C", SensorScale::units, 35, 45},
+    {temperature_key, "Temperature", SensorType::celsius, "°C", SensorScale::units, 35, 45},
     {"voltage", "Supply voltage", SensorType::volts_dc, "V", SensorScale::milli, 11.9, 12.1},
     {"ac-voltage", "AC voltage", SensorType::volts_ac, "V AC", SensorScale::units, 226, 234},
     {"current", "Current", SensorType::amperes, "A", SensorScale::milli, 20, 25},

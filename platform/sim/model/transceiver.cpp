@@ -1,7 +1,6 @@
 #include "model/transceiver.h"
 
 #include "if_index.h"
-#include "wire/physical_index.h"
 
 #include <algorithm>
 #include <bit>
@@ -51,7 +50,7 @@ uint32_t sensor_index(uint32_t if_index, const Quantity& quantity)
     uint8_t port = 0;
     if_index_get_slot(if_index, &slot);
     if_index_get_port(if_index, &port);
-    return ENTITY_PORT_SFP_SENSOR_START + 1 + 4096U * slot + 16U * port + quantity.sensor_code - 1;
+    return transceiver_block(slot, port) + quantity.sensor_code - 1;
 }
 
 WordFormat threshold_format(const Transceiver& transceiver)
@@ -62,6 +61,8 @@ WordFormat threshold_format(const Transceiver& transceiver)
 
 bool has_integer_readings(uint32_t chassis_type)
 {
+    // What the hardware of these types does. The MIB modules have a list of their own, not to be
+    // shared: a type that is missing there must show.
     constexpr uint32_t types[] = {19, 20, 21, 22, 27, 28, 29, 36, 37, 38, 40, 41, 42, 43};
     return std::ranges::find(types, chassis_type) != std::end(types);
 }

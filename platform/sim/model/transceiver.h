@@ -3,6 +3,7 @@
 
 #include "model/named.h"
 #include "model/reading.h"
+#include "wire/physical_index.h"
 #include "wire/records.h"
 
 #include <array>
@@ -44,11 +45,11 @@ struct ReadingRange {
 
 /// One of the five things that a transceiver measures.
 struct Quantity {
-    std::string_view key;  ///< in chassis files and for chmctl
-    std::string_view unit; ///< for people; readings and ranges are in this unit
-    uint32_t sensor_code;  ///< its place among the physical indexes of a port's sensors
-    bool logarithmic;      ///< in decibels of a milliwatt
-    double raw_per_unit;   ///< of the raw word; of a logarithmic one, per milliwatt
+    std::string_view key;           ///< in chassis files and for chmctl
+    std::string_view unit;          ///< for people; readings and ranges are in this unit
+    port_sfp_sens_type sensor_code; ///< its place among the physical indexes of a port's sensors
+    bool logarithmic;               ///< in decibels of a milliwatt
+    double raw_per_unit;            ///< of the raw word; of a logarithmic one, per milliwatt
     double raw_per_served; ///< the same for a value of the sensor tables, unless logarithmic
     int decimals;          ///< of a served value in the unit for people
     double least;          ///< that raw words can tell
@@ -60,8 +61,8 @@ struct Quantity {
 };
 
 /// Transmitted and received power differ in where they stand and in what is usual.
-constexpr Quantity optical_power(std::string_view key, uint32_t sensor_code, ReadingRange usual,
-                                 uint32_t diag_info::*word,
+constexpr Quantity optical_power(std::string_view key, port_sfp_sens_type sensor_code,
+                                 ReadingRange usual, uint32_t diag_info::*word,
                                  std::array<uint32_t diag_info::*, limits> limit_words)
 {
     return {.key = key,
@@ -83,7 +84,7 @@ constexpr Quantity optical_power(std::string_view key, uint32_t sensor_code, Rea
 inline constexpr std::array<Quantity, 5> quantities = {{
     {.key = "temperature",
      .unit = "°C",
-     .sensor_code = 8,
+     .sensor_code = SFP_TEMPERATURE,
      .logarithmic = false,
      .raw_per_unit = 1000,
      .raw_per_served = 1,
@@ -97,7 +98,7 @@ inline constexpr std::array<Quantity, 5> quantities = {{
                      &diag_info::temp_lo_warn}},
     {.key = "voltage",
      .unit = "V",
-     .sensor_code = 3,
+     .sensor_code = SFP_VOLTAGE,
      .logarithmic = false,
      .raw_per_unit = 1e6,
      .raw_per_served = 1000,
@@ -111,7 +112,7 @@ inline constexpr std::array<Quantity, 5> quantities = {{
                      &diag_info::volt_lo_warn}},
     {.key = "bias-current",
      .unit = "mA",
-     .sensor_code = 5,
+     .sensor_code = SFP_CURRENT,
      .logarithmic = false,
      .raw_per_unit = 1,
      .raw_per_served = 1,
@@ -123,18 +124,19 @@ inline constexpr std::array<Quantity, 5> quantities = {{
      .word = &diag_info::current,
      .limit_words = {&diag_info::current_hi_alarm, &diag_info::current_hi_warn,
                      &diag_info::current_lo_alarm, &diag_info::current_lo_warn}},
-    optical_power("transmit-power", 15, {.low = -2.6, .high = -2.2, .thresholds = {2, 1, -8, -7}},
-                  &diag_info::tx_pwr,
+    optical_power("transmit-power", SFP_TX_POWER,
+                  {.low = -2.6, .high = -2.2, .thresholds = {2, 1, -8, -7}}, &diag_info::tx_pwr,
                   {&diag_info::tx_pwr_hi_alarm, &diag_info::tx_pwr_hi_warn,
                    &diag_info::tx_pwr_lo_alarm, &diag_info::tx_pwr_lo_warn}),
-    optical_power("receive-power", 14, {.low = -4.8, .high = -4, .thresholds = {2, 1, -13, -11}},
-                  &diag_info::rx_pwr,
+    optical_power("receive-power", SFP_RX_POWER,
+                  {.low = -4.8, .high = -4, .thresholds = {2, 1, -13, -11}}, &diag_info::rx_pwr,
                   {&diag_info::rx_pwr_hi_alarm, &diag_info::rx_pwr_hi_warn,
                    &diag_info::rx_pwr_lo_alarm, &diag_info::rx_pwr_lo_warn}),
 }};
 
 /// The logarithmic reading without any light, whose raw word is 0.
 inline constexpr double no_light = -std::numeric_limits<double>::infinity();
+inline constexpr std::string_view no_light_key = "none";
 
 /// A reading in its unit for people, and its thresholds in units of the raw word.
 struct Measurement {

@@ -3,6 +3,7 @@
 
 #include "model/clock.h"
 #include "model/entity.h"
+#include "model/named.h"
 
 #include <cstdint>
 #include <vector>
@@ -11,8 +12,15 @@ namespace sim {
 
 enum class UnitType { module, power_supply, fan_tray };
 
+inline constexpr Named<UnitType> unit_types[] = {{"module", UnitType::module},
+                                                 {"power-supply", UnitType::power_supply},
+                                                 {"fan-tray", UnitType::fan_tray}};
+
 /// What a module is for, as its record says it.
 enum class ModuleRole : uint8_t { supervisor = 1, line_card = 2 };
+
+inline constexpr Named<ModuleRole> module_roles[] = {{"supervisor", ModuleRole::supervisor},
+                                                     {"line-card", ModuleRole::line_card}};
 
 /// What an operator wants of a module.
 enum class AdminStatus : int32_t {
@@ -22,6 +30,10 @@ enum class AdminStatus : int32_t {
     standby = 4, ///< powered and healthy, but carries no traffic
 };
 
+/// What a module may stay at.
+inline constexpr Named<AdminStatus> admin_statuses[] = {
+    {"on", AdminStatus::on}, {"off", AdminStatus::off}, {"standby", AdminStatus::standby}};
+
 /// What an operator wants of the power of a module or a fan tray.
 enum class PowerAdminStatus : int32_t {
     on = 1, ///< a failed unit comes back by itself when it is repaired
@@ -29,6 +41,12 @@ enum class PowerAdminStatus : int32_t {
     cycle = 3,            ///< goes off and on again; reads as `on` from then on
     on_until_failure = 4, ///< a failure turns this to `off`: once repaired, the unit waits
 };
+
+/// What the power of a module or a fan tray may stay at.
+inline constexpr Named<PowerAdminStatus> power_admin_statuses[] = {
+    {"on", PowerAdminStatus::on},
+    {"off", PowerAdminStatus::off},
+    {"on-until-failure", PowerAdminStatus::on_until_failure}};
 
 /// Most watts that a unit may draw or deliver.
 inline constexpr uint32_t max_watts = 100000;

@@ -45,6 +45,12 @@ inline constexpr EntityText entity_texts[] = {
     entity_text<&Row::clei_code>("clei-code", &Entity::clei_code),
 };
 
+/// Whether chmctl may set a text: what an operator may, and what the switch itself says of a thing.
+constexpr bool chmctl_sets(const EntityText& text)
+{
+    return text.settable || text.text == &Entity::description;
+}
+
 /// The record of an entity of the chassis in host order.
 ent_phys_entry encode(const Chassis& chassis, const Entity& entity);
 

@@ -1,0 +1,91 @@
+// What the switch does as a whole: supervisors, LEDs, terminals.
+
+#include "control/verb_arguments.h"
+#include "model/led.h"
+#include "model/terminals.h"
+
+#include <stdexcept>
+
+namespace sim {
+namespace {
+
+using nlohmann::json;
+
+json redundancy(const json& /*arguments*/)
+{
+    const Chassis& chassis = the_chassis();
+    const auto name = [&](const Unit* unit) {
+        return unit == nullptr ? json() : json(chassis.entities().at(unit->index).name);
+    };
+    return {{"active", name(chassis.active_supervisor())},
+            {"standby", name(chassis.standby_supervisor())},
+            {"state", chassis.supervisor_state()},
+            {"switchovers", chassis.redundancy().switchovers},
+            {"last-reason", chassis.redundancy().last_reason},
+            {"last-action", static_cast<int32_t>(chassis.redundancy().last_action)}};
+}
+
+json switchover(const json& arguments)
+{
+    the_chassis().switch_over(argument<int32_t>(arguments, "reason"));
+    return redundancy(arguments);
+}
+
+json supervisor_state(const json& arguments)
+{
+    the_chassis().set_supervisor_state(by_hand(arguments, "state"));
+    return redundancy(arguments);
+}
+
+json leds(const json& /*arguments*/)
+{
+    const Chassis& chassis = the_chassis();
+    json list = json::array();
+    for (auto led = led_after(chassis, 0, 0); led;
+         led = led_after(chassis, led->entity, led->led)) {
+        list.push_back({{"index", led->entity.value()},
+                        {"name", chassis.entities().at(led->entity).name},
+                        {"led", led->led.value()},
+                        {"value", led->value.value()}});
+    }
+    return list;
+}
+
+json led(const json& arguments)
+{
+    return change_entity(arguments, [&](Chassis& chassis, uint32_t index) {
+        const auto number = argument<uint32_t>(arguments, "led");
+        if (!find_led(chassis, index, number)) {
+            throw std::runtime_error(chassis.entities().at(index).name + " has no LED " +
+                                     std::to_string(number));
+        }
+        chassis.set_led(index, number, by_hand(arguments, "value"));
+    });
+}
+
+json terminal_messages(const json& /*arguments*/)
+{
+    json list = json::array();
+    for (const DeliveredMessage& message : terminals().delivered()) {
+        list.push_back({{"time", time_text(message.time)},
+                        {"text", message.text},
+                        {"duration", message.duration},
+                        {"interval", message.interval}});
+    }
+    return list;
+}
+
+constexpr Verb verbs[] = {
+    {"redundancy", redundancy},
+    {"switchover", switchover},
+    {"supervisor-state", supervisor_state},
+    {"leds", leds},
+    {"led", led},
+    {"terminals", terminal_messages},
+};
+
+} // namespace
+
+const std::span<const Verb> switch_verbs(verbs);
+
+} // namespace sim

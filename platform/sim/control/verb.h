@@ -1,0 +1,34 @@
+/// What chmctl can ask for: the verbs by their themes, and what they share.
+#pragma once
+
+#include "model/chassis.h"
+
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace sim {
+
+/// A verb, and what it does: it takes the request and gives the result. What is wrong with the
+/// arguments or refused throws a std::exception.
+struct Verb {
+    std::string_view name;
+    nlohmann::json (*run)(const nlohmann::json& arguments);
+};
+
+extern const std::span<const Verb> unit_verbs;
+extern const std::span<const Verb> reading_verbs;
+extern const std::span<const Verb> switch_verbs;
+extern const std::span<const Verb> platform_verbs;
+extern const std::span<const Verb> fault_verbs;
+
+/// The chassis in place. Throws std::runtime_error when there is none.
+Chassis& the_chassis();
+
+/// A time in UTC, with milliseconds.
+std::string time_text(std::chrono::system_clock::time_point time);
+
+} // namespace sim
