@@ -14,9 +14,9 @@ inline constexpr bool
     is_record_of = sizeof(Record) ==
                    Size&& std::is_standard_layout_v<Record>&& std::is_trivially_copyable_v<Record>;
 
-/// The fields that are a row's index, in their order in a name.
+/// How many fields are a row's index, in their order in a name. They come first in the record.
 template <typename Row>
-inline constexpr be_uint32 Row::*row_key[] = {&Row::index};
+inline constexpr size_t row_key = 1;
 
 /// A physical entity: one row of entPhysicalTable and of the tables that extend it. Texts are
 /// NUL-terminated by the platform, but no reader relies on that.
@@ -59,10 +59,6 @@ static_assert(offsetof(ent_phys_entry, physical_status) == 2428);
 static_assert(offsetof(ent_phys_entry, part_revision) == 2485);
 static_assert(offsetof(ent_phys_entry, clei_code) == 2509);
 static_assert(offsetof(ent_phys_entry, container_name) == 2524);
-
-template <>
-inline constexpr be_uint32 ent_phys_entry::*row_key<ent_phys_entry>[] = {
-    &ent_phys_entry::entPhysicalIndex};
 
 /// A point in time as the platform reports it.
 struct platform_time {
@@ -143,9 +139,8 @@ struct led_entry {
     be_int32 value;
 };
 static_assert(is_record_of<led_entry, 12>);
-
 template <>
-inline constexpr be_uint32 led_entry::*row_key<led_entry>[] = {&led_entry::entity, &led_entry::led};
+inline constexpr size_t row_key<led_entry> = 2;
 
 /// The redundancy of the supervisors, in host order. Status words without a name mean what the
 /// platform says.
@@ -190,10 +185,6 @@ static_assert(offsetof(ent_sensor_value_rec, entSensorValue) == 16);
 static_assert(offsetof(ent_sensor_value_rec, value_time) == 24);
 static_assert(offsetof(ent_sensor_value_rec, measured_entity) == 36);
 
-template <>
-inline constexpr be_uint32 ent_sensor_value_rec::*row_key<ent_sensor_value_rec>[] = {
-    &ent_sensor_value_rec::entPhysicalIndex};
-
 /// One threshold of a sensor: one row of entSensorThresholdTable.
 struct ent_sensor_thresh_rec {
     be_uint32 entPhysicalIndex;
@@ -205,10 +196,8 @@ struct ent_sensor_thresh_rec {
     be_int32 entSensorThresholdNotificationEnable;
 };
 static_assert(is_record_of<ent_sensor_thresh_rec, 28>);
-
 template <>
-inline constexpr be_uint32 ent_sensor_thresh_rec::*row_key<ent_sensor_thresh_rec>[] = {
-    &ent_sensor_thresh_rec::entPhysicalIndex, &ent_sensor_thresh_rec::sensor_thrsh};
+inline constexpr size_t row_key<ent_sensor_thresh_rec> = 2;
 
 /// A sensor's crossing of one of its thresholds, as its event reports it.
 struct sensor_threshold_crossing {
@@ -218,10 +207,6 @@ struct sensor_threshold_crossing {
     be_uint32 sensor_thrsh; ///< index of the threshold within the sensor, from 1
 };
 static_assert(is_record_of<sensor_threshold_crossing, 16>);
-
-template <>
-inline constexpr be_uint32 sensor_threshold_crossing::*row_key<sensor_threshold_crossing>[] = {
-    &sensor_threshold_crossing::entPhysicalIndex, &sensor_threshold_crossing::sensor_thrsh};
 
 /// How the readings and thresholds of a lane are to be read.
 enum : uint32_t {
@@ -242,26 +227,11 @@ struct diag_info {
     uint32_t alarm_flags; ///< two bits a sensor, in the order of the readings: high, low
     uint32_t warn_flags;  ///< the same
     uint32_t platform_words_40[13];
-    uint32_t temp_hi_alarm;
-    uint32_t temp_lo_alarm;
-    uint32_t temp_hi_warn;
-    uint32_t temp_lo_warn;
-    uint32_t volt_hi_alarm;
-    uint32_t volt_lo_alarm;
-    uint32_t volt_hi_warn;
-    uint32_t volt_lo_warn;
-    uint32_t current_hi_alarm;
-    uint32_t current_lo_alarm;
-    uint32_t current_hi_warn;
-    uint32_t current_lo_warn;
-    uint32_t tx_pwr_hi_alarm;
-    uint32_t tx_pwr_lo_alarm;
-    uint32_t tx_pwr_hi_warn;
-    uint32_t tx_pwr_lo_warn;
-    uint32_t rx_pwr_hi_alarm;
-    uint32_t rx_pwr_lo_alarm;
-    uint32_t rx_pwr_hi_warn;
-    uint32_t rx_pwr_lo_warn;
+    uint32_t temp_hi_alarm, temp_lo_alarm, temp_hi_warn, temp_lo_warn;
+    uint32_t volt_hi_alarm, volt_lo_alarm, volt_hi_warn, volt_lo_warn;
+    uint32_t current_hi_alarm, current_lo_alarm, current_hi_warn, current_lo_warn;
+    uint32_t tx_pwr_hi_alarm, tx_pwr_lo_alarm, tx_pwr_hi_warn, tx_pwr_lo_warn;
+    uint32_t rx_pwr_hi_alarm, rx_pwr_lo_alarm, rx_pwr_hi_warn, rx_pwr_lo_warn;
 };
 static_assert(is_record_of<diag_info, 172>);
 static_assert(offsetof(diag_info, calib_type) == 8);

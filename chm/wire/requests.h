@@ -3,13 +3,8 @@
 
 #include "records.h"
 
-#include <cstddef>
 #include <cstdint>
-#include <string_view>
 #include <type_traits>
-
-/// The class of most requests, those to the port manager included.
-inline constexpr uint32_t USUAL_REQ_CLASS = 5;
 
 /// What a request does with its record.
 enum chm_req_operation : int32_t {
@@ -25,64 +20,63 @@ enum platform_result : int32_t {
     PLATFORM_NOT_WRITABLE = 2,
 };
 
-/// A request: its opcode, which stands for it wherever a number is wanted, and the record that it
-/// and its answer carry.
-template <typename CarriedRecord>
-struct Request {
-    using Record = CarriedRecord;
+/// The class of most requests, those to the port manager included.
+inline constexpr uint32_t USUAL_REQ_CLASS = 5;
 
+/// What a request is sent with, and its name for whoever lists requests or takes them by name. The
+/// opcode stands for it wherever a number is wanted.
+struct RequestCode {
+    const char* name;
     uint32_t opcode;
-    uint32_t req_class = USUAL_REQ_CLASS;
+    uint32_t req_class;
 
     constexpr operator uint32_t() const { return opcode; }
 };
 
-inline constexpr Request<ts_info> terminal_message{1016, 4};
-inline constexpr Request<ent_phys_entry> physical_table{1026};
-inline constexpr Request<power_supply_group_record> power_supply_group_table{1027};
-inline constexpr Request<power_status_record> power_status_table{1028};
-inline constexpr Request<module_record> module_table{1029};
-inline constexpr Request<be_int32> max_default_in_line_power{1030};
-inline constexpr Request<ent_sensor_value_rec> sensor_value_table{1031};
-inline constexpr Request<ent_sensor_thresh_rec> sensor_threshold_table{1032};
-inline constexpr Request<platform_time> last_change_time{1039};
-inline constexpr Request<be_int32> enable_status_notification{1040};
-inline constexpr Request<rf_status_record> redundancy_status{1042, 4};
-inline constexpr Request<unit_status_record> fan_tray_table{1046};
-inline constexpr Request<led_entry> led_table{3242};
-inline constexpr Request<unit_status_record> power_supply_table{3270};
+/// A request, and the record that it and its answer carry.
+template <typename CarriedRecord>
+struct Request : RequestCode {
+    using Record = CarriedRecord;
 
-/// The record of a request or an event that a template takes by reference.
-template <const auto& carrier>
-using RecordOf = typename std::remove_cvref_t<decltype(carrier)>::Record;
-
-/// A request by its name, for whoever lists them or takes them by name or number.
-struct NamedRequest {
-    std::string_view name;
-    uint32_t opcode;
-    size_t record_size; ///< in bytes
-
-    template <typename Record>
-    constexpr NamedRequest(std::string_view request_name, const Request<Record>& request)
-        : name(request_name), opcode(request), record_size(sizeof(Record))
+    constexpr Request(const char* its_name, uint32_t number, uint32_t its_class = USUAL_REQ_CLASS)
+        : RequestCode{its_name, number, its_class}
     {
     }
 };
 
-/// All of them, by opcode.
-inline constexpr NamedRequest platform_requests[] = {
-    {"terminal-message", terminal_message},
-    {"physical-entity", physical_table},
-    {"power-supply-group", power_supply_group_table},
-    {"fru-power-status", power_status_table},
-    {"module", module_table},
-    {"max-default-in-line-power", max_default_in_line_power},
-    {"sensor-value", sensor_value_table},
-    {"sensor-threshold", sensor_threshold_table},
-    {"last-change-time", last_change_time},
-    {"enable-status-notification", enable_status_notification},
-    {"redundancy", redundancy_status},
-    {"fan-tray-status", fan_tray_table},
-    {"led", led_table},
-    {"power-supply-status", power_supply_table},
+inline constexpr Request<ts_info> terminal_message{"terminal-message", 1016, 4};
+inline constexpr Request<ent_phys_entry> physical_table{"physical-entity", 1026};
+inline constexpr Request<power_supply_group_record> power_supply_group_table{"power-supply-group",
+                                                                             1027};
+inline constexpr Request<power_status_record> power_status_table{"fru-power-status", 1028};
+inline constexpr Request<module_record> module_table{"module", 1029};
+inline constexpr Request<be_int32> max_default_in_line_power{"max-default-in-line-power", 1030};
+inline constexpr Request<ent_sensor_value_rec> sensor_value_table{"sensor-value", 1031};
+inline constexpr Request<ent_sensor_thresh_rec> sensor_threshold_table{"sensor-threshold", 1032};
+inline constexpr Request<platform_time> last_change_time{"last-change-time", 1039};
+inline constexpr Request<be_int32> enable_status_notification{"enable-status-notification", 1040};
+inline constexpr Request<rf_status_record> redundancy_status{"redundancy", 1042, 4};
+inline constexpr Request<unit_status_record> fan_tray_table{"fan-tray-status", 1046};
+inline constexpr Request<led_entry> led_table{"led", 3242};
+inline constexpr Request<unit_status_record> power_supply_table{"power-supply-status", 3270};
+
+inline constexpr RequestCode platform_requests[] = {
+    terminal_message,
+    physical_table,
+    power_supply_group_table,
+    power_status_table,
+    module_table,
+    max_default_in_line_power,
+    sensor_value_table,
+    sensor_threshold_table,
+    last_change_time,
+    enable_status_notification,
+    redundancy_status,
+    fan_tray_table,
+    led_table,
+    power_supply_table,
 };
+
+/// The record of a request or an event that a template takes by reference.
+template <const auto& carrier>
+using RecordOf = typename std::remove_cvref_t<decltype(carrier)>::Record;

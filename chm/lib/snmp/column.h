@@ -121,8 +121,12 @@ struct Column {
 template <typename Row, size_t Count>
 const Column<Row>* column_of(const Column<Row> (&columns)[Count], const variable* vp)
 {
-    const auto* column = std::ranges::find(columns, vp->magic, &Column<Row>::object);
-    return column == std::end(columns) ? nullptr : column;
+    for (const Column<Row>& column : columns) {
+        if (column.object == vp->magic) {
+            return &column;
+        }
+    }
+    return nullptr;
 }
 
 /// Hands out a column's write method, if it has one.

@@ -35,39 +35,21 @@ constexpr int32_t STATUS_OK = 1;
 
 using D = diag_info;
 
+// clang-format off
 /// In the order of ent_cache_sensor.
 constexpr LaneSensor lane_sensors[CACHE_SENSORS] = {
-    {"volt",
-     SFP_VOLTAGE,
-     Quantity::voltage,
-     0x4,
-     &D::volt,
+    {"volt", SFP_VOLTAGE, Quantity::voltage, 0x4, &D::volt,
      {&D::volt_hi_alarm, &D::volt_hi_warn, &D::volt_lo_alarm, &D::volt_lo_warn}},
-    {"curr",
-     SFP_CURRENT,
-     Quantity::current,
-     0x10,
-     &D::current,
+    {"curr", SFP_CURRENT, Quantity::current, 0x10, &D::current,
      {&D::current_hi_alarm, &D::current_hi_warn, &D::current_lo_alarm, &D::current_lo_warn}},
-    {"temp",
-     SFP_TEMPERATURE,
-     Quantity::temperature,
-     0x1,
-     &D::temp,
+    {"temp", SFP_TEMPERATURE, Quantity::temperature, 0x1, &D::temp,
      {&D::temp_hi_alarm, &D::temp_hi_warn, &D::temp_lo_alarm, &D::temp_lo_warn}},
-    {"rx_pwr",
-     SENSOR_TYPE_DBM,
-     Quantity::power,
-     0x100,
-     &D::rx_pwr,
+    {"rx_pwr", SENSOR_TYPE_DBM, Quantity::power, 0x100, &D::rx_pwr,
      {&D::rx_pwr_hi_alarm, &D::rx_pwr_hi_warn, &D::rx_pwr_lo_alarm, &D::rx_pwr_lo_warn}},
-    {"tx_pwr",
-     SENSOR_TYPE_DBM,
-     Quantity::power,
-     0x40,
-     &D::tx_pwr,
+    {"tx_pwr", SENSOR_TYPE_DBM, Quantity::power, 0x40, &D::tx_pwr,
      {&D::tx_pwr_hi_alarm, &D::tx_pwr_hi_warn, &D::tx_pwr_lo_alarm, &D::tx_pwr_lo_warn}},
 };
+// clang-format on
 
 /// Chassis whose transceivers report integers whatever their calibration.
 constexpr uint32_t integer_reading_chassis[] = {19, 20, 21, 22, 27, 28, 29,
@@ -111,24 +93,15 @@ struct Condition {
 
 Condition condition_of(const LaneSensor& sensor, const diag_info& lane)
 {
-    constexpr int32_t alarm = 20;
-    constexpr int32_t warning = 10;
-    constexpr int32_t none = 1;
-    constexpr int32_t below = 1;
-    constexpr int32_t above = 3;
+    constexpr int32_t alarm = 20, warning = 10, none = 1;
+    constexpr int32_t below = 1, above = 3;
     const uint32_t high = sensor.high_bit;
     const uint32_t low = high << 1;
-    if ((lane.alarm_flags & high) != 0) {
-        return {alarm, above};
+    if (((lane.alarm_flags | lane.warn_flags) & high) != 0) {
+        return {(lane.alarm_flags & high) != 0 ? alarm : warning, above};
     }
-    if ((lane.warn_flags & high) != 0) {
-        return {warning, above};
-    }
-    if ((lane.alarm_flags & low) != 0) {
-        return {alarm, below};
-    }
-    if ((lane.warn_flags & low) != 0) {
-        return {warning, below};
+    if (((lane.alarm_flags | lane.warn_flags) & low) != 0) {
+        return {(lane.alarm_flags & low) != 0 ? alarm : warning, below};
     }
     return {none, below};
 }
@@ -162,21 +135,12 @@ float converted_threshold(const LaneSensor& sensor, float reading)
     }
 }
 
-void read_thresholds(const diag_info& lane, Thresholds& readings)
+/// Does something for each threshold of each sensor.
+void for_thresholds(Thresholds& thresholds, auto action)
 {
     for (uint32_t s = 0; s < CACHE_SENSORS; ++s) {
         for (uint32_t t = 0; t < SENSOR_THRESHOLDS; ++t) {
-            const LaneSensor& sensor = lane_sensors[s];
-            readings[s][t] = threshold_reading(sensor, lane.*sensor.thresholds[t], lane.calib_type);
-        }
-    }
-}
-
-void convert_thresholds(Thresholds& thresholds)
-{
-    for (uint32_t s = 0; s < CACHE_SENSORS; ++s) {
-        for (float& threshold : thresholds[s]) {
-            threshold = converted_threshold(lane_sensors[s], threshold);
+            action(lane_sensors[s], t, thresholds[s][t]);
         }
     }
 }
@@ -203,7 +167,9 @@ enum { HIGH_ALARM, HIGH_WARNING, LOW_ALARM, LOW_WARNING };
 void convert_all_thresholds(const char* function, const diag_info& lane, sfp_cache_entry& entry)
 {
     Thresholds thresholds;
-    read_thresholds(lane, thresholds);
+    for_thresholds(thresholds, [&](const LaneSensor& sensor, uint32_t t, float& threshold) {
+        threshold = threshold_reading(sensor, lane.*sensor.thresholds[t], lane.calib_type);
+    });
     if (lane.calib_type == INTERNAL_CALIBRATION || lane.calib_type == EXTERNAL_CALIBRATION) {
         CHM_TRACE("%s: diag_info->temp_hi_alarm = %d, diag_info->current_hi_warn = %d, "
                   "diag_info->volt_lo_warn = %d, diag_info->tx_pwr_hi_warn = %d, "
@@ -220,7 +186,9 @@ void convert_all_thresholds(const char* function, const diag_info& lane, sfp_cac
               "fVoltHiAlarm = %15.5f, fVoltLoWarn = %15.5f\n",
               function, tx_high_alarm, tx_low_alarm, rx_low_alarm, volt_high_alarm,
               volt_low_warning);
-    convert_thresholds(thresholds);
+    for_thresholds(thresholds, [](const LaneSensor& sensor, uint32_t, float& threshold) {
+        threshold = converted_threshold(sensor, threshold);
+    });
     CHM_TRACE("%s: fTxPwrHiAlarm = %5.5f, fTxPwrLoAlarm = %5.5f, fRxPwrLoAlarm = %5.5f, "
               "fVoltHiAlarm = %5.5f, fVoltLoWarn = %5.5f\n",
               function, tx_high_alarm, tx_low_alarm, rx_low_alarm, volt_high_alarm,
@@ -228,22 +196,11 @@ void convert_all_thresholds(const char* function, const diag_info& lane, sfp_cac
     store_thresholds(lane, thresholds, entry);
 }
 
-int32_t internally_calibrated(Quantity quantity, uint32_t word)
+/// What a reading is before its conversion.
+/// @param integers an externally calibrated reading is an integer all the same
+double reading_of(Quantity quantity, uint32_t word, bool internally_calibrated, bool integers)
 {
-    switch (quantity) {
-    case Quantity::voltage:
-        return static_cast<int32_t>(word / 1000);
-    case Quantity::power:
-        return thousandths(dbm_of(word));
-    default:
-        return static_cast<int32_t>(word);
-    }
-}
-
-/// What an externally calibrated reading is before its conversion.
-double external_reading(Quantity quantity, uint32_t word, bool integers)
-{
-    if (!integers) {
+    if (!internally_calibrated && !integers) {
         return static_cast<double>(single_precision(word));
     }
     switch (quantity) {
@@ -251,14 +208,20 @@ double external_reading(Quantity quantity, uint32_t word, bool integers)
         return static_cast<int32_t>(word);
     case Quantity::power:
         return word;
+    case Quantity::current:
+        if (internally_calibrated) {
+            return static_cast<int32_t>(word); // goes on as it is, whatever its sign bit says
+        }
+        [[fallthrough]];
     default:
-        return static_cast<double>(static_cast<float>(word));
+        return internally_calibrated ? word : static_cast<double>(static_cast<float>(word));
     }
 }
 
-int32_t externally_calibrated(Quantity quantity, uint32_t word, bool integers)
+/// Here the voltage's quotient keeps its double precision, as a threshold's does not: that is
+/// rounded to single precision, in which it is traced.
+int32_t converted(Quantity quantity, double reading)
 {
-    const double reading = external_reading(quantity, word, integers);
     switch (quantity) {
     case Quantity::voltage:
         return truncated(reading / 1000);
@@ -276,16 +239,13 @@ int32_t converted_reading(const char* function, const LaneSensor& sensor, const 
     if (sensor.quantity == Quantity::power && word == 0) {
         return 0; // no light has no logarithm
     }
-    switch (lane.calib_type) {
-    case INTERNAL_CALIBRATION:
-        return internally_calibrated(sensor.quantity, word);
-    case EXTERNAL_CALIBRATION:
-        return externally_calibrated(sensor.quantity, word, integers);
-    default:
+    if (lane.calib_type != INTERNAL_CALIBRATION && lane.calib_type != EXTERNAL_CALIBRATION) {
         CHM_TRACE("%s:%d invalid SFP calib type! calib_type:%d for %s\n", function, __LINE__,
                   lane.calib_type, sensor.name);
         return 0;
     }
+    const bool internally = lane.calib_type == INTERNAL_CALIBRATION;
+    return converted(sensor.quantity, reading_of(sensor.quantity, word, internally, integers));
 }
 
 } // namespace

@@ -48,7 +48,7 @@ enum entity_mib_object : u_char {
 
 constexpr const char* row_lookup_name = "header_entPhysicalTable";
 
-void trace_index(int line, uint32_t index)
+inline void trace_index(int line, uint32_t index)
 {
     CHM_TRACE("%s/%d: entPhyIndex = %d ", row_lookup_name, line, index);
 }
@@ -140,27 +140,19 @@ int32_t header_entPhysicalTable(const oid* vp_name, size_t vp_name_length, oid* 
 constexpr size_t column_length = 12;
 constexpr size_t longest_label = 32; ///< that an operator writes
 
-constexpr WritableColumn alias = {
+constexpr WriteRule alias_rule =
     text_rule(0, longest_label, "write to entPhysicalAlias not ASN_OCTET_STR\n",
-              "write to entPhysicalAlias: bad length\n"),
-    physical_table,
-    header_entPhysicalTable,
-    column_length,
-    &ent_phys_entry::entPhysicalAlias,
-    NotWritable::general_error,
-};
-constexpr WriteMethod& set_entPhysicalAlias = write_column<alias>;
+              "write to entPhysicalAlias: bad length\n");
+constexpr WriteMethod& set_entPhysicalAlias =
+    write_column<alias_rule, physical_table, header_entPhysicalTable,
+                 &ent_phys_entry::entPhysicalAlias, column_length, NotWritable::general_error>;
 
-constexpr WritableColumn asset_id = {
+constexpr WriteRule asset_id_rule =
     text_rule(0, longest_label, "write to entPhysicalAssetID not ASN_OCTET_STR\n",
-              "write to entPhysicalAssetID: bad length\n"),
-    physical_table,
-    header_entPhysicalTable,
-    column_length,
-    &ent_phys_entry::entPhysicalAssetID,
-    NotWritable::general_error,
-};
-constexpr WriteMethod& set_entPhysicalAssetID = write_column<asset_id>;
+              "write to entPhysicalAssetID: bad length\n");
+constexpr WriteMethod& set_entPhysicalAssetID =
+    write_column<asset_id_rule, physical_table, header_entPhysicalTable,
+                 &ent_phys_entry::entPhysicalAssetID, column_length, NotWritable::general_error>;
 
 constexpr Column<ent_phys_entry> physical_columns[] = {
     {entPhysicalDescr, field<&ent_phys_entry::entPhysicalDescr>},
@@ -240,9 +232,8 @@ constexpr variable7 entity_mib_variables[] = {
 netsnmp_variable_list* handle_noti_entConfigChange(void*, oid* trap_oid, size_t* trap_oid_length,
                                                    int* send)
 {
-    static constexpr oid entConfigChange[] = {1, 3, 6, 1, 2, 1, 47, 2, 0, 1};
     *send = 1;
-    name_notification(entConfigChange, trap_oid, trap_oid_length);
+    name_notification({entity_mib_variables_oid, 1}, trap_oid, trap_oid_length);
     return nullptr;
 }
 
@@ -262,16 +253,10 @@ int set_entPhysicalSerialNum(int, u_char*, u_char, size_t, u_char*, oid*, size_t
 
 CHM_ENTRY_POINT void init_entity_mib()
 {
-    print_enter(__func__);
-    register_variables(entity_mib, __func__, __FILE__, __LINE__);
-    register_handlers(entity_mib);
-    print_exit(__func__);
+    init_module(entity_mib, __func__, __FILE__, __LINE__);
 }
 
 CHM_ENTRY_POINT void deinit_entity_mib()
 {
-    print_enter(__func__);
-    unregister_variables(entity_mib);
-    unregister_handlers(entity_mib);
-    print_exit(__func__);
+    deinit_module(entity_mib, __func__);
 }

@@ -47,16 +47,13 @@ constexpr size_t column_length = 14;
 constexpr RowLookup<power_supply_group_record>& header_qefcFRUPowerSupplyGroupTable =
     find_row<power_supply_group_table>;
 
-constexpr WritableColumn power_redundancy_mode = {
+constexpr WriteRule power_redundancy_mode_rule =
     integer_rule(within<1, 3>, "write to qefcPowerRedundancyMode not ASN_INTEGER \n",
-                 "write to qefcPowerRedundancyMode: bad length\n"),
-    power_supply_group_table,
-    header_qefcFRUPowerSupplyGroupTable,
-    column_length,
-    &power_supply_group_record::redundancy_mode,
-    NotWritable::reported,
-};
-constexpr WriteMethod& set_qefcPowerRedundancyMode = write_column<power_redundancy_mode>;
+                 "write to qefcPowerRedundancyMode: bad length\n");
+constexpr WriteMethod& set_qefcPowerRedundancyMode =
+    write_column<power_redundancy_mode_rule, power_supply_group_table,
+                 header_qefcFRUPowerSupplyGroupTable, &power_supply_group_record::redundancy_mode,
+                 column_length, NotWritable::reported>;
 
 constexpr Column<power_supply_group_record> power_supply_group_columns[] = {
     {qefcPowerRedundancyMode, field<&power_supply_group_record::redundancy_mode>,
@@ -73,16 +70,12 @@ constexpr FindVarMethod& get_qefcFRUPowerSupplyGroupTable =
 constexpr RowLookup<power_status_record>& header_qefcFRUPowerStatusTable =
     find_row<power_status_table>;
 
-constexpr WritableColumn fru_power_admin_status = {
+constexpr WriteRule fru_power_admin_status_rule =
     integer_rule(within<1, 4>, "write to qefcFRUPowerAdminStatus not ASN_INTEGER\n",
-                 "write to qefcFRUPowerAdminStatus: bad length\n"),
-    power_status_table,
-    header_qefcFRUPowerStatusTable,
-    column_length,
-    &power_status_record::admin_status,
-    NotWritable::reported,
-};
-constexpr WriteMethod& set_qefcFRUPowerAdminStatus = write_column<fru_power_admin_status>;
+                 "write to qefcFRUPowerAdminStatus: bad length\n");
+constexpr WriteMethod& set_qefcFRUPowerAdminStatus =
+    write_column<fru_power_admin_status_rule, power_status_table, header_qefcFRUPowerStatusTable,
+                 &power_status_record::admin_status, column_length, NotWritable::reported>;
 
 constexpr Column<power_status_record> power_status_columns[] = {
     {qefcFRUPowerAdminStatus, field<&power_status_record::admin_status>,
@@ -99,16 +92,12 @@ constexpr FindVarMethod& get_qefcFRUPowerSupplyValueTable = serve_no_rows;
 
 constexpr RowLookup<module_record>& header_qefcModuleTable = find_row<module_table>;
 
-constexpr WritableColumn module_admin_status = {
+constexpr WriteRule module_admin_status_rule =
     integer_rule(within<1, 4>, "write to qefcModuleAdminStatus not ASN_INTEGER\n",
-                 "write to qefcModuleAdminStatus: bad length\n"),
-    module_table,
-    header_qefcModuleTable,
-    column_length,
-    &module_record::admin_status,
-    NotWritable::reported,
-};
-constexpr WriteMethod& set_qefcModuleAdminStatus = write_column<module_admin_status>;
+                 "write to qefcModuleAdminStatus: bad length\n");
+constexpr WriteMethod& set_qefcModuleAdminStatus =
+    write_column<module_admin_status_rule, module_table, header_qefcModuleTable,
+                 &module_record::admin_status, column_length, NotWritable::reported>;
 
 /// The row travels on in the next request, its text cut.
 u_char* cut_text(module_record& row, size_t* var_len)
@@ -162,22 +151,19 @@ constexpr FindVarMethod& get_qefcPhysicalTable = serve<header_qefcPhysicalTable,
 
 // Scalars.
 
-constexpr WritableScalar mib_enable_status_notification = {
+constexpr WriteRule mib_enable_status_notification_rule =
     integer_rule(within<1, 2>, "write to qefcMIBEnableStatusNotification not ASN_INTEGER\n",
                  "write to qefcMIBEnableStatusNotification: bad length\n",
-                 "write to qefcMIBEnableStatusNotification: invalid range\n"),
-    enable_status_notification,
-};
+                 "write to qefcMIBEnableStatusNotification: invalid range\n");
 constexpr WriteMethod& set_qefcMIBEnableStatusNotification =
-    write_scalar<mib_enable_status_notification>;
+    write_scalar<mib_enable_status_notification_rule, enable_status_notification>;
 
-constexpr WritableScalar default_in_line_power = {
+constexpr WriteRule default_in_line_power_rule =
     integer_rule(within<0, 12500>, "write to qefcMaxDefaultInLinePower not ASN_INTEGER\n",
                  "write to qefcMaxDefaultInLinePower: bad length\n",
-                 "write to qefcMaxDefaultInLinePower: invalid range \n"),
-    max_default_in_line_power,
-};
-constexpr WriteMethod& set_qefcMaxDefaultInLinePower = write_scalar<default_in_line_power>;
+                 "write to qefcMaxDefaultInLinePower: invalid range \n");
+constexpr WriteMethod& set_qefcMaxDefaultInLinePower =
+    write_scalar<default_in_line_power_rule, max_default_in_line_power>;
 
 /// Reads a scalar. One that the platform does not report is served as 0.
 template <const Request<be_int32>& request>
@@ -244,26 +230,29 @@ constexpr int32_t healthy = 2;
 
 enum class WalkEnd { no_rows, all_healthy, fault };
 
-/// Walks a table of the platform up to its end or to the first unit that is not healthy.
+/// Walks a table of the platform up to its end or to the first unit that is not healthy. The rows
+/// may come in any order; a walk that comes back to one of them goes round, and ends there.
 template <typename Row>
 WalkEnd walk_status(const Request<Row>& table, be_int32 Row::*status)
 {
     snmp_heartbeat_send();
     Row row = {};
-    WalkEnd end = WalkEnd::no_rows;
-    for (;;) {
-        const uint32_t previous = row.index;
+    uint32_t milestone = 0; // the row that the walk must not meet again: further on each time
+    for (uint64_t rows = 0, next_milestone = 1;; ++rows) {
         const Reply reply = exchange(table, CHM_REQ_GETNEXT, row, Requester::event_handler);
         if (!reply.succeeded() || !reply.answered) {
-            return end;
+            return rows == 0 ? WalkEnd::no_rows : WalkEnd::all_healthy;
         }
         if (row.*status != healthy) {
             return WalkEnd::fault;
         }
-        if (end != WalkEnd::no_rows && row.index <= previous) {
-            return end; // a platform that does not move on would be asked for ever
+        if (rows != 0 && row.index == milestone) {
+            return WalkEnd::all_healthy;
         }
-        end = WalkEnd::all_healthy;
+        if (rows + 1 == next_milestone) {
+            milestone = row.index;
+            next_milestone *= 2;
+        }
     }
 }
 
@@ -288,10 +277,27 @@ int32_t traced_unit_status(const char* handler)
     return status;
 }
 
-/// Sends the unit status ahead of a notification.
-void report_unit_status(const char* handler)
+void report_module_status(const module_record& /*module*/)
 {
-    send_connUnitStatusChange_notif(traced_unit_status(handler));
+    send_connUnitStatusChange_notif(traced_unit_status("handle_noti_qefcModuleStatusChange"));
+}
+
+void report_fan_tray_status(const unit_status_record& /*fan_tray*/)
+{
+    send_connUnitStatusChange_notif(traced_unit_status("handle_noti_qefcFanTrayStatusChange"));
+}
+
+/// Only while the marker file exists.
+void report_power_status(const power_status_record& power)
+{
+    struct stat marker = {};
+    if (stat("/mnt/nvdb/chm_nvdb_hack", &marker) != 0) {
+        return;
+    }
+    const int32_t status = traced_unit_status("handle_noti_qefcPowerStatusChange");
+    CHM_TRACE(" send_connUnitStatusChange_notif called, OperStat : %d AdminStat : %d\n",
+              power.oper_status.value(), power.admin_status.value());
+    send_connUnitStatusChange_notif(status);
 }
 
 // Columns whose instances the notifications carry.
@@ -311,85 +317,61 @@ constexpr oid fan_tray_status_column[] = {ENTITYFRU_MIB, 1, 4, 1, 1, 1};
 constexpr oid physical_status_column[] = {ENTITYFRU_MIB, 1, 5, 1, 1, 1};
 constexpr oid power_supply_output_column[] = {ENTITYFRU_MIB, 1, 6, 2, 1, 2};
 
-constexpr Binding<module_record> module_status_change_bindings[] = {
+constexpr Binding<module_record> module_status_bindings[] = {
     bind<&module_record::oper_status>(module_operational_status_column),
     bind<&module_record::status_changed>(module_status_change_time_column),
 };
-constexpr Notification<module_record> qefcModuleStatusChange = {
-    {ENTITYFRU_MIB, 2, 0, 1}, module_status_change_bindings, [](const module_record&) {
-        report_unit_status("handle_noti_qefcModuleStatusChange");
-    }};
 constexpr ipcx_event_handler& handle_noti_qefcModuleStatusChange =
-    notify<module_status_change, qefcModuleStatusChange>;
+    notify<module_status_change, entityfru_mib_variables_oid, 1, module_status_bindings,
+           report_module_status>;
 
-/// While the marker file exists, power events report the unit status too.
-void report_power_status(const power_status_record& power)
-{
-    struct stat status = {};
-    if (stat("/mnt/nvdb/chm_nvdb_hack", &status) == 0) {
-        const int32_t unit_status = traced_unit_status("handle_noti_qefcPowerStatusChange");
-        CHM_TRACE(" send_connUnitStatusChange_notif called, OperStat : %d AdminStat : %d\n",
-                  power.oper_status.value(), power.admin_status.value());
-        send_connUnitStatusChange_notif(unit_status);
-    }
-}
-
-constexpr Binding<power_status_record> power_status_change_bindings[] = {
+constexpr Binding<power_status_record> power_status_bindings[] = {
     bind<&power_status_record::oper_status>(fru_power_operational_status_column),
     bind<&power_status_record::admin_status>(fru_power_admin_status_column),
 };
-constexpr Notification<power_status_record> qefcPowerStatusChange = {
-    {ENTITYFRU_MIB, 2, 0, 2}, power_status_change_bindings, report_power_status};
 constexpr ipcx_event_handler& handle_noti_qefcPowerStatusChange =
-    notify<power_status_change, qefcPowerStatusChange>;
+    notify<power_status_change, entityfru_mib_variables_oid, 2, power_status_bindings,
+           report_power_status>;
+
+using Entity = ent_phys_entry;
 
 /// What both notifications report of a unit: where it is, what it is, and the container's name.
-constexpr Binding<ent_phys_entry> unit_bindings[] = {
-    bind<&ent_phys_entry::entPhysicalContainedIn>(ent_physical_contained_in),
-    bind<&ent_phys_entry::entPhysicalDescr>(ent_physical_descr),
-    bind<&ent_phys_entry::container_name, &ent_phys_entry::entPhysicalContainedIn>(
-        ent_physical_name),
+constexpr Binding<Entity> unit_bindings[] = {
+    bind<&Entity::entPhysicalContainedIn>(ent_physical_contained_in),
+    bind<&Entity::entPhysicalDescr>(ent_physical_descr),
+    bind<&Entity::container_name, &Entity::entPhysicalContainedIn>(ent_physical_name),
 };
-constexpr Notification<ent_phys_entry> qefcFRUInserted = {{ENTITYFRU_MIB, 2, 0, 3}, unit_bindings};
-constexpr ipcx_event_handler& handle_noti_qefcFRUInserted = notify<fru_inserted, qefcFRUInserted>;
+constexpr ipcx_event_handler& handle_noti_qefcFRUInserted =
+    notify<fru_inserted, entityfru_mib_variables_oid, 3, unit_bindings>;
+constexpr ipcx_event_handler& handle_noti_qefcFRURemoved =
+    notify<fru_removed, entityfru_mib_variables_oid, 4, unit_bindings>;
 
-constexpr Notification<ent_phys_entry> qefcFRURemoved = {{ENTITYFRU_MIB, 2, 0, 4}, unit_bindings};
-constexpr ipcx_event_handler& handle_noti_qefcFRURemoved = notify<fru_removed, qefcFRURemoved>;
-
-constexpr Binding<ent_phys_entry> unrecognized_fru_bindings[] = {
-    bind<&ent_phys_entry::entPhysicalClass>(ent_physical_class),
-    bind<&ent_phys_entry::entPhysicalVendorType>(ent_physical_vendor_type),
-    bind<&ent_phys_entry::entPhysicalName>(ent_physical_name,
-                                           whole_text<&ent_phys_entry::entPhysicalName>),
-    bind<&ent_phys_entry::entPhysicalModelName>(ent_physical_model_name,
-                                                whole_text<&ent_phys_entry::entPhysicalModelName>),
-    bind<&ent_phys_entry::physical_status>(physical_status_column),
+constexpr Binding<Entity> unrecognized_fru_bindings[] = {
+    bind<&Entity::entPhysicalClass>(ent_physical_class),
+    bind<&Entity::entPhysicalVendorType>(ent_physical_vendor_type),
+    bind<&Entity::entPhysicalName>(ent_physical_name, whole_text<&Entity::entPhysicalName>),
+    bind<&Entity::entPhysicalModelName>(ent_physical_model_name,
+                                        whole_text<&Entity::entPhysicalModelName>),
+    bind<&Entity::physical_status>(physical_status_column),
 };
-constexpr Notification<ent_phys_entry> qefcUnrecognizedFRU = {{ENTITYFRU_MIB, 2, 0, 5},
-                                                              unrecognized_fru_bindings};
 constexpr ipcx_event_handler& handle_noti_qefcUnrecognizedFRU =
-    notify<unrecognized_fru, qefcUnrecognizedFRU>;
+    notify<unrecognized_fru, entityfru_mib_variables_oid, 5, unrecognized_fru_bindings>;
 
-constexpr Binding<unit_status_record> fan_tray_status_change_bindings[] = {
+constexpr Binding<unit_status_record> fan_tray_bindings[] = {
     bind<&unit_status_record::status>(fan_tray_status_column),
 };
-constexpr Notification<unit_status_record> qefcFanTrayStatusChange = {
-    {ENTITYFRU_MIB, 2, 0, 6}, fan_tray_status_change_bindings, [](const unit_status_record&) {
-        report_unit_status("handle_noti_qefcFanTrayStatusChange");
-    }};
 constexpr ipcx_event_handler& handle_noti_qefcFanTrayStatusChange =
-    notify<fan_tray_status_change, qefcFanTrayStatusChange>;
+    notify<fan_tray_status_change, entityfru_mib_variables_oid, 6, fan_tray_bindings,
+           report_fan_tray_status>;
 
 using Output = power_supply_output_record;
-constexpr Binding<Output> power_supply_output_change_bindings[] = {
+constexpr Binding<Output> output_bindings[] = {
     bind<&Output::name>(ent_physical_name, whole_text<&Output::name>),
     bind<&Output::model_name>(ent_physical_model_name, whole_text<&Output::model_name>),
     bind<&Output::output>(power_supply_output_column),
 };
-constexpr Notification<Output> qefcPowerSupplyOutputChange = {{ENTITYFRU_MIB, 2, 0, 7},
-                                                              power_supply_output_change_bindings};
 constexpr ipcx_event_handler& handle_noti_qefcPowerSupplyOutputChange =
-    notify<power_supply_output_change, qefcPowerSupplyOutputChange>;
+    notify<power_supply_output_change, entityfru_mib_variables_oid, 7, output_bindings>;
 
 constexpr EventHandler entityfru_mib_handlers[] = {
     {module_status_change, handle_noti_qefcModuleStatusChange},
@@ -408,16 +390,10 @@ constexpr MibModule entityfru_mib("entityfru_mib", entityfru_mib_variables,
 
 CHM_ENTRY_POINT void init_entityfru_mib()
 {
-    print_enter(__func__);
-    register_variables(entityfru_mib, __func__, __FILE__, __LINE__);
-    register_handlers(entityfru_mib);
-    print_exit(__func__);
+    init_module(entityfru_mib, __func__, __FILE__, __LINE__);
 }
 
 CHM_ENTRY_POINT void deinit_entityfru_mib()
 {
-    print_enter(__func__);
-    unregister_variables(entityfru_mib);
-    unregister_handlers(entityfru_mib);
-    print_exit(__func__);
+    deinit_module(entityfru_mib, __func__);
 }

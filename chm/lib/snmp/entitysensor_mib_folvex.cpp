@@ -64,7 +64,7 @@ struct ThresholdTable {
     /// Only an index given in full is tested.
     static bool is_beyond(const RowRequest& asked, const Row& row)
     {
-        if (!asked.within_column() || *asked.length < asked.column_length + 2) {
+        if (!asked.within_column || *asked.length < asked.column_length + 2) {
             return false;
         }
         CHM_TRACE("%s:entSensorThresholdindex = %d, entPhysicalIndex = %d\n", Trace::lookup,
@@ -88,7 +88,7 @@ template <typename Table>
 int32_t find_row_in_range(chm_req_operation operation, typename Table::Row& row)
 {
     const int32_t result = Table::trans_sensor(operation, &row);
-    Table::Trace::transceiver_result(row, result);
+    Table::Trace::transceiver_result(row.entPhysicalIndex, result);
     if (result == 0) {
         return 0;
     }
@@ -102,13 +102,13 @@ int32_t find_row_out_of_range(chm_req_operation operation, typename Table::Row& 
 {
     int32_t result = ask_platform<Table>(operation, row);
     if (result == 0) {
-        Table::Trace::platform_row(row);
+        Table::Trace::platform_row(row.entPhysicalIndex);
         return 0;
     }
-    Table::Trace::no_platform_row(row, result);
+    Table::Trace::no_platform_row(row.entPhysicalIndex, result);
     if (result == PLATFORM_NO_SUCH_ENTRY) {
         result = Table::trans_sensor(operation, &row);
-        Table::Trace::transceiver_result(row, result);
+        Table::Trace::transceiver_result(row.entPhysicalIndex, result);
     }
     return result;
 }
@@ -126,7 +126,7 @@ int32_t find_sensor_row(const oid* vp_name, size_t vp_name_length, oid* name, si
                        if (Table::is_beyond(request, asked)) {
                            return {index_too_high, false};
                        }
-                       Table::Trace::request(operation, asked);
+                       Table::Trace::request(operation, asked.entPhysicalIndex);
                        const int32_t result = is_transceiver_sensor(asked.entPhysicalIndex)
                                                   ? find_row_in_range<Table>(operation, asked)
                                                   : find_row_out_of_range<Table>(operation, asked);
@@ -154,16 +154,13 @@ constexpr Column<ent_sensor_value_rec> value_columns[] = {
 };
 constexpr FindVarMethod& get_entSensorValueTable = serve<header_entSensorValueTable, value_columns>;
 
-constexpr WritableColumn notification_enable = {
+constexpr WriteRule notification_enable_rule =
     integer_rule(within<1, 2>, "write to entSensorThresholdNotificationEnable not ASN_INTEGER\n",
-                 "write to entSensorThresholdNotificationEnable: bad length\n"),
-    sensor_threshold_table,
-    header_entSensorThresholdTable,
-    14,
-    &ent_sensor_thresh_rec::entSensorThresholdNotificationEnable,
-    NotWritable::reported,
-};
-constexpr WriteMethod& set_entSensorThresholdNotificationEnable = write_column<notification_enable>;
+                 "write to entSensorThresholdNotificationEnable: bad length\n");
+constexpr WriteMethod& set_entSensorThresholdNotificationEnable =
+    write_column<notification_enable_rule, sensor_threshold_table, header_entSensorThresholdTable,
+                 &ent_sensor_thresh_rec::entSensorThresholdNotificationEnable, 14,
+                 NotWritable::reported>;
 
 constexpr Column<ent_sensor_thresh_rec> threshold_columns[] = {
     {entSensorThresholdSeverity, field<&ent_sensor_thresh_rec::entSensorThresholdSeverity>},
@@ -203,14 +200,13 @@ using Crossing = sensor_threshold_crossing;
 constexpr oid value_column[] = {ENTITYSENSOR_MIB, 1, 1, 1, 1, 4};
 constexpr oid threshold_value_column[] = {ENTITYSENSOR_MIB, 1, 2, 1, 1, 4};
 
-constexpr Binding<Crossing> threshold_bindings[] = {
-    bind<&Crossing::entSensorThresholdValue>(threshold_value_column),
-    bind<&Crossing::entSensorValue, &Crossing::entPhysicalIndex>(value_column),
+constexpr Binding<Crossing> crossing_bindings[] = {
+    bind<&Crossing::entSensorThresholdValue, &Crossing::entPhysicalIndex, &Crossing::sensor_thrsh>(
+        threshold_value_column),
+    bind<&Crossing::entSensorValue>(value_column),
 };
-constexpr Notification<Crossing> entSensorThresholdNotification = {{ENTITYSENSOR_MIB, 2, 0, 1},
-                                                                   threshold_bindings};
 constexpr ipcx_event_handler& handle_noti_entSensorThresholdNotification =
-    notify<sensor_threshold_crossed, entSensorThresholdNotification>;
+    notify<sensor_threshold_crossed, entitysensor_mib_variables_oid, 1, crossing_bindings>;
 
 constexpr EventHandler entitysensor_mib_handlers[] = {
     {sensor_threshold_crossed, handle_noti_entSensorThresholdNotification},
@@ -241,8 +237,5 @@ CHM_ENTRY_POINT void init_entitysensor_mib()
 
 CHM_ENTRY_POINT void deinit_entitysensor_mib()
 {
-    print_enter(__func__);
-    unregister_variables(entitysensor_mib);
-    unregister_handlers(entitysensor_mib);
-    print_exit(__func__);
+    deinit_module(entitysensor_mib, __func__);
 }

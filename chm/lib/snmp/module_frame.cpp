@@ -59,3 +59,19 @@ void unregister_handlers(const MibModule& module)
         unregister_for_notification(handler.event);
     }
 }
+
+void init_module(const MibModule& module, const char* entry_point, const char* file, int line)
+{
+    print_enter(entry_point);
+    register_variables(module, entry_point, file, line);
+    register_handlers(module);
+    print_exit(entry_point);
+}
+
+void deinit_module(const MibModule& module, const char* entry_point)
+{
+    print_enter(entry_point);
+    unregister_variables(module);
+    unregister_handlers(module);
+    print_exit(entry_point);
+}

@@ -51,3 +51,7 @@ void unregister_variables(const MibModule& module);
 /// Register the module's event handlers with the transport, in their order, and take them back.
 void register_handlers(const MibModule& module);
 void unregister_handlers(const MibModule& module);
+
+/// The entry points of most modules: both halves, between the two prints.
+void init_module(const MibModule& module, const char* entry_point, const char* file, int line);
+void deinit_module(const MibModule& module, const char* entry_point);

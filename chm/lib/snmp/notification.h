@@ -16,13 +16,20 @@
 #include <iterator>
 #include <span>
 
+/// The OID of a notification: its module's root, 2.0 and its number.
+struct NotificationName {
+    std::span<const oid> root;
+    oid number;
+};
+
 /// Hands the notification's OID to the caller of an event handler.
-inline void name_notification(std::span<const oid> notification, oid* trap_oid,
+inline void name_notification(const NotificationName& notification, oid* trap_oid,
                               size_t* trap_oid_length)
 {
-    __memcpy_to_buf(MAX_OID_LEN * sizeof(oid), trap_oid, notification.data(),
-                    notification.size_bytes());
-    *trap_oid_length = notification.size();
+    const oid last[] = {2, 0, notification.number};
+    const oid* end =
+        std::ranges::copy(last, std::ranges::copy(notification.root, trap_oid).out).out;
+    *trap_oid_length = static_cast<size_t>(end - trap_oid);
 }
 
 /// Variable bindings in the making. The agent extension copies what it is given, so names and
@@ -76,18 +83,12 @@ constexpr Binding<RowOf<Member>> bind(std::span<const oid> column,
     return {column, asn_type_of<FieldOf<Member>>, value, write_index<RowOf<Member>, Index...>};
 }
 
-/// A notification: its OID, its bindings, and what comes before it.
-template <typename Record>
-struct Notification {
-    std::array<oid, 12> name; ///< a module's root, 2.0 and its number
-    std::span<const Binding<Record>> bindings;
-    void (*before)(const Record& record) = nullptr;
-};
-
 /// What an event handler makes of a message with a record. One without a payload sends nothing.
 template <typename Record>
-netsnmp_variable_list* notify_of(const Notification<Record>& notification, void* message,
-                                 oid* trap_oid, size_t* trap_oid_length, int* send)
+netsnmp_variable_list* notify_of(const NotificationName& notification,
+                                 std::span<const Binding<Record>> bindings,
+                                 void (*before)(const Record&), void* message, oid* trap_oid,
+                                 size_t* trap_oid_length, int* send)
 {
     *send = 0;
     const void* payload = message ? ipcx_payload_get(message) : nullptr;
@@ -97,24 +98,27 @@ netsnmp_variable_list* notify_of(const Notification<Record>& notification, void*
     *send = 1;
     Record record;
     memcpy(&record, payload, sizeof record);
-    if (notification.before) {
-        notification.before(record);
+    if (before) {
+        before(record);
     }
-    BindingList bindings;
-    for (const Binding<Record>& binding : notification.bindings) {
+    BindingList list;
+    for (const Binding<Record>& binding : bindings) {
         size_t length = 0;
         const u_char* value = binding.value(record, &length);
         std::array<uint32_t, 2> index;
-        bindings.add(binding.column, std::span(index).first(binding.index(record, index.data())),
-                     binding.type, value, length);
+        list.add(binding.column, std::span(index).first(binding.index(record, index.data())),
+                 binding.type, value, length);
     }
-    name_notification(notification.name, trap_oid, trap_oid_length);
-    return bindings.first;
+    name_notification(notification, trap_oid, trap_oid_length);
+    return list.first;
 }
 
-/// Event handler of a notification.
-template <const auto& event, const Notification<RecordOf<event>>& notification>
+/// Event handler of a notification of a module.
+/// @tparam before what comes before the notification
+template <const auto& event, const auto& root, oid number, const auto& bindings,
+          void (*before)(const RecordOf<event>& record) = nullptr>
 netsnmp_variable_list* notify(void* message, oid* trap_oid, size_t* trap_oid_length, int* send)
 {
-    return notify_of(notification, message, trap_oid, trap_oid_length, send);
+    return notify_of<RecordOf<event>>({root, number}, bindings, before, message, trap_oid,
+                                      trap_oid_length, send);
 }

@@ -7,6 +7,7 @@
 #include "sensor_index.h"
 #include "trace.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <iterator>
@@ -26,33 +27,21 @@ constexpr VendorTypeSuffix qev_sensor_trans_volt = {ENTERPRISE_MAIN, 12, 3, 1, 8
 constexpr VendorTypeSuffix qev_sensor_trans_temp = {ENTERPRISE_MAIN, 12, 3, 1, 8, 50};
 constexpr VendorTypeSuffix qev_sensor_unknown = {ENTERPRISE_ALT, 12, 3, 1, 8, 30};
 
-/// What a sensor of some code is called, and what type it is of.
+/// What type a sensor of some code is of, and what ends its description and its name.
 struct SensorType {
+    int32_t code;
     const VendorTypeSuffix& vendor_type;
-    const char* unit; ///< ends the description and the name
+    const char* unit;
 };
 
-SensorType sensor_type_of(int32_t code)
-{
-    // Codes that no transceiver has are here as well: what they mean is the same everywhere.
-    switch (code) {
-    case 3:
-    case 4:
-        return {qev_sensor_trans_volt, "(volt)"};
-    case 5:
-        return {qev_sensor_trans_current, "(ampere)"};
-    case 6:
-        return {qev_sensor_trans_rx_power, "(watt)"};
-    case 8:
-        return {qev_sensor_trans_temp, "(celsius)"};
-    case 14:
-        return {qev_sensor_trans_rx_power, "(Rx-dBm)"};
-    case 15:
-        return {qev_sensor_trans_tx_power, "(Tx-dBm)"};
-    default:
-        return {qev_sensor_unknown, ""};
-    }
-}
+/// Codes that no transceiver has are here as well: what they mean is the same everywhere.
+constexpr SensorType sensor_types[] = {
+    {3, qev_sensor_trans_volt, "(volt)"},        {4, qev_sensor_trans_volt, "(volt)"},
+    {5, qev_sensor_trans_current, "(ampere)"},   {6, qev_sensor_trans_rx_power, "(watt)"},
+    {8, qev_sensor_trans_temp, "(celsius)"},     {14, qev_sensor_trans_rx_power, "(Rx-dBm)"},
+    {15, qev_sensor_trans_tx_power, "(Tx-dBm)"},
+};
+constexpr SensorType unknown_type = {0, qev_sensor_unknown, ""};
 
 /// Writes the enterprises' OID and a suffix of it, of `size` bytes.
 /// @return 0, or -1 with nothing written when an argument is missing
@@ -66,11 +55,10 @@ int32_t build_vendor_type_oid(be_uint32* destination, const be_uint32* suffix, s
     return 0;
 }
 
-/// Ends a text that the platform may have left without an end.
-template <size_t Width>
-void terminate(char (&text)[Width])
+/// Ends texts that the platform may have left without an end.
+void terminate(auto&... texts)
 {
-    text[Width - 1] = '\0';
+    ((texts[sizeof texts - 1] = '\0'), ...);
 }
 
 template <size_t Width>
@@ -93,11 +81,8 @@ void write_vendor_texts(const uint8_t* fcot_res, ent_phys_entry& row)
 {
     pc_sfp_get_vendor_info(fcot_res, row.entPhysicalMfgName, row.entPhysicalModelName,
                            row.part_revision, row.entPhysicalSerialNum, row.entPhysicalAlias);
-    terminate(row.entPhysicalMfgName);
-    terminate(row.entPhysicalModelName);
-    terminate(row.part_revision);
-    terminate(row.entPhysicalSerialNum);
-    terminate(row.entPhysicalAlias);
+    terminate(row.entPhysicalMfgName, row.entPhysicalModelName, row.part_revision,
+              row.entPhysicalSerialNum, row.entPhysicalAlias);
 }
 
 /// A transceiver's sensor has none of these, and the record held another row before.
@@ -114,7 +99,8 @@ void clear_what_sensors_lack(ent_phys_entry& row)
 
 void write_sensor_type(int32_t code, ent_phys_entry& row)
 {
-    const SensorType type = sensor_type_of(code);
+    const auto* known = std::ranges::find(sensor_types, code, &SensorType::code);
+    const SensorType& type = known == std::end(sensor_types) ? unknown_type : *known;
     build_vendor_type_oid(row.entPhysicalVendorType, type.vendor_type, sizeof type.vendor_type);
     row.vendor_type_len = vendor_type_length;
     append(row.entPhysicalDescr, type.unit);

@@ -115,7 +115,6 @@ uint32_t uptime_now()
 netsnmp_variable_list* handle_notifications(void*, oid* trap_oid, size_t* trap_oid_length,
                                             int* send)
 {
-    static constexpr oid switchover[] = {QUARN_RF_MIB, 2, 0, 1};
     static constexpr oid status_1[] = {QUARN_RF_MIB, 1, 1, 1};
     static constexpr oid sys_up_time[] = {1, 3, 6, 1, 2, 1, 1, 3};
     static constexpr oid reason_code[] = {QUARN_RF_MIB, 1, 1, 8};
@@ -124,7 +123,7 @@ netsnmp_variable_list* handle_notifications(void*, oid* trap_oid, size_t* trap_o
     *send = 1;
     const int32_t reason = reported_reason(hactl_swover_reason_get());
     rf_status_record current = {};
-    Reply reply = send_request({redundancy_status, CHM_REQ_GET}, nullptr, sizeof current,
+    Reply reply = send_request(redundancy_status, CHM_REQ_GET, nullptr, sizeof current,
                                Requester::event_handler);
     if (!reply.answered || reply.length < offsetof(rf_status_record, status_3)) {
         *send = 0;
@@ -137,7 +136,7 @@ netsnmp_variable_list* handle_notifications(void*, oid* trap_oid, size_t* trap_o
     const uint32_t uptime = uptime_now();
     bindings.add(sys_up_time, scalar, ASN_TIMETICKS, &uptime, sizeof uptime);
     bindings.add(reason_code, scalar, ASN_INTEGER, &reason, sizeof reason);
-    name_notification(switchover, trap_oid, trap_oid_length);
+    name_notification({quarn_rf_mib_variables_oid, 1}, trap_oid, trap_oid_length);
     return bindings.first;
 }
 
@@ -152,10 +151,7 @@ constexpr MibModule quarn_rf_mib("quarn_rf_mib", quarn_rf_mib_variables, quarn_r
 
 CHM_ENTRY_POINT void init_quarn_rf_mib()
 {
-    print_enter(__func__);
-    register_variables(quarn_rf_mib, __func__, __FILE__, __LINE__);
-    register_handlers(quarn_rf_mib);
-    print_exit(__func__);
+    init_module(quarn_rf_mib, __func__, __FILE__, __LINE__);
 }
 
 CHM_ENTRY_POINT void deinit_quarn_rf_mib()

@@ -58,7 +58,5 @@ CHM_ENTRY_POINT void init_quarn_rf_supp_mib()
 
 CHM_ENTRY_POINT void deinit_quarn_rf_supp_mib()
 {
-    print_enter(__func__);
-    unregister_variables(quarn_rf_supp_mib);
-    print_exit(__func__);
+    deinit_module(quarn_rf_supp_mib, __func__);
 }

@@ -176,14 +176,10 @@ constexpr MibModule quarn_ts_mib("quarn_ts_mib", quarn_ts_mib_variables,
 
 CHM_ENTRY_POINT void init_quarn_ts_mib()
 {
-    print_enter(__func__);
-    register_variables(quarn_ts_mib, __func__, __FILE__, __LINE__);
-    print_exit(__func__);
+    init_module(quarn_ts_mib, __func__, __FILE__, __LINE__);
 }
 
 CHM_ENTRY_POINT void deinit_quarn_ts_mib()
 {
-    print_enter(__func__);
-    unregister_variables(quarn_ts_mib);
-    print_exit(__func__);
+    deinit_module(quarn_ts_mib, __func__);
 }

@@ -43,28 +43,15 @@ struct Reply {
     }
 };
 
-/// What a request is sent with, and what it is sent for.
-struct RequestCall {
-    uint32_t opcode;
-    uint32_t req_class;
-    chm_req_operation operation;
-
-    template <typename Record>
-    RequestCall(const Request<Record>& request, chm_req_operation what)
-        : opcode(request.opcode), req_class(request.req_class), operation(what)
-    {
-    }
-};
-
 /// Sends a request.
 ///
 /// @param payload a record, or null for none
 /// @param length  its size in bytes; without one 0, or the size of what is expected
-Reply send_request(const RequestCall& call, void* payload, uint32_t length,
-                   Requester requester = Requester::snmp_request);
+Reply send_request(const RequestCode& code, chm_req_operation operation, void* payload,
+                   uint32_t length, Requester requester = Requester::snmp_request);
 
 /// Sends a SET, for which no response is asked. @return 0, or the platform's result code
-int32_t send_write(const RequestCall& call, void* payload, uint32_t length);
+int32_t send_write(const RequestCode& code, void* payload, uint32_t length);
 
 /// Records a write that the platform refused.
 void log_failed_write(int32_t result);
@@ -79,7 +66,7 @@ Reply exchange(const Request<Record>& request, chm_req_operation operation,
                std::type_identity_t<Record>& record, Requester requester = Requester::snmp_request,
                TakeResponse take = TakeResponse::on_success)
 {
-    Reply reply = send_request({request, operation}, &record, sizeof record, requester);
+    Reply reply = send_request(request, operation, &record, sizeof record, requester);
     if (reply.response && (reply.succeeded() || take == TakeResponse::always)) {
         reply.take_into(record);
     }
@@ -90,7 +77,7 @@ Reply exchange(const Request<Record>& request, chm_req_operation operation,
 template <typename Scalar>
 std::optional<Scalar> read_scalar(const Request<Scalar>& request)
 {
-    Reply reply = send_request({request, CHM_REQ_GET}, nullptr, 0);
+    Reply reply = send_request(request, CHM_REQ_GET, nullptr, 0);
     if (!reply.succeeded() || !reply.answered || reply.length < sizeof(Scalar)) {
         return std::nullopt;
     }
@@ -103,7 +90,7 @@ std::optional<Scalar> read_scalar(const Request<Scalar>& request)
 template <typename Record>
 int32_t send_record(const Request<Record>& request, std::type_identity_t<Record>& record)
 {
-    return send_write({request, CHM_REQ_SET}, &record, sizeof record);
+    return send_write(request, &record, sizeof record);
 }
 
 /// Writes a whole record; a refusal is recorded. @return 0, or the platform's result code

@@ -10,7 +10,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
+#include <cstring>
 #include <optional>
 
 /// Result of a lookup whose request cannot name a row of the column.
@@ -23,34 +23,32 @@ struct RowRequest {
     oid* name;      ///< the name asked for; rewritten to the row found; room for MAX_OID_LEN
     size_t* length; ///< of the name in sub-identifiers; rewritten too
     bool exact;     ///< GET, else GETNEXT
+    /// The name is an instance of the column.
+    bool within_column = *length > column_length&& std::equal(column, column + column_length, name);
 
     chm_req_operation operation() const { return exact ? CHM_REQ_GET : CHM_REQ_GETNEXT; }
-
-    /// True when the name is an instance of the column.
-    bool within_column() const
-    {
-        return *length > column_length && std::equal(column, column + column_length, name);
-    }
 };
 
-/// The index of a row: the sub-identifiers of its key, in their order in a name.
+/// The index of a row: sub-identifiers in their order in a name.
 template <typename Row>
-using RowIndex = std::array<uint32_t, std::size(row_key<Row>)>;
+using RowIndex = std::array<uint32_t, row_key<Row>>;
 
 template <typename Row>
 RowIndex<Row> index_of(const Row& row)
 {
+    std::array<be_uint32, row_key<Row>> key;
+    memcpy(&key, &row, sizeof key);
     RowIndex<Row> index;
-    std::ranges::transform(row_key<Row>, index.begin(), [&](auto field) { return row.*field; });
+    std::ranges::copy(key, index.begin());
     return index;
 }
 
 template <typename Row>
 void set_index(Row& row, const RowIndex<Row>& index)
 {
-    for (size_t i = 0; i < index.size(); ++i) {
-        row.*row_key<Row>[i] = index[i];
-    }
+    std::array<be_uint32, row_key<Row>> key;
+    std::ranges::copy(index, key.begin());
+    memcpy(&row, &key, sizeof key);
 }
 
 /// What a table makes of a request whose name sorts after all of its column.
@@ -69,7 +67,7 @@ std::optional<RowIndex<Row>> requested_index(const RowRequest& request, NameBeyo
     if (request.exact && given > index.size()) {
         return std::nullopt;
     }
-    if (request.within_column()) {
+    if (request.within_column) {
         const oid* first = request.name + request.column_length;
         std::transform(first, first + std::min(given, index.size()), index.begin(),
                        [](oid sub_identifier) { return static_cast<uint32_t>(sub_identifier); });
@@ -88,7 +86,7 @@ template <size_t Count>
 int32_t name_row(const RowRequest& request, const std::array<uint32_t, Count>& index)
 {
     oid* const index_in_name = request.name + request.column_length;
-    if (!request.exact && request.within_column() &&
+    if (!request.exact && request.within_column &&
         !std::lexicographical_compare(index_in_name, request.name + *request.length, index.begin(),
                                       index.end())) {
         return no_row;

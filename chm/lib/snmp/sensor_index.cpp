@@ -4,17 +4,29 @@
 #include "pdb.h"
 #include "trace.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
 
 constexpr uint32_t first_block = transceiver_block(0, 0);
-constexpr uint32_t indexes_per_port = transceiver_block(0, 1) - first_block;
-constexpr uint32_t indexes_per_slot = transceiver_block(1, 0) - first_block;
+constexpr int32_t indexes_per_port = transceiver_block(0, 1) - first_block;
+constexpr int32_t indexes_per_slot = transceiver_block(1, 0) - first_block;
 
-/// The distance of an index from its slot's first block, negative before the first slot's.
-int32_t offset_in_slot(uint32_t index, uint32_t slot)
+/// The distance of an index from the first block of a slot, negative before the first slot's.
+int32_t offset_from(uint32_t slot, uint32_t index)
 {
-    return static_cast<int32_t>(index - slot * indexes_per_slot - first_block);
+    return static_cast<int32_t>(index - transceiver_block(slot, 0));
 }
+
+uint32_t slot_of(uint32_t index)
+{
+    return static_cast<uint32_t>(offset_from(0, index) / indexes_per_slot);
+}
+
+/// In the order of ent_cache_sensor.
+constexpr int32_t sensor_codes[CACHE_SENSORS] = {SFP_VOLTAGE, SFP_CURRENT, SFP_TEMPERATURE,
+                                                 SFP_RX_POWER, SFP_TX_POWER};
 
 /// The identifier of the card in a slot, 0 for none.
 uint16_t card_id_in(uint32_t slot)
@@ -29,54 +41,36 @@ uint16_t card_id_in(uint32_t slot)
 
 int32_t chm_snmp_entity_to_sensor_slot_num(const uint32_t* entPhyIndex)
 {
-    return static_cast<int32_t>(*entPhyIndex - first_block) /
-           static_cast<int32_t>(indexes_per_slot);
+    return static_cast<int32_t>(slot_of(*entPhyIndex));
 }
 
 int32_t chm_snmp_entity_to_port_num(const uint32_t* entPhyIndex, const uint32_t* slot)
 {
-    return offset_in_slot(*entPhyIndex, *slot) / static_cast<int32_t>(indexes_per_port);
+    return offset_from(*slot, *entPhyIndex) / indexes_per_port;
 }
 
 int32_t get_port_sensor_type_from_entPhyIndex(const uint32_t* entPhyIndex)
 {
-    const auto slot = static_cast<uint32_t>(chm_snmp_entity_to_sensor_slot_num(entPhyIndex));
-    return offset_in_slot(*entPhyIndex, slot) % static_cast<int32_t>(indexes_per_port) + 1;
+    return offset_from(slot_of(*entPhyIndex), *entPhyIndex) % indexes_per_port + 1;
 }
 
 int32_t chm_is_port_sfp_sens_type_valid(int32_t code)
 {
     CHM_TRACE("%s: ent_sen_type = %d, %d, %d, %d, %d, %d\n", __func__, code, SFP_VOLTAGE,
               SFP_CURRENT, SFP_TEMPERATURE, SFP_RX_POWER, SFP_TX_POWER);
-    switch (code) {
-    case SFP_VOLTAGE:
-    case SFP_CURRENT:
-    case SFP_TEMPERATURE:
-    case SFP_RX_POWER:
-    case SFP_TX_POWER:
-        return 1;
-    default:
-        return 0;
-    }
+    constexpr uint32_t valid = 1U << SFP_VOLTAGE | 1U << SFP_CURRENT | 1U << SFP_TEMPERATURE |
+                               1U << SFP_RX_POWER | 1U << SFP_TX_POWER;
+    return code >= 0 && code < 32 && (valid >> code & 1) != 0 ? 1 : 0;
 }
 
 int32_t chm_match_ent_sensor_type(int32_t code)
 {
-    switch (code) {
-    case SFP_VOLTAGE:
-        return CACHE_VOLTAGE;
-    case SFP_CURRENT:
-        return CACHE_CURRENT;
-    case SFP_TEMPERATURE:
-        return CACHE_TEMPERATURE;
-    case SFP_RX_POWER:
-        return CACHE_RX_POWER;
-    case SFP_TX_POWER:
-        return CACHE_TX_POWER;
-    default:
+    const auto* found = std::ranges::find(sensor_codes, code);
+    if (found == std::end(sensor_codes)) {
         CHM_TRACE("%s: invalid sens type = %d\n", __func__, code);
         return CACHE_SENSOR_INVALID;
     }
+    return static_cast<int32_t>(found - sensor_codes);
 }
 
 int32_t chm_is_entity_sensor_threshold_value_valid(int32_t threshold)
@@ -86,7 +80,7 @@ int32_t chm_is_entity_sensor_threshold_value_valid(int32_t threshold)
 
 uint32_t get_if_index_from_entPhyIndex(const uint32_t* entPhyIndex)
 {
-    const auto slot = static_cast<uint32_t>(chm_snmp_entity_to_sensor_slot_num(entPhyIndex));
+    const uint32_t slot = slot_of(*entPhyIndex);
     const int32_t port = chm_snmp_entity_to_port_num(entPhyIndex, &slot);
     const uint16_t card_id = card_id_in(slot);
     CHM_TRACE("%s: slot_num= %d, port_num = 0x%xsw_card_id = %d\n", __func__, slot, port, card_id);

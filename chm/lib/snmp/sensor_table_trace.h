@@ -3,93 +3,104 @@
 #pragma once
 
 #include "port_manager.h"
-#include "row_lookup.h"
 #include "sensor_index.h"
 #include "trace.h"
-#include "wire/physical_index.h"
+#include "wire/requests.h"
 
 #include <cstdint>
 
-/// The points of the way; a table traces at some of them.
+/// The points where not every table traces.
 struct Untraced {
-    // The table's lookup.
-    static void request(chm_req_operation /*operation*/, const auto& /*row*/) {}
-    static void transceiver_result(const auto& /*row*/, int32_t /*result*/) {}
-    // Its transceiver half.
-    static void transceiver_request(const auto& /*found*/) {}
+    static void request(chm_req_operation /*operation*/, uint32_t /*index*/) {}
+    static void transceiver_result(uint32_t /*index*/, int32_t /*result*/) {}
+    static void transceiver_request(uint32_t /*index*/) {}
     static void step(const auto& /*found*/) {}
-    static void place(const auto& /*found*/, const SensorPlace& /*place*/) {}
-    static void port(const auto& /*found*/, const SensorPlace& /*place*/, uint8_t /*type*/) {}
-    static void unmatched_port(const auto& /*found*/, const SensorPlace& /*place*/,
-                               uint8_t /*type*/)
+    static void place(uint32_t /*index*/, const SensorPlace& /*place*/) {}
+    static void port(uint32_t /*index*/, const SensorPlace& /*place*/, uint8_t /*type*/) {}
+    static void unmatched_port(uint32_t /*index*/, const SensorPlace& /*place*/, uint8_t /*type*/)
     {
     }
     static void fetched(const auto& /*half*/, const SensorPlace& /*place*/, uint8_t /*type*/) {}
 };
 
 struct PhysicalTrace : Untraced {
-    static constexpr const char* function = "entPhysicalTable_trans_sensor";
-    using Found = ent_sensor_value_rec;
+    static constexpr const char* half = "entPhysicalTable_trans_sensor";
 
-    static void transceiver_request(const Found& found)
+    static void transceiver_request(uint32_t index)
     {
-        CHM_TRACE("%s/%d entry.entPhysicalIndex %d\n", function, __LINE__,
-                  found.entPhysicalIndex.value());
+        CHM_TRACE("%s/%d entry.entPhysicalIndex %d\n", half, __LINE__, index);
     }
 
-    static void step(const Found& found)
+    static void step(const ent_sensor_value_rec& found)
     {
-        CHM_TRACE("%s/%d entry.entPhysicalIndex %d\n", function, __LINE__,
-                  found.entPhysicalIndex.value());
+        transceiver_request(found.entPhysicalIndex);
     }
 
-    static void below_range(const Found& found)
+    static void below_range(uint32_t index)
     {
-        CHM_TRACE("%s/%d RET lesser value!  entPhyIndex = %d, ", function, __LINE__,
-                  found.entPhysicalIndex.value());
+        CHM_TRACE("%s/%d RET lesser value!  entPhyIndex = %d, ", half, __LINE__, index);
     }
 
-    static void port(const Found& found, const SensorPlace& place, uint8_t type)
+    static void port(uint32_t index, const SensorPlace& place, uint8_t type)
     {
-        CHM_TRACE("%s/%d: entPhyIndex = %d, ifIndex = 0x%x, sensor_type = %d,port_type:%d\n",
-                  function, __LINE__, found.entPhysicalIndex.value(), place.if_index, place.code,
-                  type);
+        CHM_TRACE("%s/%d: entPhyIndex = %d, ifIndex = 0x%x, sensor_type = %d,port_type:%d\n", half,
+                  __LINE__, index, place.if_index, place.code, type);
     }
 
-    static void unmatched_port(const Found& found, const SensorPlace& place, uint8_t type)
+    static void unmatched_port(uint32_t index, const SensorPlace& place, uint8_t type)
     {
         CHM_TRACE("%s/%d: entPhyIndex = %d, ifIndex = 0x%x, sensor_type = %d, unmatched port "
                   "type:%d, NO_ENTRY\n",
-                  function, __LINE__, found.entPhysicalIndex.value(), place.if_index, place.code,
-                  type);
+                  half, __LINE__, index, place.if_index, place.code, type);
     }
 
-    static void failed_fetch(const Found& /*found*/, uint32_t status)
+    static void failed_fetch(uint32_t /*index*/, uint32_t status)
     {
-        CHM_TRACE("%s/%d: call to get fcot info failed, retcode = 0x%x\n", function, __LINE__,
-                  status);
+        CHM_TRACE("%s/%d: call to get fcot info failed, retcode = 0x%x\n", half, __LINE__, status);
     }
 
-    static void fetched(const auto& half, const SensorPlace& place, uint8_t type)
+    static void fetched(const auto& fetch, const SensorPlace& place, uint8_t type)
     {
         CHM_TRACE("%s/%d: entPhyIndex = %d, ifIndex = 0x%x, sensor_type = %d,port_type:%d, got "
                   "transceiver mib,num_ports:%d, DiagMonType:%d\n",
-                  function, __LINE__, half.found.entPhysicalIndex.value(), place.if_index,
-                  place.code, type, half.count, half.fcot_res[PM_FCOT_DIAG_MON_TYPE]);
+                  half, __LINE__, fetch.found.entPhysicalIndex.value(), place.if_index, place.code,
+                  type, fetch.count, fetch.fcot_res[PM_FCOT_DIAG_MON_TYPE]);
     }
 };
 
 struct ValueTrace : Untraced {
     static constexpr const char* lookup = "header_entSensorValueTable";
     static constexpr const char* half = "entSensorValueTable_trans_sensor";
-    using Row = ent_sensor_value_rec;
 
-    static void request(chm_req_operation operation, const Row& row)
+    static void request(chm_req_operation operation, uint32_t index)
     {
         if (operation == CHM_REQ_GETNEXT) {
-            CHM_TRACE("%s: came with GETNEXT_REQ EPI= %d\n", lookup, row.entPhysicalIndex.value());
+            CHM_TRACE("%s: came with GETNEXT_REQ EPI= %d\n", lookup, index);
         }
-        CHM_TRACE("%s/%d: entPhyIndex = %d ", lookup, __LINE__, row.entPhysicalIndex.value());
+        platform_row(index);
+    }
+
+    static void platform_row(uint32_t index)
+    {
+        CHM_TRACE("%s/%d: entPhyIndex = %d ", lookup, __LINE__, index);
+    }
+
+    static void no_platform_row(uint32_t index, int32_t /*result*/)
+    {
+        CHM_TRACE("%s/%d: came with no_entry, ent_phy_index = %d\n", lookup, __LINE__, index);
+        ranges(lookup);
+    }
+
+    static void transceiver_result(uint32_t index, int32_t result)
+    {
+        CHM_TRACE("%s/%d: entPhyIndex = %d ret_code %d", lookup, __LINE__, index, result);
+    }
+
+    static void transceiver_request(uint32_t index)
+    {
+        CHM_TRACE("%s/%d: entry->entPhysicalIndex = %d sfp_diag_entry.entPhysicalIndex = %d\n",
+                  half, __LINE__, index, index);
+        ranges(half);
     }
 
     static void ranges(const char* function)
@@ -100,55 +111,30 @@ struct ValueTrace : Untraced {
                   ENTITY_PORT_SFP_SENSOR_START, ENTITY_PORT_SFP_SENSOR_END);
     }
 
-    static void platform_row(const Row& row)
-    {
-        CHM_TRACE("%s/%d: entPhyIndex = %d ", lookup, __LINE__, row.entPhysicalIndex.value());
-    }
-
-    static void no_platform_row(const Row& row, int32_t /*result*/)
-    {
-        CHM_TRACE("%s/%d: came with no_entry, ent_phy_index = %d\n", lookup, __LINE__,
-                  row.entPhysicalIndex.value());
-        ranges(lookup);
-    }
-
-    static void transceiver_result(const Row& row, int32_t result)
-    {
-        CHM_TRACE("%s/%d: entPhyIndex = %d ret_code %d", lookup, __LINE__,
-                  row.entPhysicalIndex.value(), result);
-    }
-
-    static void transceiver_request(const Row& found)
-    {
-        CHM_TRACE("%s/%d: entry->entPhysicalIndex = %d sfp_diag_entry.entPhysicalIndex = %d\n",
-                  half, __LINE__, found.entPhysicalIndex.value(), found.entPhysicalIndex.value());
-        ranges(half);
-    }
-
-    static void below_range(const Row& found)
+    static void below_range(uint32_t index)
     {
         CHM_TRACE("lesser value! %s/%d: sfp_diag_entry.entPhysicalIndex = %d, ", half, __LINE__,
-                  found.entPhysicalIndex.value());
+                  index);
     }
 
-    static void place(const Row& found, const SensorPlace& place)
+    static void place(uint32_t index, const SensorPlace& place)
     {
         CHM_TRACE("%s/%d: sfp_diag_entry.entPhysicalIndex = %d, ifIndex = 0x%x, "
                   "sensor_type = %d\n",
-                  half, __LINE__, found.entPhysicalIndex.value(), place.if_index, place.code);
+                  half, __LINE__, index, place.if_index, place.code);
     }
 
-    static void unmatched_port(const Row& found, const SensorPlace& place, uint8_t type)
+    static void unmatched_port(uint32_t index, const SensorPlace& place, uint8_t type)
     {
         CHM_TRACE("%s/%d: sfp_diag_entry.entPhysicalIndex = %d, ifIndex = 0x%x, "
                   "sensor_type = %d, unmatched port type:%d, NO_ENTRY\n",
-                  half, __LINE__, found.entPhysicalIndex.value(), place.if_index, place.code, type);
+                  half, __LINE__, index, place.if_index, place.code, type);
     }
 
-    static void failed_fetch(const Row& found, uint32_t status)
+    static void failed_fetch(uint32_t index, uint32_t status)
     {
         CHM_TRACE("%s/%d: FALIED EPI for sfp_diag_entry.entPhysicalIndex = %d\n", half, __LINE__,
-                  found.entPhysicalIndex.value());
+                  index);
         CHM_TRACE("%s/%d: call to get fcot info failed, retcode = 0x%x\n", half, __LINE__, status);
     }
 };
@@ -156,42 +142,39 @@ struct ValueTrace : Untraced {
 struct ThresholdTrace : Untraced {
     static constexpr const char* lookup = "header_entSensorThresholdTable";
     static constexpr const char* half = "entSensorThresholdTable_trans_sensor";
-    using Row = ent_sensor_thresh_rec;
 
-    static void platform_row(const Row& row)
+    static void platform_row(uint32_t index)
     {
-        CHM_TRACE("%s: NORMAL, ent_phy_index = %d,ret_code:%d\n", lookup,
-                  row.entPhysicalIndex.value(), PLATFORM_OK);
+        CHM_TRACE("%s: NORMAL, ent_phy_index = %d,ret_code:%d\n", lookup, index, PLATFORM_OK);
     }
 
-    static void no_platform_row(const Row& row, int32_t result)
+    static void no_platform_row(uint32_t index, int32_t result)
     {
         if (result == PLATFORM_NO_SUCH_ENTRY) {
-            CHM_TRACE("%s: came with no_entry, ent_phy_index = %d\n", lookup,
-                      row.entPhysicalIndex.value());
+            CHM_TRACE("%s: came with no_entry, ent_phy_index = %d\n", lookup, index);
         }
     }
 
-    static void step(const Row& found)
+    static void step(const ent_sensor_thresh_rec& found)
     {
         CHM_TRACE("%s: sens_thresh = %d, entPhyIndex = %d\n", half, found.sensor_thrsh.value(),
                   found.entPhysicalIndex.value());
     }
 
-    static void below_range(const Row& found)
+    static void below_range(uint32_t index)
     {
-        CHM_TRACE("lesser value! %s: entPhyIndex = %d, ", half, found.entPhysicalIndex.value());
+        CHM_TRACE("lesser value! %s: entPhyIndex = %d, ", half, index);
     }
 
-    static void place(const Row& found, const SensorPlace& place)
+    static void place(uint32_t index, const SensorPlace& place)
     {
-        CHM_TRACE("%s: entPhyIndex = %d, ifIndex = 0x%x, sensor_type = %d\n", half,
-                  found.entPhysicalIndex.value(), place.if_index, place.code);
+        CHM_TRACE("%s: entPhyIndex = %d, ifIndex = 0x%x, sensor_type = %d\n", half, index,
+                  place.if_index, place.code);
     }
 
-    static void failed_fetch(const Row& found, uint32_t status)
+    static void failed_fetch(uint32_t index, uint32_t status)
     {
-        CHM_TRACE("%s: FALIED EPI = %d\n", half, found.entPhysicalIndex.value());
+        CHM_TRACE("%s: FALIED EPI = %d\n", half, index);
         CHM_TRACE("%s: call to get fcot info failed, retcode = 0x%x\n", half, status);
     }
 };

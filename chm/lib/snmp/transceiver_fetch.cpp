@@ -9,8 +9,8 @@
 #include "sensor_index.h"
 #include "trace.h"
 
-#include <algorithm>
 #include <cstring>
+#include <optional>
 
 namespace {
 
@@ -23,20 +23,18 @@ struct Fetch {
     uint32_t index;    ///< of the sensor that it has come to
     uint32_t if_index; ///< of the sensor's port
     int32_t code;
-    be_uint32* reached; ///< the caller's index: the sensor whose port was read last
+    SlotPort place = {}; ///< of the port, once it has come to one
 };
 
 /// What the port manager answers for a port. A block has no length: it is as long as the port
-/// manager's contract says.
+/// manager's contract says, and holds integers in host order.
 struct PortAnswer {
-    int32_t result = PLATFORM_OK;
+    int32_t result;
     PlatformBlock block;
 
     bool has_block() const { return result == PLATFORM_OK && block; }
-
     const uint8_t* bytes() const { return static_cast<const uint8_t*>(block.get()); }
 
-    /// An integer of the block, which is in host order.
     uint32_t word_at(size_t offset) const
     {
         uint32_t word = 0;
@@ -52,17 +50,9 @@ PortAnswer ask(PortQuery* query, const Fetch& fetch, chm_req_operation operation
 {
     uint32_t if_index = fetch.if_index;
     void* response = nullptr;
-    PortAnswer answer;
-    answer.result =
+    const int32_t result =
         query(fetch.queue, operation, arg, &if_index, count, &response, USUAL_REQ_CLASS);
-    answer.block.reset(response);
-    return answer;
-}
-
-Fetch begin(const Fetch& fetch)
-{
-    CHM_TRACE("%s: if_index_for_sfp_info = 0x%x\n", fetch.name, fetch.if_index);
-    return fetch;
+    return {result, PlatformBlock(response)};
 }
 
 PortAnswer ask_port_config(const Fetch& fetch)
@@ -74,15 +64,20 @@ PortAnswer ask_port_config(const Fetch& fetch)
 bool has_readable_sensors(const Fetch& fetch)
 {
     const PortAnswer config = ask_port_config(fetch);
-    if (!config.has_block()) {
-        return false;
-    }
-    const uint32_t error = config.word_at(PM_PORT_CONFIG_ERROR);
+    const uint32_t error = config.has_block() ? config.word_at(PM_PORT_CONFIG_ERROR) : 0;
     if (error != 0) {
         chm_log_snmp_error(static_cast<int32_t>(error));
-        return false;
     }
-    return config.bytes()[PM_PORT_CONFIG_TRANSCEIVER] != 0;
+    return config.has_block() && error == 0 && config.bytes()[PM_PORT_CONFIG_TRANSCEIVER] != 0;
+}
+
+/// A failed query; the text names one call for all of them.
+uint32_t failed(const Fetch& fetch, int32_t result)
+{
+    CHM_TRACE("%s: pm_get_next_port_fcot_info_with_ddm call failed, ret_val = 0x%x, "
+              "if_index = 0x%x\n",
+              fetch.name, result, fetch.if_index);
+    return static_cast<uint32_t>(result);
 }
 
 /// Moves on to the first sensor of the next port that has some. A port manager that names the same
@@ -92,14 +87,8 @@ uint32_t move_to_next_port(Fetch& fetch)
     uint32_t count = 1;
     const PortAnswer next =
         ask(pm_get_next_port_fcot_info_with_ddm, fetch, CHM_REQ_GETNEXT, fetch.next_arg, &count);
-    if (next.result != PLATFORM_OK) {
-        CHM_TRACE("%s: pm_get_next_port_fcot_info_with_ddm call failed, ret_val = 0x%x, "
-                  "if_index = 0x%x\n",
-                  fetch.name, next.result, fetch.if_index);
-        return static_cast<uint32_t>(next.result);
-    }
     if (!next.has_block()) {
-        return FETCH_STUCK;
+        return next.result != PLATFORM_OK ? failed(fetch, next.result) : FETCH_STUCK;
     }
     const uint32_t next_if_index = next.word_at(0);
     if (next_if_index == fetch.if_index) {
@@ -139,21 +128,20 @@ uint32_t find_this_sensor(const Fetch& fetch)
 /// The first sensor from there on: another one of the port, else the first one of the next port.
 uint32_t find_next_sensor(Fetch& fetch)
 {
-    fetch.if_index = get_if_index_from_entPhyIndex(&fetch.index);
-    fetch.code = get_port_sensor_type_from_entPhyIndex(&fetch.index);
+    const SensorPlace place = sensor_place_of(fetch.index);
+    fetch.if_index = place.if_index;
+    fetch.code = place.code;
     while (!chm_is_port_sfp_sens_type_valid(fetch.code) &&
            fetch.index <= ENTITY_PORT_SFP_SENSOR_END && fetch.code <= LAST_SENSOR_CODE + 1) {
         ++fetch.code;
         ++fetch.index;
     }
-    if (fetch.code <= LAST_SENSOR_CODE && has_readable_sensors(fetch)) {
-        return FETCH_OK;
-    }
-    return move_to_next_port(fetch);
+    const bool here = fetch.code <= LAST_SENSOR_CODE && has_readable_sensors(fetch);
+    return here ? FETCH_OK : move_to_next_port(fetch);
 }
 
-/// Comes to the sensor of the request. Only indexes within the range stand for one: beyond it slots
-/// would repeat.
+/// Comes to the sensor of the request. Indexes outside the range are left out on purpose: beyond it
+/// the slots, of 8 bits, would repeat, and one sensor would have rows without end.
 uint32_t find_sensor(Fetch& fetch)
 {
     if (!is_transceiver_sensor(fetch.index)) {
@@ -169,7 +157,8 @@ struct PortRead {
 };
 
 /// Reads a port's diagnostics into its entry of the cache.
-PortRead read_port(const Fetch& fetch, const SlotPort& place, ent_cache_sensor traced)
+/// @param reached called once they are read
+PortRead read_port(const Fetch& fetch, ent_cache_sensor traced, auto reached)
 {
     void* diag = nullptr;
     void* aux = nullptr;
@@ -185,11 +174,11 @@ PortRead read_port(const Fetch& fetch, const SlotPort& place, ent_cache_sensor t
                   diagnostics_failed);
         return {static_cast<uint32_t>(result)};
     }
-    const auto [slot, port] = place;
+    const auto [slot, port] = fetch.place;
     CHM_TRACE("%s: pm_get_sfp_diag_info call success, ent_phyI = %d,slot_num:%d,port_num:%d, "
               "num_of_lanes:%d \n",
               fetch.name, fetch.index, slot, port, num_of_lanes);
-    *fetch.reached = fetch.index;
+    reached();
     sfp_cache_entry& entry = ent_cache_entry(slot, port);
     ent_cache_clear_entry(slot, port);
     // Lanes without an array cannot be converted.
@@ -208,29 +197,29 @@ PortRead read_port(const Fetch& fetch, const SlotPort& place, ent_cache_sensor t
 }
 
 /// Makes sure that the cache holds the diagnostics of the fetch's port.
-PortRead read_port_if_old(const Fetch& fetch, ent_cache_sensor traced)
+PortRead read_port_if_old(Fetch& fetch, ent_cache_sensor traced, auto reached)
 {
     const uint32_t now = get_snmp_user_uptime();
-    const SlotPort place = slot_port_of(fetch.if_index);
+    fetch.place = slot_port_of(fetch.if_index);
     CHM_TRACE("%s: slot and port for if_index = 0x%x are %dand %d\n", fetch.name, fetch.if_index,
-              place.slot, place.port);
+              fetch.place.slot, fetch.place.port);
     if (chm_is_sfp_cache_entry_present_and_current(fetch.if_index, now) == 1) {
         CHM_TRACE("%s: obtaining data from cache for if_index = 0x%x\n", fetch.name,
                   fetch.if_index);
         return {};
     }
-    return read_port(fetch, place, traced);
+    return read_port(fetch, traced, reached);
 }
 
 /// The number of the fetch's sensor in the cache; none for an index that is no sensor.
-bool find_cached_sensor(const Fetch& fetch, uint32_t& sensor)
+std::optional<uint32_t> cached_sensor(const Fetch& fetch)
 {
-    sensor = static_cast<uint32_t>(chm_match_ent_sensor_type(fetch.code));
-    if (sensor < CACHE_SENSORS) {
-        return true;
+    const auto sensor = static_cast<uint32_t>(chm_match_ent_sensor_type(fetch.code));
+    if (sensor >= CACHE_SENSORS) {
+        CHM_TRACE("%s: invalid cache sensor\n", fetch.name);
+        return std::nullopt;
     }
-    CHM_TRACE("%s: invalid cache sensor\n", fetch.name);
-    return false;
+    return sensor;
 }
 
 /// Reads what the port manager knows of the port's transceiver.
@@ -238,44 +227,12 @@ uint32_t read_transceiver_info(const Fetch& fetch, uint32_t* count, uint8_t* fco
 {
     const PortAnswer info = ask(pm_cmi_get_fcot_info, fetch, CHM_REQ_GET, 1, count);
     if (info.result != PLATFORM_OK) {
-        // The text names another call; it is the one that the switch has always written here.
-        CHM_TRACE("%s: pm_get_next_port_fcot_info_with_ddm call failed, ret_val = 0x%x, "
-                  "if_index = 0x%x\n",
-                  fetch.name, info.result, fetch.if_index);
-        return static_cast<uint32_t>(info.result);
+        return failed(fetch, info.result);
     }
     if (info.block) {
         CHM_TRACE("%s:Copying values in fcot_res \n", fetch.name);
         __memcpy_to_buf(PM_FCOT_INFO_SIZE, fcot_res, info.block.get(), PM_FCOT_INFO_SIZE);
     }
-    return FETCH_OK;
-}
-
-uint32_t take_value(const Fetch& fetch, ent_sensor_value_rec* out)
-{
-    uint32_t sensor = 0;
-    if (!find_cached_sensor(fetch, sensor)) {
-        return FETCH_NO_SENSOR;
-    }
-    const auto [slot, port] = slot_port_of(fetch.if_index);
-    ent_get_entry_from_cache(out, slot, port, sensor);
-    out->entPhysicalIndex = fetch.index;
-    return FETCH_OK;
-}
-
-uint32_t take_threshold(const Fetch& fetch, uint32_t threshold, ent_sensor_thresh_rec* out)
-{
-    uint32_t sensor = 0;
-    if (!find_cached_sensor(fetch, sensor)) {
-        return FETCH_NO_SENSOR;
-    }
-    const auto [slot, port] = slot_port_of(fetch.if_index);
-    ent_get_thrsh_entry_from_cache(out, slot, port, sensor, threshold - 1);
-    CHM_TRACE("%s: get_thrsh_entry_from_cache for slot_num = %d, port_num = %d, "
-              "ent_cache_sensor = %d, sensor_thrsh = %d, ",
-              fetch.name, slot, port, sensor, threshold);
-    out->entPhysicalIndex = fetch.index;
-    out->sensor_thrsh = threshold;
     return FETCH_OK;
 }
 
@@ -285,21 +242,32 @@ uint32_t ent_cmi_get_fcot_info(uint32_t queue, int32_t op, uint32_t next_arg, co
                                const uint32_t* if_index, const int32_t* code, uint32_t* count,
                                uint8_t* fcot_res, ent_sensor_value_rec* out)
 {
-    Fetch fetch = begin({__func__, queue, op == CHM_REQ_GET, next_arg, *in, *if_index, *code,
-                         &out->entPhysicalIndex});
+    Fetch fetch = {__func__, queue, op == CHM_REQ_GET, next_arg, *in, *if_index, *code};
+    CHM_TRACE("%s: if_index_for_sfp_info = 0x%x\n", fetch.name, fetch.if_index);
     uint32_t status = find_sensor(fetch);
     while (status == FETCH_OK) {
         status = read_transceiver_info(fetch, count, fcot_res);
         if (status != FETCH_OK) {
-            break;
+            return status;
         }
-        const PortRead read = read_port_if_old(fetch, CACHE_CURRENT);
-        if (read.converted || fetch.exact) {
-            return read.status != FETCH_OK ? read.status : take_value(fetch, out);
+        const PortRead read =
+            read_port_if_old(fetch, CACHE_CURRENT, [&] { out->entPhysicalIndex = fetch.index; });
+        if (!read.converted && !fetch.exact) {
+            // A walk passes by a port that makes no sense, and keeps nothing of its transceiver.
+            memset(fcot_res, 0, PM_FCOT_INFO_SIZE);
+            status = move_to_next_port(fetch);
+            continue;
         }
-        // A walk passes by a port that makes no sense, and keeps nothing of its transceiver.
-        memset(fcot_res, 0, PM_FCOT_INFO_SIZE);
-        status = move_to_next_port(fetch);
+        if (read.status != FETCH_OK) {
+            return read.status;
+        }
+        const auto sensor = cached_sensor(fetch);
+        if (!sensor) {
+            return FETCH_NO_SENSOR;
+        }
+        ent_get_entry_from_cache(out, fetch.place.slot, fetch.place.port, *sensor);
+        out->entPhysicalIndex = fetch.index;
+        return FETCH_OK;
     }
     return status;
 }
@@ -309,21 +277,36 @@ uint32_t ent_cmi_get_fcot_threshold(uint32_t queue, int32_t op, uint32_t next_ar
                                     const int32_t* thresh, const int32_t* code, uint32_t* /*count*/,
                                     void* /*info*/, ent_sensor_thresh_rec* out)
 {
-    const uint32_t asked_for = *in;
-    Fetch fetch = begin({__func__, queue, op == CHM_REQ_GET, next_arg, *in, *if_index, *code,
-                         &out->entPhysicalIndex});
+    Fetch fetch = {__func__, queue, op == CHM_REQ_GET, next_arg, *in, *if_index, *code};
+    CHM_TRACE("%s: if_index_for_sfp_info = 0x%x\n", fetch.name, fetch.if_index);
     if (!chm_is_entity_sensor_threshold_value_valid(*thresh)) {
         CHM_TRACE("%s: invalid sensor_thrsh = %d\n", fetch.name, *thresh);
         return FETCH_NOT_FOUND;
     }
+    const uint32_t asked_for = fetch.index;
     uint32_t status = find_sensor(fetch);
-    if (status == FETCH_OK) {
-        status = read_port_if_old(fetch, CACHE_VOLTAGE).status;
-    }
     if (status != FETCH_OK) {
         return status;
     }
     // On another sensor than the one asked for the thresholds begin anew: none is skipped.
     const auto threshold = static_cast<uint32_t>(fetch.index == asked_for ? *thresh : 1);
-    return take_threshold(fetch, threshold, out);
+    const auto reached = [&] {
+        out->entPhysicalIndex = fetch.index;
+        out->sensor_thrsh = threshold;
+    };
+    status = read_port_if_old(fetch, CACHE_VOLTAGE, reached).status;
+    if (status != FETCH_OK) {
+        return status;
+    }
+    const auto sensor = cached_sensor(fetch);
+    if (!sensor) {
+        return FETCH_NO_SENSOR;
+    }
+    const auto [slot, port] = fetch.place;
+    ent_get_thrsh_entry_from_cache(out, slot, port, *sensor, threshold - 1);
+    CHM_TRACE("%s: get_thrsh_entry_from_cache for slot_num = %d, port_num = %d, "
+              "ent_cache_sensor = %d, sensor_thrsh = %d, ",
+              fetch.name, slot, port, *sensor, threshold);
+    reached();
+    return FETCH_OK;
 }

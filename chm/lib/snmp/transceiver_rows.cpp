@@ -23,9 +23,8 @@ struct ValueFetch {
     uint8_t fcot_res[PM_FCOT_INFO_SIZE] = {};
     uint32_t count = 1;
 
-    uint32_t fetch(chm_req_operation operation, const SensorPlace& place)
+    uint32_t fetch(chm_req_operation operation, uint32_t index, const SensorPlace& place)
     {
-        const uint32_t index = found.entPhysicalIndex;
         return ent_cmi_get_fcot_info(ipcx_response_q, operation, 1, &index, &place.if_index,
                                      &place.code, &count, fcot_res, &found);
     }
@@ -34,10 +33,10 @@ struct ValueFetch {
 struct PhysicalHalf : ValueFetch {
     using Trace = PhysicalTrace;
 
-    void step()
+    static RowIndex<ent_sensor_value_rec> next(const RowIndex<ent_sensor_value_rec>& index)
     {
-        const bool within = found.entPhysicalIndex > ENTITY_PORT_SFP_SENSOR_START;
-        found.entPhysicalIndex = within ? found.entPhysicalIndex + 1 : ENTITY_PORT_SFP_SENSOR_START;
+        constexpr uint32_t start = ENTITY_PORT_SFP_SENSOR_START;
+        return {index[0] > start ? index[0] + 1 : start};
     }
 
     void deliver(ent_phys_entry& row) const
@@ -49,11 +48,10 @@ struct PhysicalHalf : ValueFetch {
 struct ValueHalf : ValueFetch {
     using Trace = ValueTrace;
 
-    void step()
+    static RowIndex<ent_sensor_value_rec> next(const RowIndex<ent_sensor_value_rec>& index)
     {
-        const bool from_below = found.entPhysicalIndex < ENTITY_PORT_SFP_SENSOR_START;
-        found.entPhysicalIndex =
-            from_below ? ENTITY_PORT_SFP_SENSOR_START : found.entPhysicalIndex + 1;
+        constexpr uint32_t start = ENTITY_PORT_SFP_SENSOR_START;
+        return {index[0] < start ? start : index[0] + 1};
     }
 
     void deliver(ent_sensor_value_rec& row) const { row = found; }
@@ -61,23 +59,20 @@ struct ValueHalf : ValueFetch {
 
 struct ThresholdHalf {
     using Trace = ThresholdTrace;
-
     ent_sensor_thresh_rec found = {};
 
-    void step()
+    static RowIndex<ent_sensor_thresh_rec> next(const RowIndex<ent_sensor_thresh_rec>& index)
     {
-        if (found.entPhysicalIndex < ENTITY_PORT_SFP_SENSOR_START) {
-            set_index(found, {ENTITY_PORT_SFP_SENSOR_START, 1});
-        } else if (found.sensor_thrsh < SENSOR_THRESHOLDS) { // unsigned, as sub-identifiers are
-            found.sensor_thrsh = found.sensor_thrsh + 1;
-        } else {
-            set_index(found, {found.entPhysicalIndex + 1, 1});
+        if (index[0] < ENTITY_PORT_SFP_SENSOR_START) {
+            return {ENTITY_PORT_SFP_SENSOR_START, 1};
         }
+        const bool more = index[1] < SENSOR_THRESHOLDS; // unsigned, as sub-identifiers are
+        return more ? RowIndex<ent_sensor_thresh_rec>{index[0], index[1] + 1}
+                    : RowIndex<ent_sensor_thresh_rec>{index[0] + 1, 1};
     }
 
-    uint32_t fetch(chm_req_operation operation, const SensorPlace& place)
+    uint32_t fetch(chm_req_operation operation, uint32_t index, const SensorPlace& place)
     {
-        const uint32_t index = found.entPhysicalIndex;
         const auto threshold = static_cast<int32_t>(found.sensor_thrsh.value());
         uint32_t count = 1;
         return ent_cmi_get_fcot_threshold(ipcx_response_q, operation, 1, &index, &place.if_index,
@@ -92,27 +87,30 @@ int32_t find_transceiver_row(chm_req_operation operation, Row& row)
 {
     using Trace = typename Half::Trace;
     Half half;
-    set_index(half.found, index_of(row));
-    Trace::transceiver_request(half.found);
+    auto index = index_of(row);
+    Trace::transceiver_request(index[0]);
     if (operation == CHM_REQ_GETNEXT) {
-        half.step();
+        index = Half::next(index);
+    }
+    set_index(half.found, index);
+    if (operation == CHM_REQ_GETNEXT) {
         Trace::step(half.found);
     }
-    if (half.found.entPhysicalIndex <= ENTITY_SENSOR_END) {
-        Trace::below_range(half.found);
+    if (index[0] <= ENTITY_SENSOR_END) {
+        Trace::below_range(index[0]);
         return no_row;
     }
-    const SensorPlace place = sensor_place_of(half.found.entPhysicalIndex);
-    Trace::place(half.found, place);
+    const SensorPlace place = sensor_place_of(index[0]);
+    Trace::place(index[0], place);
     const uint8_t port_type = port_type_of(place.if_index);
-    Trace::port(half.found, place, port_type);
+    Trace::port(index[0], place, port_type);
     if (!may_hold_transceiver(port_type)) {
-        Trace::unmatched_port(half.found, place, port_type);
+        Trace::unmatched_port(index[0], place, port_type);
         return PLATFORM_NO_SUCH_ENTRY;
     }
-    const uint32_t status = half.fetch(operation, place);
+    const uint32_t status = half.fetch(operation, index[0], place);
     if (status != FETCH_OK) {
-        Trace::failed_fetch(half.found, status);
+        Trace::failed_fetch(half.found.entPhysicalIndex, status);
         return chm_log_snmp_error(static_cast<int32_t>(status));
     }
     Trace::fetched(half, place, port_type);

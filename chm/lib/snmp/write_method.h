@@ -87,58 +87,34 @@ void assign(Record& record, char (&field)[Width], const WriteValue& value)
     __memcpy_to_buf(static_cast<size_t>(end - field), field, value.data, value.length);
 }
 
-/// A column that may be written: a write fetches the row that the instance names, changes the field
-/// and sends all of the row back.
-template <typename Row, typename Field>
-struct WritableColumn {
-    WriteRule rule;
-    const Request<Row>& table;
-    RowLookup<Row>* lookup;
-    size_t column_length; ///< sub-identifiers of the name that are the column's OID
-    Field Row::*field;
-    NotWritable not_writable;
-};
-template <typename Row, typename Field>
-WritableColumn(WriteRule, const Request<Row>&, RowLookup<Row>*, size_t, Field Row::*, NotWritable)
-    -> WritableColumn<Row, Field>;
-
-template <typename Row, typename Field>
-int write_row(const WritableColumn<Row, Field>& column, const WriteValue& value, oid* name,
-              size_t name_length)
-{
-    Row row = {};
-    int32_t result = column.lookup(name, column.column_length, name, &name_length, 1, &row);
-    if (result == 0) {
-        assign(row, row.*column.field, value);
-        result = write_record(column.table, row);
-    }
-    return snmp_error_status(result, column.not_writable);
-}
-
-/// Write method of a column.
-template <const auto& column>
+/// Write method of a column: fetches the row that the instance names, changes a field and sends all
+/// of the row back.
+/// @tparam column_length  sub-identifiers of the name that are the column's OID
+template <const WriteRule& rule, const auto& table, auto& lookup, auto Field, size_t column_length,
+          NotWritable not_writable>
 int write_column(int action, u_char* var_val, u_char var_val_type, size_t var_val_len, u_char*,
                  oid* name, size_t name_length)
 {
     const WriteValue value = {var_val, var_val_type, var_val_len};
-    return in_phase(action, column.rule, value,
-                    [&] { return write_row(column, value, name, name_length); });
+    return in_phase(action, rule, value, [&] {
+        RecordOf<table> row = {};
+        int32_t result = lookup(name, column_length, name, &name_length, 1, &row);
+        if (result == 0) {
+            assign(row, row.*Field, value);
+            result = write_record(table, row);
+        }
+        return snmp_error_status(result, not_writable);
+    });
 }
 
-/// An INTEGER that travels by itself and may be written.
-struct WritableScalar {
-    WriteRule rule;
-    const Request<be_int32>& request;
-};
-
-/// Write method of a scalar.
-template <const WritableScalar& scalar>
+/// Write method of an INTEGER that travels by itself.
+template <const WriteRule& rule, const Request<be_int32>& scalar>
 int write_scalar(int action, u_char* var_val, u_char var_val_type, size_t var_val_len, u_char*,
                  oid*, size_t)
 {
     const WriteValue value = {var_val, var_val_type, var_val_len};
-    return in_phase(action, scalar.rule, value, [&] {
+    return in_phase(action, rule, value, [&] {
         be_int32 number = integer_of(value); // four bytes travel, however long the agent's are
-        return snmp_error_status(write_record(scalar.request, number), NotWritable::reported);
+        return snmp_error_status(write_record(scalar, number), NotWritable::reported);
     });
 }

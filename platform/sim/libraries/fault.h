@@ -34,7 +34,7 @@ struct RequestNames {
 
     constexpr RequestNames()
     {
-        std::ranges::transform(platform_requests, all + 4, [](const NamedRequest& request) {
+        std::ranges::transform(platform_requests, all + 4, [](const RequestCode& request) {
             return RequestName{request.name, request.opcode};
         });
     }
