@@ -63,7 +63,7 @@ json units(const json& /*arguments*/)
         list.push_back({{"index", index},
                         {"name", chassis.entities().at(index).name},
                         {"type", key_of(unit_types, unit.type)},
-                        {"active", &unit == chassis.active_supervisor()},
+                        {"active", &unit == active_supervisor(chassis)},
                         {"admin-status", admin_name(unit)},
                         {"status", key_of(entity_statuses, unit.status)},
                         {"watts", watts_now(unit)}});

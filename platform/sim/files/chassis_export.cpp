@@ -150,7 +150,7 @@ private:
     {
         toml::table table;
         put_entity(table, own_, make_chassis());
-        put(table, "start-seconds", static_cast<int64_t>(chassis_.start_time().count()));
+        put(table, "start-seconds", static_cast<int64_t>(chassis_.settings().start_time.count()));
         put(table, "type-code", chassis_.settings().type_code);
         put(table, "diagnostics-delay-ms",
             static_cast<int64_t>(chassis_.settings().diagnostics_delay.count()));
@@ -200,7 +200,7 @@ private:
             units.push_back(
                 unit_table(kind, unit, chassis_.entities().at(unit.index), parts_of(unit.index)));
         };
-        const Unit* active = chassis_.active_supervisor();
+        const Unit* active = active_supervisor(chassis_);
         if (active != nullptr && active->type == kind.type) {
             put_fitted(*active);
         }

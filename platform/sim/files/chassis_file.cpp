@@ -391,7 +391,8 @@ private:
         describe(chassis, {settings});
         own_ = chassis;
         if (const toml::node* node = settings.get("start-seconds")) {
-            chassis_.set_start_time(std::chrono::seconds(number(*node, "start-seconds", 0, 3600)));
+            chassis_.settings().start_time =
+                std::chrono::seconds(number(*node, "start-seconds", 0, 3600));
         }
         chassis_.settings().type_code = count({settings}, "type-code", UINT32_MAX);
         chassis_.settings().diagnostics_delay =
