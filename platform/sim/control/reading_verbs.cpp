@@ -2,6 +2,7 @@
 
 #include "control/verb_arguments.h"
 #include "files/chassis_file.h"
+#include "model/ports.h"
 #include "records/transceiver_record.h"
 
 #include <algorithm>
@@ -75,7 +76,7 @@ json readings_of(const Chassis& chassis, const Port& port)
     for (size_t i = 0; i < quantities.size(); ++i) {
         const Quantity& quantity = quantities[i];
         const Measurement& measurement = port.transceiver->measurements[i];
-        const double raw = chassis.raw_reading(*port.transceiver, i);
+        const double raw = raw_reading(chassis, *port.transceiver, i);
         list.push_back({{"quantity", quantity.key},
                         {"index", sensor_index(port.if_index, quantity)},
                         {"unit", quantity.unit},
@@ -96,7 +97,7 @@ json transceivers(const json& /*arguments*/)
             continue;
         }
         const Transceiver& transceiver = *entity.port->transceiver;
-        const bool readable = chassis.has_diagnostics(entity);
+        const bool readable = has_diagnostics(chassis, entity);
         json& item = list.emplace_back(
             json{{"index", index},
                  {"port", entity.name},

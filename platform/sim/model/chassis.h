@@ -91,6 +91,8 @@ public:
 
     const std::string& file() const { return file_; }
 
+    Clock::time_point now() const { return now_(); }
+
     /// All entities and all units in increasing order of index.
     const std::map<uint32_t, Entity>& entities() const { return entities_; }
     const std::map<uint32_t, Unit>& units() const { return units_; }
@@ -121,25 +123,9 @@ public:
 
     RedundancyMode redundancy_mode() const { return redundancy_mode_; }
 
-    /// The port with an interface index, or null.
-    const Entity* find_port(uint32_t if_index) const;
-
     /// The first port after an interface index, be there such a port or not, whose transceiver has
     /// diagnostics that can be read; null after the last.
     const Entity* next_port_with_diagnostics(uint32_t if_index) const;
-
-    /// The transceiver of a port whose module is in service, or null.
-    const Transceiver* transceiver_in_service(const Entity& port) const;
-
-    /// Whether the diagnostics of a port's transceiver can be read.
-    bool has_diagnostics(const Entity& port) const;
-
-    /// What the words of a transceiver's readings hold in this chassis.
-    WordFormat reading_format(const Transceiver& transceiver) const;
-
-    /// What a transceiver's last lane, the one that the sensor tables tell, measures at present, in
-    /// units of the raw word. @param quantity its place in `quantities`
-    double raw_reading(const Transceiver& transceiver, size_t quantity) const;
 
     /// When the inventory last changed; at first when the chassis was made.
     Clock::time_point last_change() const { return last_change_; }

@@ -1,11 +1,10 @@
-// The ports of a chassis and the transceivers in them.
+#include "model/ports.h"
 
 #include "if_index.h"
-#include "model/chassis.h"
 
 namespace sim {
 
-const Entity* Chassis::find_port(uint32_t if_index) const
+const Entity* find_port(const Chassis& chassis, uint32_t if_index)
 {
     uint8_t slot = 0;
     uint8_t number = 0;
@@ -13,45 +12,48 @@ const Entity* Chassis::find_port(uint32_t if_index) const
         return nullptr;
     }
     // The codec numbers slots and ports from 0.
-    const Entity* entity = find(port_index(slot + 1U, number + 1U));
+    const Entity* entity = chassis.find(port_index(slot + 1U, number + 1U));
     return entity != nullptr && entity->port ? entity : nullptr;
 }
 
+const Transceiver* transceiver_in_service(const Chassis& chassis, const Entity& port)
+{
+    const bool there =
+        port.port && port.port->transceiver && chassis.status(port) == EntityStatus::ok;
+    return there ? &*port.port->transceiver : nullptr;
+}
+
+bool has_diagnostics(const Chassis& chassis, const Entity& port)
+{
+    const Transceiver* transceiver = transceiver_in_service(chassis, port);
+    return transceiver != nullptr && transceiver->diagnostics != Diagnostics::none;
+}
+
+WordFormat reading_format(const Chassis& chassis, const Transceiver& transceiver)
+{
+    return has_integer_readings(chassis.settings().type_code) ? WordFormat::integer
+                                                              : threshold_format(transceiver);
+}
+
+double raw_reading(const Chassis& chassis, const Transceiver& transceiver, size_t quantity)
+{
+    const double reading = transceiver.measurements.at(quantity).reading.at(chassis.now());
+    return raw_value(quantities.at(quantity), reading, reading_format(chassis, transceiver));
+}
+
+// What the chassis does with its ports.
+
 const Entity* Chassis::next_port_with_diagnostics(uint32_t if_index) const
 {
-    const Entity* known = find_port(if_index);
+    const Entity* known = find_port(*this, if_index);
     for (auto entry = entities_.upper_bound(known == nullptr ? port_index(0, 0) : known->index);
          entry != entities_.end(); ++entry) {
         const Entity& entity = entry->second;
-        if (entity.port && entity.port->if_index > if_index && has_diagnostics(entity)) {
+        if (entity.port && entity.port->if_index > if_index && has_diagnostics(*this, entity)) {
             return &entity;
         }
     }
     return nullptr;
-}
-
-const Transceiver* Chassis::transceiver_in_service(const Entity& port) const
-{
-    const bool there = port.port && port.port->transceiver && status(port) == EntityStatus::ok;
-    return there ? &*port.port->transceiver : nullptr;
-}
-
-bool Chassis::has_diagnostics(const Entity& port) const
-{
-    const Transceiver* transceiver = transceiver_in_service(port);
-    return transceiver != nullptr && transceiver->diagnostics != Diagnostics::none;
-}
-
-WordFormat Chassis::reading_format(const Transceiver& transceiver) const
-{
-    return has_integer_readings(settings_.type_code) ? WordFormat::integer
-                                                     : threshold_format(transceiver);
-}
-
-double Chassis::raw_reading(const Transceiver& transceiver, size_t quantity) const
-{
-    const double reading = transceiver.measurements.at(quantity).reading.at(now_());
-    return raw_value(quantities.at(quantity), reading, reading_format(transceiver));
 }
 
 void Chassis::plug(uint32_t index, std::optional<Transceiver> other)
@@ -106,7 +108,7 @@ std::vector<diag_info> Chassis::read_diagnostics(uint32_t index)
 {
     Port& port = port_at(index);
     ++port.diagnostics_reads;
-    return read_lanes(port.transceiver.value(), now_(), reading_format(*port.transceiver));
+    return read_lanes(port.transceiver.value(), now_(), reading_format(*this, *port.transceiver));
 }
 
 Port& Chassis::port_at(uint32_t index)
@@ -121,12 +123,12 @@ Port& Chassis::port_at(uint32_t index)
 void Chassis::measure_transceiver(Entity& port)
 {
     Transceiver& transceiver = *port.port->transceiver;
-    if (!has_diagnostics(port)) {
+    if (!has_diagnostics(*this, port)) {
         forget_thresholds(transceiver);
         return;
     }
     for (size_t i = 0; i < quantities.size(); ++i) {
-        const double raw = raw_reading(transceiver, i);
+        const double raw = raw_reading(*this, transceiver, i);
         uint32_t number = 0;
         for (Threshold& threshold : transceiver.measurements[i].thresholds) {
             ++number;
