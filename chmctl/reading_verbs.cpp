@@ -44,7 +44,7 @@ void print_transceivers(const json& transceivers)
         {"index", "port", "type", "model", "serial", "status", "diagnostics", "lanes", "reads"});
     Columns readings;
     std::vector<std::string> headings = {"index", "port", "quantity", "value", ""};
-    for (const std::string_view key : sim::limit_keys) {
+    for (const std::string_view key : sim::threshold_keys) {
         std::ranges::replace(headings.emplace_back(key), '-', ' ');
     }
     readings.add(headings);

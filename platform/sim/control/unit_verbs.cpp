@@ -84,7 +84,7 @@ json insert(const json& arguments)
             return;
         }
         const auto type = argument<std::string>(arguments, "type");
-        chassis.insert(index, make_unit(chassis.file(), index, type));
+        chassis.insert(index, load_unit(chassis.file(), index, type));
     });
 }
 

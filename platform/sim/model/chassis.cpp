@@ -99,7 +99,7 @@ SensorStatus Chassis::sensor_status(const Entity& sensor) const
 bool Chassis::is_beyond(const Entity& sensor, const SensorThreshold& threshold) const
 {
     return sensor_status(sensor) == SensorStatus::ok &&
-           threshold.limit.is_beyond(sensor.sensor.value().value);
+           threshold.is_beyond(sensor.sensor.value().value);
 }
 
 void Chassis::write(uint32_t index, std::span<const TextChange> changes)
@@ -325,7 +325,7 @@ void Chassis::measure(Entity& entity)
     Sensor& sensor = *entity.sensor;
     if (sensor_status(entity) != SensorStatus::ok) {
         for (SensorThreshold& threshold : sensor.thresholds) {
-            threshold.limit.forget();
+            threshold.forget();
         }
         return;
     }
@@ -334,9 +334,9 @@ void Chassis::measure(Entity& entity)
     uint32_t number = 0;
     for (SensorThreshold& threshold : sensor.thresholds) {
         ++number;
-        if (threshold.limit.is_crossed_by(sensor.value) && threshold.notifies) {
+        if (threshold.is_crossed_by(sensor.value) && threshold.notifies) {
             tell({Event::sensor_threshold_crossed, entity.index,
-                  Crossing{sensor.value, static_cast<int32_t>(threshold.limit.value()), number}});
+                  Crossing{sensor.value, static_cast<int32_t>(threshold.value()), number}});
         }
     }
 }
