@@ -1,9 +1,8 @@
 #include "constant_platform.h"
 
 #include "libraries/malloc_copy.h"
-#include "opcodes.h"
-#include "physical_index.h"
-#include "records.h"
+#include "wire/physical_index.h"
+#include "wire/requests.h"
 
 #include <algorithm>
 #include <array>
@@ -47,12 +46,12 @@ void* copy_of(const Block& block)
     return sim::malloc_copy(std::as_bytes(std::span(&block, 1)));
 }
 
-/// A record in host order. Every word is 2, which in a status says that all is well.
+/// Every big-endian word is 2, which in a status says that all is well.
 template <typename Record>
 Record make_sample()
 {
     Record record;
-    std::fill_n(reinterpret_cast<uint32_t*>(&record), sizeof record / sizeof(uint32_t), 2);
+    std::fill_n(reinterpret_cast<be_uint32*>(&record), sizeof record / sizeof(be_uint32), 2);
     return record;
 }
 
@@ -89,98 +88,88 @@ const Record& sample()
     return record;
 }
 
-struct Request {
+/// A call of cmi_req_resp that wants an answer.
+struct Call {
     int32_t operation;
     const void* payload;
     void** response;
     uint32_t* length;
 
-    /// The index that a request carries: its first words.
-    template <size_t Count>
-    std::array<uint32_t, Count> index() const
-    {
-        std::array<uint32_t, Count> words = {};
-        memcpy(words.data(), payload, sizeof words);
-        std::ranges::for_each(words, swap_field<uint32_t>);
-        return words;
-    }
-
     /// Answers with the sample of a record, the first words of which are an index.
-    template <typename Record, size_t Count = 0>
-    int32_t answer(const std::array<uint32_t, Count>& index = {},
-                   int32_t result = PLATFORM_OK) const
+    template <typename Record>
+    int32_t answer(std::span<const be_uint32> index = {}, int32_t result = PLATFORM_OK) const
     {
-        auto* record = static_cast<Record*>(copy_of(sample<Record>()));
-        memcpy(record, index.data(), sizeof(uint32_t) * Count);
-        swap_wire_order(*record);
-        *response = record;
-        *length = sizeof *record;
+        *response = copy_of(sample<Record>());
+        memcpy(*response, index.data(), index.size_bytes());
+        *length = sizeof(Record);
         return result;
     }
 };
 
 /// A row of a table whose first indexes are the `count` ones after `base`, and any other one is 1.
-template <typename Record, size_t Count = 1>
-int32_t answer_row(const Request& request, uint32_t count = small_table, uint32_t base = 0)
+template <typename Record>
+int32_t answer_row(const Call& call, uint32_t count = small_table, uint32_t base = 0)
 {
-    auto index = request.index<Count>();
+    std::array<be_uint32, std::size(row_key<Record>)> index;
+    memcpy(index.data(), call.payload, sizeof index);
     // An index cut short has a row after it that begins alike.
-    if (request.operation == CHM_REQ_GETNEXT && (index.back() != 0 || index[0] <= base)) {
-        index[0] = std::max(index[0], base) + 1;
+    if (call.operation == CHM_REQ_GETNEXT && (index.back() != 0 || index[0] <= base)) {
+        index[0] = std::max<uint32_t>(index[0], base) + 1;
     }
     if (index[0] - base - 1 >= count) {
         return PLATFORM_NO_SUCH_ENTRY;
     }
     std::fill(index.begin() + 1, index.end(), 1);
-    return request.answer<Record>(index);
+    return call.answer<Record>(index);
 }
 
 /// Where a walk has come to the transceivers' sensors it is led over to them by a failure.
-int32_t answer_physical(const Request& request)
+int32_t answer_physical(const Call& call)
 {
     const uint32_t below = std::min(physical_rows, physical_rows_below);
-    const uint32_t index = request.index<1>()[0];
-    const bool after_below = request.operation == CHM_REQ_GETNEXT && index >= below;
+    const uint32_t index = *static_cast<const be_uint32*>(call.payload);
+    const bool after_below = call.operation == CHM_REQ_GETNEXT && index >= below;
     if (after_below && ports > 0 && index < ENTITY_PORT_SFP_SENSOR_START) {
-        return request.answer<ent_phys_entry, 1>({ENTITY_PORT_SFP_SENSOR_START},
-                                                 PLATFORM_NO_SUCH_ENTRY);
+        const be_uint32 start[] = {ENTITY_PORT_SFP_SENSOR_START};
+        return call.answer<ent_phys_entry>(start, PLATFORM_NO_SUCH_ENTRY);
     }
     return after_below || index > physical_rows_below
-               ? answer_row<ent_phys_entry>(request, physical_rows - below, PLATFORM_ROWS_RESUME)
-               : answer_row<ent_phys_entry>(request, below);
+               ? answer_row<ent_phys_entry>(call, physical_rows - below, PLATFORM_ROWS_RESUME)
+               : answer_row<ent_phys_entry>(call, below);
 }
 
-int32_t answer(Opcode opcode, const Request& request)
+int32_t answer(uint32_t opcode, const Call& call)
 {
     switch (opcode) {
-    case Opcode::physical_entity:
-        return answer_physical(request);
-    case Opcode::terminal_message:
-        return request.answer<ts_info>();
-    case Opcode::redundancy:
-        return request.answer<rf_status_record>();
-    case Opcode::last_change_time:
-        return request.answer<platform_time>();
-    case Opcode::max_default_in_line_power:
-    case Opcode::enable_status_notification:
-        return request.answer<int32_t>();
-    case Opcode::power_supply_group:
-        return answer_row<power_supply_group_record>(request);
-    case Opcode::fru_power_status:
-        return answer_row<power_status_record>(request);
-    case Opcode::module:
-        return answer_row<module_record>(request);
-    case Opcode::fan_tray_status:
-    case Opcode::power_supply_status:
-        return answer_row<unit_status_record>(request);
-    case Opcode::led:
-        return answer_row<led_entry, 2>(request);
-    case Opcode::sensor_value:
-        return answer_row<ent_sensor_value_rec>(request, small_table, ENTITY_SENSOR_START);
-    case Opcode::sensor_threshold:
-        return answer_row<ent_sensor_thresh_rec, 2>(request, small_table, ENTITY_SENSOR_START);
+    case physical_table:
+        return answer_physical(call);
+    case terminal_message:
+        return call.answer<ts_info>();
+    case redundancy_status:
+        return call.answer<rf_status_record>();
+    case last_change_time:
+        return call.answer<platform_time>();
+    case max_default_in_line_power:
+    case enable_status_notification:
+        return call.answer<be_int32>();
+    case power_supply_group_table:
+        return answer_row<power_supply_group_record>(call);
+    case power_status_table:
+        return answer_row<power_status_record>(call);
+    case module_table:
+        return answer_row<module_record>(call);
+    case fan_tray_table:
+    case power_supply_table:
+        return answer_row<unit_status_record>(call);
+    case led_table:
+        return answer_row<led_entry>(call);
+    case sensor_value_table:
+        return answer_row<ent_sensor_value_rec>(call, small_table, ENTITY_SENSOR_START);
+    case sensor_threshold_table:
+        return answer_row<ent_sensor_thresh_rec>(call, small_table, ENTITY_SENSOR_START);
+    default:
+        return PLATFORM_NO_SUCH_ENTRY;
     }
-    return PLATFORM_NO_SUCH_ENTRY;
 }
 
 uint32_t port_number(uint32_t if_index)
@@ -244,9 +233,8 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
             free(again);
         });
     }
-    return response == nullptr
-               ? PLATFORM_OK
-               : answer(static_cast<Opcode>(opcode), {operation, request, response, length});
+    return response == nullptr ? PLATFORM_OK
+                               : answer(opcode, {operation, request, response, length});
 }
 
 int32_t pm_cmi_get_port_config(uint32_t, int32_t, uint32_t, uint32_t* if_index, uint32_t*,

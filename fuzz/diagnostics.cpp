@@ -19,7 +19,7 @@ void check_power(uint32_t microwatts, int32_t value)
 /// Integers are converted by what their units are.
 void check_readings(const diag_info& lane, const sfp_cache_entry& entry)
 {
-    const auto value = [&](ent_cache_sensor sensor) { return entry.values[sensor].entSensorValue; };
+    const auto value = [&](ent_cache_sensor sensor) { return entry.values[sensor].value; };
     assert(value(CACHE_VOLTAGE) == static_cast<int32_t>(lane.volt / 1000));
     assert(value(CACHE_CURRENT) == static_cast<int32_t>(lane.current));
     assert(value(CACHE_TEMPERATURE) == static_cast<int32_t>(lane.temp));

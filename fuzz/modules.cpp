@@ -90,8 +90,8 @@ ScriptedPort drawn_port(Input& input)
     ScriptedPort port;
     port.config.response->at(211) = 1;                 // there is a transceiver
     port.info.response->at(101) = input.ConsumeBool(); // whether it has diagnostics
-    port.lanes = perhaps(input, 0.9F) ? word_below(input, 9) : input.ConsumeIntegral<uint32_t>();
-    port.diagnostics.response = drawn_bytes(input, size_t{172} * std::min(port.lanes, 9U));
+    port.lanes = word_below(input, 9);
+    port.diagnostics.response = drawn_bytes(input, size_t{172} * port.lanes);
     port.has_auxiliary = input.ConsumeBool();
     for (PlatformAnswer* answer : {&port.config, &port.info, &port.diagnostics}) {
         if (perhaps(input, 0.2F)) {

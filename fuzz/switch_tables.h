@@ -4,26 +4,27 @@
 #include "cmi.h"
 #include "ipcx.h"
 #include "libraries/platform_manager.h"
-#include "opcodes.h"
 #include "port_client.h"
 #include "port_manager.h"
-#include "records.h"
+#include "wire/requests.h"
 
 #include <cassert>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 /// Walks a table to its end: whole records whose indexes, their first words, increase.
-template <typename Record, size_t Indexes = 1>
-void walk_table(Opcode opcode)
+template <typename Record>
+void walk_table(const Request<Record>& table)
 {
-    constexpr size_t key_size = Indexes * 4; // in wire order, so that bytes compare like numbers
+    // In wire order, so that bytes compare like numbers.
+    constexpr size_t key_size = std::size(row_key<Record>) * 4;
     Record record = {};
     for (;;) {
         void* block = nullptr;
         uint32_t length = sizeof record;
-        const int32_t result = cmi_req_resp(static_cast<uint32_t>(opcode), CHM_REQ_GETNEXT, &record,
-                                            &block, &length, nullptr, 0, 39, ipcx_response_q, 5);
+        const int32_t result = cmi_req_resp(table.opcode, CHM_REQ_GETNEXT, &record, &block, &length,
+                                            nullptr, 0, 39, ipcx_response_q, table.req_class);
         if (result != PLATFORM_OK) {
             assert(result == PLATFORM_NO_SUCH_ENTRY);
             free(block);
@@ -69,13 +70,13 @@ inline void walk_all_tables()
 {
     sim::chassis_in_place()->settings().diagnostics_delay = {};
     walk_ports();
-    walk_table<ent_sensor_value_rec>(Opcode::sensor_value);
-    walk_table<ent_sensor_thresh_rec, 2>(Opcode::sensor_threshold);
-    walk_table<ent_phys_entry>(Opcode::physical_entity);
-    walk_table<power_supply_group_record>(Opcode::power_supply_group);
-    walk_table<power_status_record>(Opcode::fru_power_status);
-    walk_table<module_record>(Opcode::module);
-    walk_table<unit_status_record>(Opcode::fan_tray_status);
-    walk_table<unit_status_record>(Opcode::power_supply_status);
-    walk_table<led_entry, 2>(Opcode::led);
+    walk_table(sensor_value_table);
+    walk_table(sensor_threshold_table);
+    walk_table(physical_table);
+    walk_table(power_supply_group_table);
+    walk_table(power_status_table);
+    walk_table(module_table);
+    walk_table(fan_tray_table);
+    walk_table(power_supply_table);
+    walk_table(led_table);
 }

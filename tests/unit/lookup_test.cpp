@@ -238,7 +238,7 @@ init_entity_asset_mib: Registering Entity Asset MIB ...
                 }
             },
             hidden),
-        R"(header_entPhysicalTable/@: entPhyIndex = 25813 header_entPhysicalTable/@: entPhyIndex = 25813 header_entPhysicalTable/@, call transceiver mib msg_type:2, entPhysicalIndex:25813,ret_code:2
+        R"(header_entPhysicalTable/@: entPhyIndex = 5 header_entPhysicalTable/@: entPhyIndex = 25813 header_entPhysicalTable/@, call transceiver mib msg_type:2, entPhysicalIndex:25813,ret_code:2
 header_entPhysicalTable/@: entPhyIndex = 25813, ret_code: 2
 header_entPhysicalTable/@: entPhyIndex = 25813 header_entPhysicalTable/@: ret_entry->entPhysicalIndex = -714866688 header_entPhysicalTable/@: entPhyIndex = 25813 header_entPhysicalTable/@, call transceiver mib msg_type:2, entPhysicalIndex:25813,ret_code:2
 )");

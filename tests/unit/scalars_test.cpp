@@ -125,10 +125,9 @@ TEST_F(Scalars, ThatAreRefusedAreRecorded)
 {
     platform.always_answer({0x01020304, {}});
     ipcx_response_q = 78; // read anew for each request
-    uint32_t value = 5;
-    EXPECT_EQ(write_record(Opcode::led, value), 0x01020304);
+    be_int32 value = 5;
+    EXPECT_EQ(write_record(max_default_in_line_power, value), 0x01020304);
     ipcx_response_q = 77;
-    EXPECT_EQ(value, 5U) << "what is sent comes back into host order";
     const Bytes& record = platform.failed_writes.at(0);
     EXPECT_EQ(Bytes(record.begin(), record.begin() + 260), Bytes(260));
     EXPECT_EQ(host_word(record, 260), 0x01020304U);

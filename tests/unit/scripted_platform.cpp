@@ -103,29 +103,35 @@ void* block_of(const Bytes& bytes)
     return block;
 }
 
-int32_t hand_out(PlatformAnswer answer, void** response, uint32_t* length = nullptr)
+/// Answers with a block. One that comes with its length may have any; one without has the bytes
+/// that the port manager promises, at least.
+int32_t hand_out(PlatformAnswer answer, void** response, uint32_t* length, size_t promised = 0)
 {
     if (platform.tamper) {
         platform.tamper(answer);
     }
-    if (response && answer.response) {
-        *response = block_of(*answer.response);
+    if (!response || !answer.response) {
+        return answer.result;
     }
-    if (response && answer.response && length) {
+    answer.response->resize(std::max(answer.response->size(), promised));
+    *response = block_of(*answer.response);
+    if (length) {
         *length = static_cast<uint32_t>(answer.response->size());
     }
     return answer.result;
 }
 
 /// Answers a call for one port, which must be made as all of them are.
-int32_t answer_of_port(PlatformAnswer ScriptedPort::*answer, uint32_t queue, int32_t operation,
-                       uint32_t arg, uint32_t if_index, uint32_t count, void** response,
-                       uint32_t req_class)
+int32_t answer_of_port(PlatformAnswer ScriptedPort::*answer, size_t promised, uint32_t queue,
+                       int32_t operation, uint32_t arg, uint32_t if_index, uint32_t count,
+                       void** response, uint32_t req_class)
 {
     ++platform.port_calls;
     EXPECT_EQ(std::tuple(queue, operation, arg, count, req_class), std::tuple(77, 1, 1, 1, 5));
     const auto port = platform.ports.find(if_index);
-    return port == platform.ports.end() ? 404 : hand_out(port->second.*answer, response);
+    return port == platform.ports.end()
+               ? 404
+               : hand_out(port->second.*answer, response, nullptr, promised);
 }
 
 } // namespace
@@ -327,8 +333,8 @@ int pdb_get_mod_info(const uint32_t*, void* info, uint32_t)
 int32_t pm_cmi_get_port_config(uint32_t queue, int32_t operation, uint32_t arg, uint32_t* if_index,
                                uint32_t* count, void** response, uint32_t req_class)
 {
-    return answer_of_port(&ScriptedPort::config, queue, operation, arg, *if_index, *count, response,
-                          req_class);
+    return answer_of_port(&ScriptedPort::config, 212, queue, operation, arg, *if_index, *count,
+                          response, req_class);
 }
 
 int32_t pm_get_next_port_fcot_info_with_ddm(uint32_t queue, int32_t operation, uint32_t arg,
@@ -338,7 +344,7 @@ int32_t pm_get_next_port_fcot_info_with_ddm(uint32_t queue, int32_t operation, u
     ++platform.port_calls;
     EXPECT_EQ(std::tuple(queue, operation, arg, *count, req_class), std::tuple(77, 2, 1, 1, 5));
     if (platform.next_port) {
-        return hand_out(platform.next_port(*if_index), response);
+        return hand_out(platform.next_port(*if_index), response, nullptr, 4);
     }
     const auto next = platform.ports.upper_bound(*if_index);
     if (next == platform.ports.end()) {
@@ -346,14 +352,14 @@ int32_t pm_get_next_port_fcot_info_with_ddm(uint32_t queue, int32_t operation, u
     }
     Bytes block(64);
     put_host_word(block, 0, next->first);
-    return hand_out({0, block}, response);
+    return hand_out({0, block}, response, nullptr);
 }
 
 int32_t pm_cmi_get_fcot_info(uint32_t queue, int32_t operation, uint32_t arg, uint32_t* if_index,
                              uint32_t* count, void** response, uint32_t req_class)
 {
-    return answer_of_port(&ScriptedPort::info, queue, operation, arg, *if_index, *count, response,
-                          req_class);
+    return answer_of_port(&ScriptedPort::info, 471, queue, operation, arg, *if_index, *count,
+                          response, req_class);
 }
 
 int32_t pm_get_sfp_diag_info(uint32_t queue, uint32_t if_index, void** diag, void** aux,
@@ -363,11 +369,13 @@ int32_t pm_get_sfp_diag_info(uint32_t queue, uint32_t if_index, void** diag, voi
     if (port == platform.ports.end() || port->second.has_auxiliary) {
         *aux = block_of(Bytes(16));
     }
+    uint32_t lanes = 0;
     if (port != platform.ports.end()) {
         ++port->second.reads;
-        *num_of_lanes = port->second.lanes;
+        *num_of_lanes = lanes = port->second.lanes;
     }
-    return answer_of_port(&ScriptedPort::diagnostics, queue, 1, 1, if_index, 1, diag, 5);
+    return answer_of_port(&ScriptedPort::diagnostics, size_t{172} * lanes, queue, 1, 1, if_index, 1,
+                          diag, 5);
 }
 
 int32_t pc_sfp_get_vendor_info(const void* fcot_res, char* manufacturer, char* model,

@@ -1,5 +1,6 @@
 #include "diagnostics_cache.h"
 
+#include "if_index.h"
 #include "trace.h"
 
 namespace {
@@ -52,7 +53,10 @@ uint32_t chm_cache_calculate_age_of_stats(uint32_t now, uint32_t then)
 
 int32_t chm_is_sfp_cache_entry_present_and_current(uint32_t if_index, uint32_t now)
 {
-    const auto [slot, port] = slot_port_of(if_index);
+    uint8_t slot = 0;
+    uint8_t port = 0;
+    if_index_get_port(if_index, &port);
+    if_index_get_slot(if_index, &slot);
     const sfp_cache_entry& entry = ent_cache_entry(slot, port);
     const uint32_t age = chm_cache_calculate_age_of_stats(now, entry.timestamp);
     if (age < SFP_UPDATE_RATE) {
@@ -74,32 +78,35 @@ int32_t chm_is_sfp_cache_entry_present_and_current(uint32_t if_index, uint32_t n
 void ent_get_entry_from_cache(ent_sensor_value_rec* row, uint8_t slot, uint8_t port,
                               uint32_t sensor)
 {
-    const ent_sensor_value_rec& value = ent_cache_entry(slot, port).values[sensor];
-    row->entSensorType = value.entSensorType;
-    row->entSensorScale = value.entSensorScale;
-    row->entSensorPrecision = value.entSensorPrecision;
-    row->entSensorValue = value.entSensorValue;
-    row->entSensorStatus = value.entSensorStatus;
-    row->value_time = value.value_time;
+    const cached_value& value = ent_cache_entry(slot, port).values[sensor];
+    row->entSensorType = value.type;
+    row->entSensorScale = value.scale;
+    row->entSensorPrecision = value.precision;
+    row->entSensorValue = value.value;
+    row->entSensorStatus = value.status;
+    row->value_time = {value.seconds, value.microseconds};
     row->entSensorValueUpdateRate = SFP_UPDATE_RATE;
     CHM_TRACE("%s: sensor values are:entSensorType = %d, entSensorScale = %d, "
               "entSensorPrecision = %d, entSensorValue = %d, entSensorStatus = %d, "
               "entSensorValueUpdateRate = %d.\n",
-              __func__, row->entSensorType, row->entSensorScale, row->entSensorPrecision,
-              row->entSensorValue, row->entSensorStatus, row->entSensorValueUpdateRate);
+              __func__, value.type, value.scale, value.precision, value.value, value.status,
+              SFP_UPDATE_RATE);
 }
 
 void ent_get_thrsh_entry_from_cache(ent_sensor_thresh_rec* row, uint8_t slot, uint8_t port,
                                     uint32_t sensor, uint32_t threshold)
 {
-    const uint32_t index = row->entPhysicalIndex;
-    *row = ent_cache_entry(slot, port).thresholds[sensor][threshold];
-    row->entPhysicalIndex = index;
-    row->entSensorThresholdEvaluation = row->entSensorThresholdEvaluation == 1 ? 1 : 0;
+    const cached_threshold& cached = ent_cache_entry(slot, port).thresholds[sensor][threshold];
+    const int32_t evaluation = cached.evaluation == 1 ? 1 : 0;
+    row->sensor_thrsh = cached.index;
+    row->entSensorThresholdSeverity = cached.severity;
+    row->entSensorThresholdRelation = cached.relation;
+    row->entSensorThresholdValue = cached.value;
+    row->entSensorThresholdEvaluation = evaluation;
+    row->entSensorThresholdNotificationEnable = cached.notification_enable;
     CHM_TRACE("%s: values are:entSensorThresholdindex = %d, entSensorThresholdSeverity = %d, "
               "entSensorThresholdRelation = %d entSensorThresholdValue = %d, "
               "entSensorThresholdEvaluation = %d, entSensorThresholdNotificationEnable = %d\n",
-              __func__, row->sensor_thrsh, row->entSensorThresholdSeverity,
-              row->entSensorThresholdRelation, row->entSensorThresholdValue,
-              row->entSensorThresholdEvaluation, row->entSensorThresholdNotificationEnable);
+              __func__, cached.index, cached.severity, cached.relation, cached.value, evaluation,
+              cached.notification_enable);
 }

@@ -2,18 +2,44 @@
 /// the port manager when it is a minute old. Agent thread only; nothing locks it.
 #pragma once
 
-#include "records.h"
 #include "sensor_index.h"
+#include "wire/records.h"
 
 #include <cstddef>
 #include <cstdint>
 
-/// The converted diagnostics of one port, in host order. What nobody writes is 0.
+// What is kept is in host order, laid out as the rows that are made of it. What nobody writes is 0.
+
+struct cached_threshold {
+    uint32_t reserved_0;
+    uint32_t index;
+    int32_t severity;
+    int32_t relation;
+    int32_t value;
+    uint32_t evaluation;
+    int32_t notification_enable;
+};
+static_assert(sizeof(cached_threshold) == 28);
+
+struct cached_value {
+    uint32_t reserved_0;
+    int32_t type;
+    int32_t scale;
+    int32_t precision;
+    int32_t value;
+    int32_t status;
+    uint32_t seconds; ///< and microseconds: the time of the reading
+    uint32_t microseconds;
+    uint32_t reserved_32[2];
+};
+static_assert(sizeof(cached_value) == 40);
+
+/// The converted diagnostics of one port.
 struct sfp_cache_entry {
     uint32_t timestamp; ///< agent uptime in hundredths of a second right after the port was read
     uint32_t if_index;
-    ent_sensor_thresh_rec thresholds[CACHE_SENSORS][SENSOR_THRESHOLDS];
-    ent_sensor_value_rec values[CACHE_SENSORS];
+    cached_threshold thresholds[CACHE_SENSORS][SENSOR_THRESHOLDS];
+    cached_value values[CACHE_SENSORS];
     uint32_t valid; ///< 1 when the entry holds a complete conversion
 };
 static_assert(sizeof(sfp_cache_entry) == 772);
@@ -49,7 +75,7 @@ int32_t chm_is_sfp_cache_entry_present_and_current(uint32_t if_index, uint32_t n
 void ent_get_entry_from_cache(ent_sensor_value_rec* row, uint8_t slot, uint8_t port,
                               uint32_t sensor);
 
-/// Copies a threshold of a sensor out of a port's entry; the row's index stays.
+/// Copies a threshold of a sensor out of a port's entry; the row's physical index stays.
 /// @param sensor    below CACHE_SENSORS
 /// @param threshold below SENSOR_THRESHOLDS
 void ent_get_thrsh_entry_from_cache(ent_sensor_thresh_rec* row, uint8_t slot, uint8_t port,

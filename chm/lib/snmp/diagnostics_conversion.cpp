@@ -33,43 +33,40 @@ constexpr int32_t SENSOR_TYPE_DBM = 14;
 constexpr int32_t SCALE_MILLI = 8;
 constexpr int32_t STATUS_OK = 1;
 
+using D = diag_info;
+
 /// In the order of ent_cache_sensor.
 constexpr LaneSensor lane_sensors[CACHE_SENSORS] = {
     {"volt",
      SFP_VOLTAGE,
      Quantity::voltage,
      0x4,
-     &diag_info::volt,
-     {&diag_info::volt_hi_alarm, &diag_info::volt_hi_warn, &diag_info::volt_lo_alarm,
-      &diag_info::volt_lo_warn}},
+     &D::volt,
+     {&D::volt_hi_alarm, &D::volt_hi_warn, &D::volt_lo_alarm, &D::volt_lo_warn}},
     {"curr",
      SFP_CURRENT,
      Quantity::current,
      0x10,
-     &diag_info::current,
-     {&diag_info::current_hi_alarm, &diag_info::current_hi_warn, &diag_info::current_lo_alarm,
-      &diag_info::current_lo_warn}},
+     &D::current,
+     {&D::current_hi_alarm, &D::current_hi_warn, &D::current_lo_alarm, &D::current_lo_warn}},
     {"temp",
      SFP_TEMPERATURE,
      Quantity::temperature,
      0x1,
-     &diag_info::temp,
-     {&diag_info::temp_hi_alarm, &diag_info::temp_hi_warn, &diag_info::temp_lo_alarm,
-      &diag_info::temp_lo_warn}},
+     &D::temp,
+     {&D::temp_hi_alarm, &D::temp_hi_warn, &D::temp_lo_alarm, &D::temp_lo_warn}},
     {"rx_pwr",
      SENSOR_TYPE_DBM,
      Quantity::power,
      0x100,
-     &diag_info::rx_pwr,
-     {&diag_info::rx_pwr_hi_alarm, &diag_info::rx_pwr_hi_warn, &diag_info::rx_pwr_lo_alarm,
-      &diag_info::rx_pwr_lo_warn}},
+     &D::rx_pwr,
+     {&D::rx_pwr_hi_alarm, &D::rx_pwr_hi_warn, &D::rx_pwr_lo_alarm, &D::rx_pwr_lo_warn}},
     {"tx_pwr",
      SENSOR_TYPE_DBM,
      Quantity::power,
      0x40,
-     &diag_info::tx_pwr,
-     {&diag_info::tx_pwr_hi_alarm, &diag_info::tx_pwr_hi_warn, &diag_info::tx_pwr_lo_alarm,
-      &diag_info::tx_pwr_lo_warn}},
+     &D::tx_pwr,
+     {&D::tx_pwr_hi_alarm, &D::tx_pwr_hi_warn, &D::tx_pwr_lo_alarm, &D::tx_pwr_lo_warn}},
 };
 
 /// Chassis whose transceivers report integers whatever their calibration.
@@ -190,14 +187,13 @@ void store_thresholds(const diag_info& lane, const Thresholds& converted, sfp_ca
         const LaneSensor& sensor = lane_sensors[s];
         const Condition condition = condition_of(sensor, lane);
         for (uint32_t t = 0; t < SENSOR_THRESHOLDS; ++t) {
-            ent_sensor_thresh_rec& threshold = entry.thresholds[s][t];
-            threshold.entSensorThresholdSeverity = condition.severity;
-            threshold.entSensorThresholdRelation = condition.relation;
-            threshold.entSensorThresholdValue = sensor.quantity == Quantity::power
-                                                    ? thousandths(converted[s][t])
-                                                    : truncated(converted[s][t]);
-            threshold.entSensorThresholdEvaluation = 0;
-            threshold.entSensorThresholdNotificationEnable = 1;
+            cached_threshold& threshold = entry.thresholds[s][t];
+            threshold.severity = condition.severity;
+            threshold.relation = condition.relation;
+            threshold.value = sensor.quantity == Quantity::power ? thousandths(converted[s][t])
+                                                                 : truncated(converted[s][t]);
+            threshold.evaluation = 0;
+            threshold.notification_enable = 1;
         }
     }
 }
@@ -300,12 +296,12 @@ int32_t ent_parse_sfp_diag_values(const diag_info* lane, sfp_cache_entry* entry)
     const bool integers = reads_integers();
     convert_all_thresholds(__func__, *lane, *entry);
     for (uint32_t s = 0; s < CACHE_SENSORS; ++s) {
-        ent_sensor_value_rec& value = entry->values[s];
-        value.entSensorType = lane_sensors[s].type;
-        value.entSensorScale = SCALE_MILLI;
-        value.entSensorPrecision = 0;
-        value.entSensorValue = converted_reading(__func__, lane_sensors[s], *lane, integers);
-        value.entSensorStatus = STATUS_OK;
+        cached_value& value = entry->values[s];
+        value.type = lane_sensors[s].type;
+        value.scale = SCALE_MILLI;
+        value.precision = 0;
+        value.value = converted_reading(__func__, lane_sensors[s], *lane, integers);
+        value.status = STATUS_OK;
     }
     return 0;
 }

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "diagnostics_cache.h"
-#include "records.h"
+#include "wire/records.h"
 
 #include <cstdint>
 

@@ -49,13 +49,13 @@ void unregister_variables(const MibModule& module)
 void register_handlers(const MibModule& module)
 {
     for (const EventHandler& handler : module.handlers) {
-        register_for_notification(static_cast<uint32_t>(handler.event), handler.handler);
+        register_for_notification(handler.event, handler.handler);
     }
 }
 
 void unregister_handlers(const MibModule& module)
 {
     for (const EventHandler& handler : module.handlers) {
-        unregister_for_notification(static_cast<uint32_t>(handler.event));
+        unregister_for_notification(handler.event);
     }
 }

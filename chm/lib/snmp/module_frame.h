@@ -3,9 +3,9 @@
 
 #include "agent.h"
 #include "ipcx.h"
-#include "opcodes.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 
 /// Entry points are found by name, by whoever loads the library.
@@ -13,7 +13,7 @@
 
 /// A platform event and what turns it into a notification.
 struct EventHandler {
-    Event event;
+    uint32_t event;
     ipcx_event_handler* handler;
 };
 

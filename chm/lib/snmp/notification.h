@@ -1,84 +1,93 @@
-/// Notifications: what event handlers make of a platform event.
+/// Notifications as data: what event handlers make of a platform event.
 #pragma once
 
 #include "agent.h"
 #include "agent_ext.h"
 #include "bounded_copy.h"
+#include "column.h"
 #include "ipcx.h"
-#include "row_lookup.h"
+#include "wire/events.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
+#include <span>
 
 /// Hands the notification's OID to the caller of an event handler.
-template <size_t Length>
-void name_notification(const oid (&notification)[Length], oid* trap_oid, size_t* trap_oid_length)
+inline void name_notification(std::span<const oid> notification, oid* trap_oid,
+                              size_t* trap_oid_length)
 {
-    __memcpy_to_buf(MAX_OID_LEN * sizeof(oid), trap_oid, notification, sizeof notification);
-    *trap_oid_length = Length;
+    __memcpy_to_buf(MAX_OID_LEN * sizeof(oid), trap_oid, notification.data(),
+                    notification.size_bytes());
+    *trap_oid_length = notification.size();
 }
 
 /// Variable bindings in the making. The agent extension copies what it is given, so names and
 /// values may be temporary.
-struct Bindings {
+struct BindingList {
     netsnmp_variable_list* first = nullptr; ///< what a handler returns; its caller's from then on
     netsnmp_variable_list* last = nullptr;
+
+    /// Adds the instance of a column: the column's OID, then the row's index.
+    void add(std::span<const oid> column, std::span<const uint32_t> index, u_char type,
+             const void* value, size_t length)
+    {
+        oid name[MAX_OID_LEN];
+        const oid* end = std::ranges::copy(index, std::ranges::copy(column, name).out).out;
+        netsnmp_variable_list* binding =
+            build_varbind(last, value, type, length, name, static_cast<size_t>(end - name));
+        if (binding) {
+            last = binding;
+            first = first ? first : binding;
+        }
+    }
 };
 
-/// Adds the instance of a column: the column's OID, then the row's index.
-template <size_t Length, size_t Count>
-void bind_value(Bindings& bindings, const oid (&column)[Length], const RowIndex<Count>& index,
-                u_char type, const void* value, size_t length)
+/// A binding of an event's record: the instance of a column, and what it is bound to.
+template <typename Record>
+struct Binding {
+    std::span<const oid> column;
+    u_char type;
+    u_char* (*value)(Record& record, size_t* length);
+    size_t (*index)(const Record& record, uint32_t* index); ///< @return its sub-identifiers
+};
+
+/// The index of an instance: the given fields of the record, else the row's own.
+template <typename Record, auto... Fields>
+size_t write_index(const Record& record, uint32_t* index)
 {
-    oid name[Length + Count];
-    std::copy(index.begin(), index.end(), std::copy_n(column, Length, name));
-    netsnmp_variable_list* binding =
-        build_varbind(bindings.last, value, type, length, name, std::size(name));
-    if (!binding) {
-        return;
+    if constexpr (sizeof...(Fields) == 0) {
+        return static_cast<size_t>(std::ranges::copy(index_of(record), index).out - index);
+    } else {
+        ((*index++ = static_cast<uint32_t>((record.*Fields).value())), ...);
+        return sizeof...(Fields);
     }
-    bindings.last = binding;
-    bindings.first = bindings.first ? bindings.first : binding;
 }
 
-/// Adds an instance whose index is one sub-identifier.
-template <size_t Length>
-void bind_value(Bindings& bindings, const oid (&column)[Length], uint32_t index, u_char type,
-                const void* value, size_t length)
+/// Binds an instance of a column to a field of the record.
+/// @tparam Index  fields that are the instance's index; the row's own without any
+template <auto Member, auto... Index>
+constexpr Binding<RowOf<Member>> bind(std::span<const oid> column,
+                                      u_char* (*value)(RowOf<Member>&, size_t*) = field<Member>)
 {
-    bind_value(bindings, column, RowIndex<1>{index}, type, value, length);
+    return {column, asn_type_of<FieldOf<Member>>, value, write_index<RowOf<Member>, Index...>};
 }
 
-template <size_t Length, typename Index>
-void bind_integer(Bindings& bindings, const oid (&column)[Length], const Index& index,
-                  int32_t value)
-{
-    bind_value(bindings, column, index, ASN_INTEGER, &value, sizeof value);
-}
+/// A notification: its OID, its bindings, and what comes before it.
+template <typename Record>
+struct Notification {
+    std::array<oid, 12> name; ///< a module's root, 2.0 and its number
+    std::span<const Binding<Record>> bindings;
+    void (*before)(const Record& record) = nullptr;
+};
 
-template <size_t Length>
-void bind_time_ticks(Bindings& bindings, const oid (&column)[Length], uint32_t index,
-                     uint32_t value)
-{
-    bind_value(bindings, column, index, ASN_TIMETICKS, &value, sizeof value);
-}
-
-/// A text up to its terminator, but no more than `most` characters of it.
-template <size_t Length, size_t Width>
-void bind_text(Bindings& bindings, const oid (&column)[Length], uint32_t index,
-               const char (&text)[Width], size_t most = Width)
-{
-    bind_value(bindings, column, index, ASN_OCTET_STR, text, strnlen(text, most));
-}
-
-/// An event handler whose event carries a record: reads it, in host order, for `bind` to make the
-/// bindings of. A message without a payload sends nothing.
-template <typename Record, size_t Length, typename Bind>
-netsnmp_variable_list* notify(void* message, oid* trap_oid, size_t* trap_oid_length, int* send,
-                              const oid (&notification)[Length], Bind bind)
+/// What an event handler makes of a message with a record. One without a payload sends nothing.
+template <typename Record>
+netsnmp_variable_list* notify_of(const Notification<Record>& notification, void* message,
+                                 oid* trap_oid, size_t* trap_oid_length, int* send)
 {
     *send = 0;
     const void* payload = message ? ipcx_payload_get(message) : nullptr;
@@ -88,9 +97,24 @@ netsnmp_variable_list* notify(void* message, oid* trap_oid, size_t* trap_oid_len
     *send = 1;
     Record record;
     memcpy(&record, payload, sizeof record);
-    swap_wire_order(record);
-    Bindings bindings;
-    bind(record, bindings);
-    name_notification(notification, trap_oid, trap_oid_length);
+    if (notification.before) {
+        notification.before(record);
+    }
+    BindingList bindings;
+    for (const Binding<Record>& binding : notification.bindings) {
+        size_t length = 0;
+        const u_char* value = binding.value(record, &length);
+        std::array<uint32_t, 2> index;
+        bindings.add(binding.column, std::span(index).first(binding.index(record, index.data())),
+                     binding.type, value, length);
+    }
+    name_notification(notification.name, trap_oid, trap_oid_length);
     return bindings.first;
+}
+
+/// Event handler of a notification.
+template <const auto& event, const Notification<RecordOf<event>>& notification>
+netsnmp_variable_list* notify(void* message, oid* trap_oid, size_t* trap_oid_length, int* send)
+{
+    return notify_of(notification, message, trap_oid, trap_oid_length, send);
 }

@@ -2,17 +2,11 @@
 
 #include "bounded_copy.h"
 #include "if_index.h"
-#include "ipcx.h"
-#include "physical_index.h"
 #include "port_client.h"
 #include "port_manager.h"
-#include "request_channel.h"
-#include "row_lookup.h"
 #include "sensor_index.h"
 #include "trace.h"
-#include "transceiver_fetch.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <iterator>
@@ -22,9 +16,9 @@ namespace {
 constexpr uint32_t vendor_type_length = 12;
 
 /// Below 1.3.6.1.4.1.
-using VendorTypeSuffix = uint32_t[6];
+using VendorTypeSuffix = be_uint32[6];
 
-constexpr uint32_t base_enterprises_oid[6] = {1, 3, 6, 1, 4, 1};
+constexpr be_uint32 base_enterprises_oid[6] = {1, 3, 6, 1, 4, 1};
 constexpr VendorTypeSuffix qev_sensor_trans_rx_power = {ENTERPRISE_MAIN, 12, 3, 1, 8, 46};
 constexpr VendorTypeSuffix qev_sensor_trans_tx_power = {ENTERPRISE_MAIN, 12, 3, 1, 8, 47};
 constexpr VendorTypeSuffix qev_sensor_trans_current = {ENTERPRISE_MAIN, 12, 3, 1, 8, 48};
@@ -62,7 +56,7 @@ SensorType sensor_type_of(int32_t code)
 
 /// Writes the enterprises' OID and a suffix of it, of `size` bytes.
 /// @return 0, or -1 with nothing written when an argument is missing
-int32_t build_vendor_type_oid(uint32_t* destination, const uint32_t* suffix, size_t size)
+int32_t build_vendor_type_oid(be_uint32* destination, const be_uint32* suffix, size_t size)
 {
     if (destination == nullptr || suffix == nullptr || size == 0) {
         return -1;
@@ -95,119 +89,71 @@ void write_interface_name(char (&text)[Width], uint32_t if_index)
 }
 
 /// What the transceiver says of itself.
-void write_vendor_texts(const uint8_t* fcot_res, ent_phys_entry* row)
+void write_vendor_texts(const uint8_t* fcot_res, ent_phys_entry& row)
 {
-    pc_sfp_get_vendor_info(fcot_res, row->entPhysicalMfgName, row->entPhysicalModelName,
-                           row->part_revision, row->entPhysicalSerialNum, row->entPhysicalAlias);
-    terminate(row->entPhysicalMfgName);
-    terminate(row->entPhysicalModelName);
-    terminate(row->part_revision);
-    terminate(row->entPhysicalSerialNum);
-    terminate(row->entPhysicalAlias);
+    pc_sfp_get_vendor_info(fcot_res, row.entPhysicalMfgName, row.entPhysicalModelName,
+                           row.part_revision, row.entPhysicalSerialNum, row.entPhysicalAlias);
+    terminate(row.entPhysicalMfgName);
+    terminate(row.entPhysicalModelName);
+    terminate(row.part_revision);
+    terminate(row.entPhysicalSerialNum);
+    terminate(row.entPhysicalAlias);
 }
 
 /// A transceiver's sensor has none of these, and the record held another row before.
-void clear_what_sensors_lack(ent_phys_entry* row)
+void clear_what_sensors_lack(ent_phys_entry& row)
 {
     constexpr int32_t no = 2;
-    row->entPhysicalHardwareRev[0] = '\0';
-    row->entPhysicalFirmwareRev[0] = '\0';
-    row->entPhysicalSoftwareRev[0] = '\0';
-    row->entPhysicalAssetID[0] = '\0';
-    row->entPhysicalIsFRU = no;
-    row->physical_status = 0;
+    row.entPhysicalHardwareRev[0] = '\0';
+    row.entPhysicalFirmwareRev[0] = '\0';
+    row.entPhysicalSoftwareRev[0] = '\0';
+    row.entPhysicalAssetID[0] = '\0';
+    row.entPhysicalIsFRU = no;
+    row.physical_status = 0;
 }
 
-void write_sensor_type(int32_t code, ent_phys_entry* row)
+void write_sensor_type(int32_t code, ent_phys_entry& row)
 {
     const SensorType type = sensor_type_of(code);
-    build_vendor_type_oid(row->entPhysicalVendorType, type.vendor_type, sizeof type.vendor_type);
-    row->vendor_type_len = vendor_type_length;
-    append(row->entPhysicalDescr, type.unit);
-    append(row->entPhysicalName, type.unit);
+    build_vendor_type_oid(row.entPhysicalVendorType, type.vendor_type, sizeof type.vendor_type);
+    row.vendor_type_len = vendor_type_length;
+    append(row.entPhysicalDescr, type.unit);
+    append(row.entPhysicalName, type.unit);
 }
 
-/// Fills the row of the sensor that was found.
-void write_sensor_row(uint32_t index, const uint8_t* fcot_res, ent_phys_entry* row)
+} // namespace
+
+void write_sensor_row(uint32_t index, const uint8_t* fcot_res, ent_phys_entry& row)
 {
     constexpr const char* function = "entPhysicalTable_trans_sensor";
     constexpr int32_t sensor_class = 8;
     const uint8_t diag_mon_type = fcot_res[PM_FCOT_DIAG_MON_TYPE];
 
-    row->entPhysicalIndex = index;
+    row.entPhysicalIndex = index;
     write_vendor_texts(fcot_res, row);
     clear_what_sensors_lack(row);
     SensorPlace place = sensor_place_of(index);
     CHM_TRACE("%s/%d: Did not get ent_phy_index_sensor_type... ent_phy_index_sensor_type = %d, "
               "if_index = %d \n",
               function, __LINE__, place.code, place.if_index);
-    row->entPhysicalClass = sensor_class;
-    row->entPhysicalParentRelPos = 0;
-    row->entPhysicalContainedIn = 0;
+    row.entPhysicalClass = sensor_class;
+    row.entPhysicalParentRelPos = 0;
+    row.entPhysicalContainedIn = 0;
     if (diag_mon_type != 0) {
-        write_interface_name(row->entPhysicalDescr, place.if_index);
-        write_interface_name(row->entPhysicalName, place.if_index);
+        write_interface_name(row.entPhysicalDescr, place.if_index);
+        write_interface_name(row.entPhysicalName, place.if_index);
         CHM_TRACE("%s/%d: DiagMonType:%d, ifIndex 0x%x, ifdesc: %s, ifname: %s\n", function,
-                  __LINE__, diag_mon_type, place.if_index, row->entPhysicalDescr,
-                  row->entPhysicalName);
+                  __LINE__, diag_mon_type, place.if_index, row.entPhysicalDescr,
+                  row.entPhysicalName);
     } else {
         place.code = 0;
-        row->entPhysicalDescr[0] = '\0';
-        row->entPhysicalName[0] = '\0';
+        row.entPhysicalDescr[0] = '\0';
+        row.entPhysicalName[0] = '\0';
     }
     write_sensor_type(place.code, row);
     CHM_TRACE("%s/%d: FCOT_INFO, entPhysicalIndex = %u,mfgname:%s\n, ModelName:%s,"
               "PartRevision:%s\n, SerialNum:%s,Alias:%s,Name:%s\n",
-              function, __LINE__, row->entPhysicalIndex, row->entPhysicalMfgName,
-              row->entPhysicalModelName, row->part_revision, row->entPhysicalSerialNum,
-              row->entPhysicalAlias, row->entPhysicalName);
-}
-
-} // namespace
-
-int32_t entPhysicalTable_trans_sensor(chm_req_operation op, ent_phys_entry* row)
-{
-    ent_sensor_value_rec entry = {};
-    uint8_t fcot_res[PM_FCOT_INFO_SIZE] = {};
-    uint32_t num_ports = 1;
-
-    entry.entPhysicalIndex = row->entPhysicalIndex;
-    CHM_TRACE("%s/%d entry.entPhysicalIndex %d\n", __func__, __LINE__, entry.entPhysicalIndex);
-    if (op == CHM_REQ_GETNEXT) {
-        entry.entPhysicalIndex = entry.entPhysicalIndex > ENTITY_PORT_SFP_SENSOR_START
-                                     ? entry.entPhysicalIndex + 1
-                                     : ENTITY_PORT_SFP_SENSOR_START;
-        CHM_TRACE("%s/%d entry.entPhysicalIndex %d\n", __func__, __LINE__, entry.entPhysicalIndex);
-    }
-    if (entry.entPhysicalIndex <= ENTITY_SENSOR_END) {
-        CHM_TRACE("%s/%d RET lesser value!  entPhyIndex = %d, ", __func__, __LINE__,
-                  entry.entPhysicalIndex);
-        return no_row;
-    }
-    const SensorPlace place = sensor_place_of(entry.entPhysicalIndex);
-    const uint8_t port_type = port_type_of(place.if_index);
-    CHM_TRACE("%s/%d: entPhyIndex = %d, ifIndex = 0x%x, sensor_type = %d,port_type:%d\n", __func__,
-              __LINE__, entry.entPhysicalIndex, place.if_index, place.code, port_type);
-    if (!may_hold_transceiver(port_type)) {
-        CHM_TRACE("%s/%d: entPhyIndex = %d, ifIndex = 0x%x, sensor_type = %d, unmatched port "
-                  "type:%d, NO_ENTRY\n",
-                  __func__, __LINE__, entry.entPhysicalIndex, place.if_index, place.code,
-                  port_type);
-        return PLATFORM_NO_SUCH_ENTRY;
-    }
-    const uint32_t status =
-        ent_cmi_get_fcot_info(ipcx_response_q, op, 1, &entry.entPhysicalIndex, &place.if_index,
-                              &place.code, &num_ports, fcot_res, &entry);
-    if (status != FETCH_OK) {
-        CHM_TRACE("%s/%d: call to get fcot info failed, retcode = 0x%x\n", __func__, __LINE__,
-                  status);
-        return chm_log_snmp_error(static_cast<int32_t>(status));
-    }
-    const uint8_t diag_mon_type = fcot_res[PM_FCOT_DIAG_MON_TYPE];
-    CHM_TRACE("%s/%d: entPhyIndex = %d, ifIndex = 0x%x, sensor_type = %d,port_type:%d, got "
-              "transceiver mib,num_ports:%d, DiagMonType:%d\n",
-              __func__, __LINE__, entry.entPhysicalIndex, place.if_index, place.code, port_type,
-              num_ports, diag_mon_type);
-    write_sensor_row(entry.entPhysicalIndex, fcot_res, row);
-    return 0;
+              function, __LINE__, index, row.entPhysicalMfgName, row.entPhysicalModelName,
+              row.part_revision, row.entPhysicalSerialNum, row.entPhysicalAlias,
+              row.entPhysicalName);
 }

@@ -1,5 +1,5 @@
 /// What extends the physical inventory: asset codes, second serial numbers and LEDs.
-#include "column_value.h"
+#include "column.h"
 #include "module_frame.h"
 #include "request_channel.h"
 #include "row_lookup.h"
@@ -21,54 +21,24 @@ enum entity_ext_mib_object : u_char {
     entPhysicalSecondSerialNum = 17,
 };
 
-FindVarMethod get_qeAssetTable, get_qeExtEntityLEDTable, get_qeExtEntPhysicalTable;
-WriteMethod set_entPhysicalSecondSerialNum;
-
-constexpr oid entity_asset_mib_variables_oid[] = {1, 3, 6, 1, 4, 1, ENTERPRISE_ALT, 9, 92};
-constexpr variable4 entity_asset_mib_variables[] = {
-    {qeAssetCLEICode, ASN_OCTET_STR, RONLY, get_qeAssetTable, 4, {1, 1, 1, 11}},
-};
-constexpr MibModule entity_asset_mib("entity_asset_mib", entity_asset_mib_variables,
-                                     entity_asset_mib_variables_oid);
-
-constexpr oid entity_ext_mib_variables_oid[] = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 195};
-constexpr variable4 entity_ext_mib_variables[] = {
-    {qeExtEntityLEDValue, ASN_INTEGER, RONLY, get_qeExtEntityLEDTable, 4, {1, 3, 1, 2}},
-    {entPhysicalSecondSerialNum, ASN_OCTET_STR, RWRITE, get_qeExtEntPhysicalTable, 4, {1, 4, 1, 1}},
-};
-constexpr MibModule entity_ext_mib("entity_ext_mib", entity_ext_mib_variables,
-                                   entity_ext_mib_variables_oid);
-
-constexpr size_t second_serial_num_column_length = 13;
-constexpr size_t longest_serial_num = 32;
-
 /// The last row read, of the asset table or of the extension table.
 ent_phys_entry row;
 
 /// The row lookup that both tables share; what the row holds besides its index travels along, and
 /// is served when a success comes without a response.
-int32_t look_up_entity(const char* lookup, const RowRequest& request, ent_phys_entry* entity)
+int32_t look_up_entity(const char* lookup, const RowRequest& request, ent_phys_entry& entity)
 {
-    entity->entPhysicalIndex = 0;
     CHM_TRACE("%s called\n", lookup);
-    const auto index = requested_index<1>(request);
-    if (!index) {
-        return no_row;
-    }
-    entity->entPhysicalIndex = index->front();
-    const Reply reply = exchange(Opcode::physical_entity, request.operation(), *entity);
-    if (!reply.succeeded() || !reply.answered) {
-        CHM_TRACE("%s cmi_req_resp NOT Success !!  \n", lookup);
-        return reply.result;
-    }
-    CHM_TRACE("%s cmi_req_resp - Success !!  \n", lookup);
-    return name_row<1>(request, {entity->entPhysicalIndex});
-}
-
-int32_t header_qeExtEntPhysicalTable(const oid* vp_name, size_t vp_name_length, oid* name,
-                                     size_t* length, int exact, ent_phys_entry* entity)
-{
-    return look_up_entity(__func__, {vp_name, vp_name_length, name, length, exact != 0}, entity);
+    return look_up(request, NameBeyond::starts_over, entity,
+                   [&](chm_req_operation operation, ent_phys_entry& asked) {
+                       const RowFound found = row_of(exchange(physical_table, operation, asked));
+                       if (found.names_row) {
+                           CHM_TRACE("%s cmi_req_resp - Success !!  \n", lookup);
+                       } else {
+                           CHM_TRACE("%s cmi_req_resp NOT Success !!  \n", lookup);
+                       }
+                       return found;
+                   });
 }
 
 /// A text with a terminator, for the trace; good until the next call.
@@ -85,7 +55,7 @@ u_char* get_qeAssetTable(variable* vp, oid* name, size_t* length, int exact, siz
 {
     row = {}; // nothing that another read left is ever served here
     if (look_up_entity("header_qeAssetTable", {vp->name, vp->namelen, name, length, exact != 0},
-                       &row) != 0) {
+                       row) != 0) {
         return nullptr;
     }
     if (vp->magic != qeAssetCLEICode) {
@@ -99,45 +69,13 @@ u_char* get_qeAssetTable(variable* vp, oid* name, size_t* length, int exact, siz
     return code;
 }
 
-u_char* get_qeExtEntPhysicalTable(variable* vp, oid* name, size_t* length, int exact,
-                                  size_t* var_len, WriteMethod** write_method)
+int32_t header_qeExtEntPhysicalTable(const oid* vp_name, size_t vp_name_length, oid* name,
+                                     size_t* length, int exact, ent_phys_entry* entity)
 {
-    CHM_TRACE("%s called\n", __func__);
-    if (header_qeExtEntPhysicalTable(vp->name, vp->namelen, name, length, exact, &row) != 0) {
-        return nullptr;
-    }
-    if (vp->magic != entPhysicalSecondSerialNum) {
-        return unknown_object();
-    }
-    *write_method = set_entPhysicalSecondSerialNum;
-    u_char* serial = text_value(row.second_serial_num, longest_serial_num, var_len);
-    CHM_TRACE("%s -- Second Serial Num : %s \n", __func__, terminated(serial, *var_len));
-    return serial;
+    return look_up_entity(__func__, {vp_name, vp_name_length, name, length, exact != 0}, *entity);
 }
 
-u_char* get_qeExtEntityLEDTable(variable* vp, oid* name, size_t* length, int exact, size_t* var_len,
-                                WriteMethod**)
-{
-    static led_entry led;
-
-    CHM_TRACE("%s called\n", __func__);
-    const RowRequest request = {vp->name, vp->namelen, name, length, exact != 0};
-    led.entity = led.led = 0;
-    const auto index = requested_index<2>(request);
-    if (!index) {
-        return nullptr;
-    }
-    led.entity = (*index)[0];
-    led.led = (*index)[1];
-    const Reply reply = exchange(Opcode::led, request.operation(), led);
-    if (!reply.succeeded() ||
-        (reply.answered && name_row<2>(request, {led.entity, led.led}) != 0)) {
-        return nullptr;
-    }
-    return vp->magic == qeExtEntityLEDValue ? integer_value(led.value, var_len) : unknown_object();
-}
-
-constexpr WriteRule second_serial_num_rule = {ASN_OCTET_STR, nullptr, longest_serial_num, nullptr};
+constexpr WriteRule second_serial_num_rule = text_rule(0, 32, nullptr, nullptr);
 
 /// Refusals go to the trace here, not to standard error.
 int check_second_serial_num(const char* method, const WriteValue& value)
@@ -154,15 +92,16 @@ int check_second_serial_num(const char* method, const WriteValue& value)
 int write_second_serial_num(const char* method, const WriteValue& value, oid* name,
                             size_t name_length)
 {
+    constexpr size_t column_length = 13;
     ent_phys_entry entity = {};
-    int32_t result = header_qeExtEntPhysicalTable(name, second_serial_num_column_length, name,
-                                                  &name_length, 1, &entity);
+    int32_t result =
+        header_qeExtEntPhysicalTable(name, column_length, name, &name_length, 1, &entity);
     if (result != 0) {
         CHM_TRACE("%s -- header_qeExtEntPhysicalTable() Failed !! \n", method);
         return snmp_error_status(result, NotWritable::general_error);
     }
-    replace_text(entity, entity.second_serial_num, value);
-    result = send_record(Opcode::physical_entity, entity);
+    assign(entity, entity.second_serial_num, value);
+    result = send_record(physical_table, entity);
     if (result == PLATFORM_OK) {
         CHM_TRACE("%s -- cmi_req_resp Success !! \n", method);
     } else {
@@ -185,6 +124,49 @@ int set_entPhysicalSecondSerialNum(int action, u_char* var_val, u_char var_val_t
         return SNMP_ERR_NOERROR;
     }
 }
+
+u_char* get_qeExtEntPhysicalTable(variable* vp, oid* name, size_t* length, int exact,
+                                  size_t* var_len, WriteMethod** write_method)
+{
+    CHM_TRACE("%s called\n", __func__);
+    if (header_qeExtEntPhysicalTable(vp->name, vp->namelen, name, length, exact, &row) != 0) {
+        return nullptr;
+    }
+    if (vp->magic != entPhysicalSecondSerialNum) {
+        return unknown_object();
+    }
+    *write_method = set_entPhysicalSecondSerialNum;
+    u_char* serial = field<&ent_phys_entry::second_serial_num>(row, var_len);
+    CHM_TRACE("%s -- Second Serial Num : %s \n", __func__, terminated(serial, *var_len));
+    return serial;
+}
+
+constexpr Column<led_entry> led_columns[] = {
+    {qeExtEntityLEDValue, field<&led_entry::value>},
+};
+
+u_char* get_qeExtEntityLEDTable(variable* vp, oid* name, size_t* length, int exact, size_t* var_len,
+                                WriteMethod** write_method)
+{
+    CHM_TRACE("%s called\n", __func__);
+    return serve<find_row<led_table, NameBeyond::starts_over>, led_columns>(vp, name, length, exact,
+                                                                            var_len, write_method);
+}
+
+constexpr oid entity_asset_mib_variables_oid[] = {1, 3, 6, 1, 4, 1, ENTERPRISE_ALT, 9, 92};
+constexpr variable4 entity_asset_mib_variables[] = {
+    {qeAssetCLEICode, ASN_OCTET_STR, RONLY, get_qeAssetTable, 4, {1, 1, 1, 11}},
+};
+constexpr MibModule entity_asset_mib("entity_asset_mib", entity_asset_mib_variables,
+                                     entity_asset_mib_variables_oid);
+
+constexpr oid entity_ext_mib_variables_oid[] = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 195};
+constexpr variable4 entity_ext_mib_variables[] = {
+    {qeExtEntityLEDValue, ASN_INTEGER, RONLY, get_qeExtEntityLEDTable, 4, {1, 3, 1, 2}},
+    {entPhysicalSecondSerialNum, ASN_OCTET_STR, RWRITE, get_qeExtEntPhysicalTable, 4, {1, 4, 1, 1}},
+};
+constexpr MibModule entity_ext_mib("entity_ext_mib", entity_ext_mib_variables,
+                                   entity_ext_mib_variables_oid);
 
 } // namespace
 

@@ -1,12 +1,14 @@
 /// Redundancy: the state of the two supervisors, the administrative action, the switchover.
-#include "column_value.h"
+#include "column.h"
 #include "hactl.h"
 #include "module_frame.h"
 #include "notification.h"
 #include "request_channel.h"
 #include "write_method.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 #include <sys/time.h>
 
@@ -24,9 +26,60 @@ enum quarn_rf_mib_object : u_char {
     qRFCfgAdminAction = 21,
 };
 
-FindVarMethod get_quarn_rf_mib;
-WriteMethod set_qRFCfgAdminAction;
-ipcx_event_handler handle_notifications;
+/// The last record received, which is also what every request sends.
+rf_status_record record;
+
+/// Sends the record that the agent has just had read for this request, with the new action in it. A
+/// refused action stays in it until a read brings the next record.
+int set_qRFCfgAdminAction(int action, u_char* var_val, u_char var_val_type, size_t var_val_len,
+                          u_char*, oid*, size_t)
+{
+    constexpr WriteRule rule = integer_rule(
+        within<0, 3>, "write to qRFCfgAdminAction not ASN_INTEGER\n",
+        "write to qRFCfgAdminAction: bad length\n", "Out of range value for qRFCfgAdminAction.\n");
+    const WriteValue value = {var_val, var_val_type, var_val_len};
+    return in_phase(action, rule, value, [&] {
+        record.admin_action = integer_of(value);
+        return write_record(redundancy_status, record) == PLATFORM_OK ? SNMP_ERR_NOERROR
+                                                                      : SNMP_ERR_GENERR;
+    });
+}
+
+int32_t map_reasonCodes()
+{
+    return 1;
+}
+
+u_char* reason_code(rf_status_record& status, size_t* var_len)
+{
+    status.reason_code = map_reasonCodes();
+    return integer_value(status.reason_code, var_len);
+}
+
+constexpr Column<rf_status_record> status_objects[] = {
+    {qRFStatus1, field<&rf_status_record::status_1>},
+    {qRFStatus2, field<&rf_status_record::status_2>},
+    {qRFStatus3, field<&rf_status_record::status_3>},
+    {qRFStatus4, field<&rf_status_record::status_4>},
+    {qRFStatus6, field<&rf_status_record::status_6>},
+    {qRFStatus7, field<&rf_status_record::status_7>},
+    {qRFReasonCode, reason_code},
+    {qRFCfgAdminAction, field<&rf_status_record::admin_action>, set_qRFCfgAdminAction},
+};
+
+u_char* get_quarn_rf_mib(variable* vp, oid* name, size_t* length, int exact, size_t* var_len,
+                         WriteMethod** write_method)
+{
+    if (header_generic(vp, name, length, exact, var_len, write_method) == MATCH_FAILED) {
+        return nullptr;
+    }
+    const auto* object = column_of(status_objects, vp);
+    offer_write(object, write_method);
+    if (!exchange(redundancy_status, CHM_REQ_GET, record).succeeded()) {
+        return nullptr;
+    }
+    return serve_column(object, record, var_len);
+}
 
 #define QUARN_RF_MIB 1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 176
 constexpr oid quarn_rf_mib_variables_oid[] = {QUARN_RF_MIB};
@@ -42,92 +95,12 @@ constexpr variable7 quarn_rf_mib_variables[] = {
     {qRFCfgAdminAction, ASN_INTEGER, RWRITE, get_quarn_rf_mib, 3, {1, 2, 11}},
 };
 
-constexpr EventHandler quarn_rf_mib_handlers[] = {
-    {Event::redundancy, handle_notifications},
-};
-
-constexpr MibModule quarn_rf_mib("quarn_rf_mib", quarn_rf_mib_variables, quarn_rf_mib_variables_oid,
-                                 quarn_rf_mib_handlers);
-
-/// The last record received, which is also what every request sends.
-rf_status_record record;
-
-int32_t map_reasonCodes()
-{
-    return 1;
-}
-
-u_char* get_quarn_rf_mib(variable* vp, oid* name, size_t* length, int exact, size_t* var_len,
-                         WriteMethod** write_method)
-{
-    if (header_generic(vp, name, length, exact, var_len, write_method) == MATCH_FAILED) {
-        return nullptr;
-    }
-    if (vp->magic == qRFCfgAdminAction) {
-        *write_method = set_qRFCfgAdminAction;
-    }
-    if (!exchange(Opcode::redundancy, CHM_REQ_GET, record).succeeded()) {
-        return nullptr;
-    }
-    switch (vp->magic) {
-    case qRFStatus1:
-        return integer_value(record.status_1, var_len);
-    case qRFStatus2:
-        return integer_value(record.status_2, var_len);
-    case qRFStatus3:
-        return integer_value(record.status_3, var_len);
-    case qRFStatus4:
-        return integer_value(record.status_4, var_len);
-    case qRFStatus6:
-        return integer_value(record.status_6, var_len);
-    case qRFStatus7:
-        return integer_value(record.status_7, var_len);
-    case qRFReasonCode:
-        record.reason_code = map_reasonCodes();
-        return integer_value(record.reason_code, var_len);
-    case qRFCfgAdminAction:
-        return integer_value(record.admin_action, var_len);
-    default:
-        return unknown_object();
-    }
-}
-
-constexpr WriteRule admin_action_rule = {
-    ASN_INTEGER,  "write to qRFCfgAdminAction not ASN_INTEGER\n",
-    sizeof(long), "write to qRFCfgAdminAction: bad length\n",
-    within<0, 3>, "Out of range value for qRFCfgAdminAction.\n",
-};
-
-/// Sends the record that the agent has just had read for this request, with the new action in it. A
-/// refused action stays in it until a read brings the next record.
-int set_qRFCfgAdminAction(int action, u_char* var_val, u_char var_val_type, size_t var_val_len,
-                          u_char*, oid*, size_t)
-{
-    const WriteValue value = {var_val, var_val_type, var_val_len};
-    return in_phase(action, admin_action_rule, value, [&] {
-        record.admin_action = integer_of(value);
-        return write_record(Opcode::redundancy, record) == PLATFORM_OK ? SNMP_ERR_NOERROR
-                                                                       : SNMP_ERR_GENERR;
-    });
-}
-
 /// The reason of a switchover as the notification reports it.
 int32_t reported_reason(int32_t reason)
 {
-    switch (reason) {
-    case 0:
-        return 3;
-    case 1:
-    case 2:
-    case 3:
-        return 6;
-    case 4:
-        return 4;
-    case 5:
-        return 7;
-    default:
-        return 1;
-    }
+    constexpr int32_t reported[] = {3, 6, 6, 6, 4, 7};
+    const bool known = reason >= 0 && reason < static_cast<int32_t>(std::size(reported));
+    return known ? reported[reason] : 1;
 }
 
 uint32_t uptime_now()
@@ -146,12 +119,12 @@ netsnmp_variable_list* handle_notifications(void*, oid* trap_oid, size_t* trap_o
     static constexpr oid status_1[] = {QUARN_RF_MIB, 1, 1, 1};
     static constexpr oid sys_up_time[] = {1, 3, 6, 1, 2, 1, 1, 3};
     static constexpr oid reason_code[] = {QUARN_RF_MIB, 1, 1, 8};
-    constexpr uint32_t scalar_instance = 0;
+    static constexpr uint32_t scalar[] = {0};
 
     *send = 1;
     const int32_t reason = reported_reason(hactl_swover_reason_get());
     rf_status_record current = {};
-    Reply reply = send_request(Opcode::redundancy, CHM_REQ_GET, nullptr, sizeof current,
+    Reply reply = send_request({redundancy_status, CHM_REQ_GET}, nullptr, sizeof current,
                                Requester::event_handler);
     if (!reply.answered || reply.length < offsetof(rf_status_record, status_3)) {
         *send = 0;
@@ -159,13 +132,21 @@ netsnmp_variable_list* handle_notifications(void*, oid* trap_oid, size_t* trap_o
     }
     reply.take_into(current);
 
-    Bindings bindings;
-    bind_integer(bindings, status_1, scalar_instance, current.status_1);
-    bind_time_ticks(bindings, sys_up_time, scalar_instance, uptime_now());
-    bind_integer(bindings, reason_code, scalar_instance, reason);
+    BindingList bindings;
+    bindings.add(status_1, scalar, ASN_INTEGER, &current.status_1, sizeof current.status_1);
+    const uint32_t uptime = uptime_now();
+    bindings.add(sys_up_time, scalar, ASN_TIMETICKS, &uptime, sizeof uptime);
+    bindings.add(reason_code, scalar, ASN_INTEGER, &reason, sizeof reason);
     name_notification(switchover, trap_oid, trap_oid_length);
     return bindings.first;
 }
+
+constexpr EventHandler quarn_rf_mib_handlers[] = {
+    {supervisor_switchover, handle_notifications},
+};
+
+constexpr MibModule quarn_rf_mib("quarn_rf_mib", quarn_rf_mib_variables, quarn_rf_mib_variables_oid,
+                                 quarn_rf_mib_handlers);
 
 } // namespace
 

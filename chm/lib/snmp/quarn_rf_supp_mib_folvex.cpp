@@ -1,5 +1,5 @@
 /// Supplemental redundancy objects: whether the configurations can be operated on.
-#include "column_value.h"
+#include "column.h"
 #include "hactl.h"
 #include "module_frame.h"
 
@@ -12,18 +12,6 @@ enum quarn_rf_supp_mib_object : u_char {
     qRFSuppRunningConfigOperation = 6,
     qRFSuppStartupConfigOperation = 9,
 };
-
-FindVarMethod get_quarn_rf_supp_mib;
-
-constexpr oid quarn_rf_supp_mib_variables_oid[] = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 198};
-
-constexpr variable7 quarn_rf_supp_mib_variables[] = {
-    {qRFSuppRunningConfigOperation, ASN_INTEGER, RONLY, get_quarn_rf_supp_mib, 3, {1, 1, 6}},
-    {qRFSuppStartupConfigOperation, ASN_INTEGER, RONLY, get_quarn_rf_supp_mib, 3, {1, 1, 9}},
-};
-
-constexpr MibModule quarn_rf_supp_mib("quarn_rf_supp_mib", quarn_rf_supp_mib_variables,
-                                      quarn_rf_supp_mib_variables_oid);
 
 u_char* get_quarn_rf_supp_mib(variable* vp, oid* name, size_t* length, int exact, size_t* var_len,
                               WriteMethod** write_method)
@@ -50,6 +38,16 @@ u_char* get_quarn_rf_supp_mib(variable* vp, oid* name, size_t* length, int exact
         return unknown_object();
     }
 }
+
+constexpr oid quarn_rf_supp_mib_variables_oid[] = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 198};
+
+constexpr variable7 quarn_rf_supp_mib_variables[] = {
+    {qRFSuppRunningConfigOperation, ASN_INTEGER, RONLY, get_quarn_rf_supp_mib, 3, {1, 1, 6}},
+    {qRFSuppStartupConfigOperation, ASN_INTEGER, RONLY, get_quarn_rf_supp_mib, 3, {1, 1, 9}},
+};
+
+constexpr MibModule quarn_rf_supp_mib("quarn_rf_supp_mib", quarn_rf_supp_mib_variables,
+                                      quarn_rf_supp_mib_variables_oid);
 
 } // namespace
 

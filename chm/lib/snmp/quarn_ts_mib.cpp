@@ -1,5 +1,5 @@
 /// Terminal message: composing a text message to terminal lines, and having it sent.
-#include "column_value.h"
+#include "column.h"
 #include "module_frame.h"
 #include "request_channel.h"
 #include "write_method.h"
@@ -17,8 +17,148 @@ enum quarn_ts_mib_object : u_char {
     tsMsgSend = 40,
 };
 
-FindVarMethod get_quarn_ts_mib;
-WriteMethod set_tsMsgIntervaltim, set_tsMsgDuration, set_tsMsgText, set_tsMsgSend;
+/// A field of the message that may be written.
+template <typename Field>
+struct WritableField {
+    WriteRule rule;
+    const char* get_failed; ///< line on standard output when the message cannot be read
+    const char* set_failed; ///< and when it cannot be written
+    Field ts_info::*field;
+};
+template <typename Field>
+WritableField(WriteRule, const char*, const char*, Field ts_info::*) -> WritableField<Field>;
+
+/// A number out of range and a text of a wrong length are reported on standard output too.
+int check_field(const WriteRule& rule, const WriteValue& value)
+{
+    const int status = check_write(rule, value);
+    if (status == SNMP_ERR_WRONGVALUE) {
+        fputs(rule.wrong_value, stdout);
+    } else if (status == SNMP_ERR_WRONGLENGTH && rule.type == ASN_OCTET_STR) {
+        fputs(rule.wrong_length, stdout);
+    }
+    return status;
+}
+
+void assign_field(int32_t& field, const WriteValue& value)
+{
+    field = integer_of(value);
+}
+
+/// What a longer text left after the NUL stays: all but the field goes back as it was read.
+template <size_t Width>
+void assign_field(char (&field)[Width], const WriteValue& value)
+{
+    __memcpy_to_buf(sizeof field, field, value.data, value.length);
+    field[value.length] = '\0';
+}
+
+/// Write method of a field. Reads the message in every phase, whatever the phase then does. A
+/// platform that fails to report it fails the write; one that has none lets it pass, and nothing is
+/// written.
+template <const auto& writable>
+int set_field(int action, u_char* var_val, u_char var_val_type, size_t var_val_len, u_char*, oid*,
+              size_t)
+{
+    const WriteValue value = {var_val, var_val_type, var_val_len};
+    ts_info message = {};
+    const Reply reply = exchange(terminal_message, CHM_REQ_GET, message);
+    if (!reply.succeeded() || !reply.answered) {
+        puts(writable.get_failed);
+        return reply.succeeded() ? SNMP_ERR_NOERROR : SNMP_ERR_GENERR;
+    }
+    if (action != RESERVE1 && action != ACTION) {
+        return SNMP_ERR_NOERROR;
+    }
+    // Checked in both phases: without a record, the first one has let any value pass.
+    const int status = check_field(writable.rule, value);
+    if (status != SNMP_ERR_NOERROR || action == RESERVE1) {
+        return status;
+    }
+    assign_field(message.*writable.field, value);
+    if (write_record(terminal_message, message) != PLATFORM_OK) {
+        puts(writable.set_failed);
+        return SNMP_ERR_GENERR;
+    }
+    return SNMP_ERR_NOERROR;
+}
+
+constexpr bool is_time(int32_t value)
+{
+    return value != 0 && value <= 9999;
+}
+
+constexpr WritableField interval = {
+    integer_rule(is_time, "write to tsMsgIntervaltim not ASN_INTEGER\n",
+                 "write to tsMsgIntervaltim: bad length\n",
+                 "Out of range value for tsMsgIntervaltim.\n"),
+    "In set_tsMsgIntervaltim, cmi_req_resp() for GET returned NULL.",
+    "In set_tsMsgIntervaltim, cmi_req_resp() for SET returned ERROR.",
+    &ts_info::interval,
+};
+int set_tsMsgIntervaltim(int action, u_char* var_val, u_char var_val_type, size_t var_val_len,
+                         u_char* old_value, oid* name, size_t name_length)
+{
+    print_enter(__func__);
+    puts("In set_tsMsgIntervaltim, doing a GET first.");
+    return set_field<interval>(action, var_val, var_val_type, var_val_len, old_value, name,
+                               name_length);
+}
+
+constexpr WritableField duration = {
+    integer_rule(is_time, "write to tsMsgDuration not ASN_INTEGER\n",
+                 "write to tsMsgDuration: bad length\n", "Out of range value for tsMsgDuration.\n"),
+    "In set_tsMsgDuration, cmi_req_resp() for GET returned NULL.",
+    "In set_tsMsgDuration, cmi_req_resp() for SET returned ERROR.",
+    &ts_info::duration,
+};
+constexpr WriteMethod& set_tsMsgDuration = set_field<duration>;
+
+constexpr WritableField text = {
+    text_rule(1, 256, "write to tsMsgText not ASN_OCTET_STR\n",
+              "write to _tsMsgText: bad length\n"),
+    "In set_tsMsgText, cmi_req_resp() for GET returned NULL.",
+    "In set_tsMsgText, cmi_req_resp() for SET returned ERROR.",
+    &ts_info::text,
+};
+constexpr WriteMethod& set_tsMsgText = set_field<text>;
+
+constexpr WritableField send_trigger = {
+    integer_rule(within<2, 2>, "write to tsMsgSend not ASN_INTEGER\n",
+                 "write to tsMsgSend: bad length\n", "Out of range value for tsMsgSend.\n"),
+    "In set_tsMsgSend, cmi_req_resp() for GET returned NULL.",
+    "In set_tsMsgSend, cmi_req_resp() for SET returned ERROR.",
+    &ts_info::send,
+};
+constexpr WriteMethod& set_tsMsgSend = set_field<send_trigger>;
+
+constexpr Column<ts_info> message_objects[] = {
+    {tsMsgIntervaltim, field<&ts_info::interval>, set_tsMsgIntervaltim},
+    {tsMsgDuration, field<&ts_info::duration>, set_tsMsgDuration},
+    {tsMsgText, whole_text<&ts_info::text>, set_tsMsgText},
+    {tsMsgSend, field<&ts_info::send>, set_tsMsgSend},
+};
+
+u_char* get_quarn_ts_mib(variable* vp, oid* name, size_t* length, int exact, size_t* var_len,
+                         WriteMethod** write_method)
+{
+    static ts_info message;
+
+    if (header_generic(vp, name, length, exact, var_len, write_method) == MATCH_FAILED) {
+        return nullptr;
+    }
+    const auto* object = column_of(message_objects, vp);
+    offer_write(object, write_method);
+    const Reply reply = exchange(terminal_message, CHM_REQ_GET, message);
+    if (!reply.succeeded() || !reply.answered) {
+        puts("cmi_req_resp to IPCX_OPC_CHM_SNMP_TS_INFO returned FAILURE.");
+    }
+    if (!reply.succeeded()) {
+        puts("header_tsInfo returned NULL.");
+        return nullptr;
+    }
+    return serve_column(object, message, var_len);
+}
 
 constexpr oid quarn_ts_mib_variables_oid[] = {1, 3, 6, 1, 4, 1, ENTERPRISE_ALT, 2, 9};
 
@@ -31,175 +171,6 @@ constexpr variable4 quarn_ts_mib_variables[] = {
 
 constexpr MibModule quarn_ts_mib("quarn_ts_mib", quarn_ts_mib_variables,
                                  quarn_ts_mib_variables_oid);
-
-WriteMethod* write_method_of(u_char magic)
-{
-    switch (magic) {
-    case tsMsgIntervaltim:
-        return set_tsMsgIntervaltim;
-    case tsMsgDuration:
-        return set_tsMsgDuration;
-    case tsMsgText:
-        return set_tsMsgText;
-    case tsMsgSend:
-        return set_tsMsgSend;
-    default:
-        return nullptr;
-    }
-}
-
-u_char* get_quarn_ts_mib(variable* vp, oid* name, size_t* length, int exact, size_t* var_len,
-                         WriteMethod** write_method)
-{
-    static ts_info message;
-
-    if (header_generic(vp, name, length, exact, var_len, write_method) == MATCH_FAILED) {
-        return nullptr;
-    }
-    *write_method = write_method_of(vp->magic);
-    const Reply reply = exchange(Opcode::terminal_message, CHM_REQ_GET, message);
-    if (!reply.succeeded() || !reply.answered) {
-        puts("cmi_req_resp to IPCX_OPC_CHM_SNMP_TS_INFO returned FAILURE.");
-    }
-    if (!reply.succeeded()) {
-        puts("header_tsInfo returned NULL.");
-        return nullptr;
-    }
-    switch (vp->magic) {
-    case tsMsgIntervaltim:
-        return integer_value(message.interval, var_len);
-    case tsMsgDuration:
-        return integer_value(message.duration, var_len);
-    case tsMsgText:
-        return text_value(message.text, sizeof message.text, var_len);
-    case tsMsgSend:
-        return integer_value(message.send, var_len);
-    default:
-        return unknown_object();
-    }
-}
-
-/// A field of the message that may be written.
-struct WritableField {
-    WriteRule rule;
-    const char* get_failed;   ///< line on standard output when the message cannot be read
-    const char* set_failed;   ///< and when it cannot be written
-    int32_t ts_info::*number; ///< null for the text
-};
-
-constexpr bool is_time(int32_t value)
-{
-    return value != 0 && value <= 9999;
-}
-
-constexpr size_t longest_message = 256;
-
-constexpr WritableField interval = {
-    {ASN_INTEGER, "write to tsMsgIntervaltim not ASN_INTEGER\n", sizeof(long),
-     "write to tsMsgIntervaltim: bad length\n", is_time,
-     "Out of range value for tsMsgIntervaltim.\n"},
-    "In set_tsMsgIntervaltim, cmi_req_resp() for GET returned NULL.",
-    "In set_tsMsgIntervaltim, cmi_req_resp() for SET returned ERROR.",
-    &ts_info::interval,
-};
-constexpr WritableField duration = {
-    {ASN_INTEGER, "write to tsMsgDuration not ASN_INTEGER\n", sizeof(long),
-     "write to tsMsgDuration: bad length\n", is_time, "Out of range value for tsMsgDuration.\n"},
-    "In set_tsMsgDuration, cmi_req_resp() for GET returned NULL.",
-    "In set_tsMsgDuration, cmi_req_resp() for SET returned ERROR.",
-    &ts_info::duration,
-};
-constexpr WritableField text = {
-    {ASN_OCTET_STR, "write to tsMsgText not ASN_OCTET_STR\n", longest_message,
-     "write to _tsMsgText: bad length\n", nullptr, nullptr, 1},
-    "In set_tsMsgText, cmi_req_resp() for GET returned NULL.",
-    "In set_tsMsgText, cmi_req_resp() for SET returned ERROR.",
-    nullptr,
-};
-constexpr WritableField send_trigger = {
-    {ASN_INTEGER, "write to tsMsgSend not ASN_INTEGER\n", sizeof(long),
-     "write to tsMsgSend: bad length\n", (within<2, 2>), "Out of range value for tsMsgSend.\n"},
-    "In set_tsMsgSend, cmi_req_resp() for GET returned NULL.",
-    "In set_tsMsgSend, cmi_req_resp() for SET returned ERROR.",
-    &ts_info::send,
-};
-
-/// A number out of range and a text of a wrong length are told on standard output too.
-int check_field(const WritableField& field, const WriteValue& value)
-{
-    const int status = check_write(field.rule, value);
-    if (field.number && status == SNMP_ERR_WRONGVALUE) {
-        fputs(field.rule.wrong_value, stdout);
-    } else if (!field.number && status == SNMP_ERR_WRONGLENGTH) {
-        fputs(field.rule.wrong_length, stdout);
-    }
-    return status;
-}
-
-int write_field(const WritableField& field, ts_info& message, const WriteValue& value)
-{
-    if (field.number) {
-        message.*field.number = integer_of(value);
-    } else {
-        __memcpy_to_buf(sizeof message - offsetof(ts_info, text), message.text, value.data,
-                        value.length);
-        message.text[value.length] = '\0';
-    }
-    if (write_record(Opcode::terminal_message, message) != PLATFORM_OK) {
-        puts(field.set_failed);
-        return SNMP_ERR_GENERR;
-    }
-    return SNMP_ERR_NOERROR;
-}
-
-/// Reads the message in every phase, whatever the phase then does. A platform that does not tell it
-/// fails the write; one that has none lets it pass, and nothing is written.
-int set_field(const WritableField& field, int action, const WriteValue& value)
-{
-    ts_info message = {};
-    const Reply reply = exchange(Opcode::terminal_message, CHM_REQ_GET, message);
-    if (!reply.succeeded() || !reply.answered) {
-        puts(field.get_failed);
-        return reply.succeeded() ? SNMP_ERR_NOERROR : SNMP_ERR_GENERR;
-    }
-    switch (action) {
-    case RESERVE1:
-        return check_field(field, value);
-    case ACTION: {
-        // Checked again: without a record, the first phase has let any value pass.
-        const int status = check_field(field, value);
-        return status == SNMP_ERR_NOERROR ? write_field(field, message, value) : status;
-    }
-    default:
-        return SNMP_ERR_NOERROR;
-    }
-}
-
-int set_tsMsgIntervaltim(int action, u_char* var_val, u_char var_val_type, size_t var_val_len,
-                         u_char*, oid*, size_t)
-{
-    print_enter(__func__);
-    puts("In set_tsMsgIntervaltim, doing a GET first.");
-    return set_field(interval, action, {var_val, var_val_type, var_val_len});
-}
-
-int set_tsMsgDuration(int action, u_char* var_val, u_char var_val_type, size_t var_val_len, u_char*,
-                      oid*, size_t)
-{
-    return set_field(duration, action, {var_val, var_val_type, var_val_len});
-}
-
-int set_tsMsgText(int action, u_char* var_val, u_char var_val_type, size_t var_val_len, u_char*,
-                  oid*, size_t)
-{
-    return set_field(text, action, {var_val, var_val_type, var_val_len});
-}
-
-int set_tsMsgSend(int action, u_char* var_val, u_char var_val_type, size_t var_val_len, u_char*,
-                  oid*, size_t)
-{
-    return set_field(send_trigger, action, {var_val, var_val_type, var_val_len});
-}
 
 } // namespace
 

@@ -12,40 +12,32 @@ namespace {
 
 constexpr uint32_t chm_req_route = 39;
 
-/// The request class is a property of the opcode.
-constexpr uint32_t chm_req_class(Opcode opcode)
-{
-    const bool host_order = opcode == Opcode::terminal_message || opcode == Opcode::redundancy;
-    return host_order ? 4 : USUAL_REQ_CLASS;
-}
-
-int32_t call_platform(Opcode opcode, chm_req_operation operation, void* payload, void** response,
-                      uint32_t* length, Requester requester)
+int32_t call_platform(const RequestCall& call, void* payload, void** response, uint32_t* length,
+                      Requester requester)
 {
     const bool for_request = requester == Requester::snmp_request;
-    return cmi_req_resp(static_cast<uint32_t>(opcode), operation, payload, response, length,
+    return cmi_req_resp(call.opcode, call.operation, payload, response, length,
                         for_request ? get_snmp_username(nullptr) : nullptr,
                         for_request ? get_snmp_sessionid(nullptr) : 0, chm_req_route,
-                        ipcx_response_q, chm_req_class(opcode));
+                        ipcx_response_q, call.req_class);
 }
 
 } // namespace
 
-Reply send_request(Opcode opcode, chm_req_operation operation, void* payload, uint32_t length,
-                   Requester requester)
+Reply send_request(const RequestCall& call, void* payload, uint32_t length, Requester requester)
 {
     void* response = nullptr;
     Reply reply;
     reply.length = length;
-    reply.result = call_platform(opcode, operation, payload, &response, &reply.length, requester);
+    reply.result = call_platform(call, payload, &response, &reply.length, requester);
     reply.response.reset(response);
     reply.answered = response != nullptr;
     return reply;
 }
 
-int32_t send_write(Opcode opcode, void* payload, uint32_t length)
+int32_t send_write(const RequestCall& call, void* payload, uint32_t length)
 {
-    return call_platform(opcode, CHM_REQ_SET, payload, nullptr, &length, Requester::snmp_request);
+    return call_platform(call, payload, nullptr, &length, Requester::snmp_request);
 }
 
 void log_failed_write(int32_t result)

@@ -2,17 +2,15 @@
 #pragma once
 
 #include "bounded_copy.h"
-#include "opcodes.h"
-#include "records.h"
+#include "wire/requests.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
-
-/// The class of most requests, those to the port manager included.
-inline constexpr uint32_t USUAL_REQ_CLASS = 5;
+#include <optional>
+#include <type_traits>
 
 /// In whose name a request is made.
 enum class Requester {
@@ -45,17 +43,28 @@ struct Reply {
     }
 };
 
-/// Sends a request whose payload is in wire order, or null for none.
+/// What a request is sent with, and what it is sent for.
+struct RequestCall {
+    uint32_t opcode;
+    uint32_t req_class;
+    chm_req_operation operation;
+
+    template <typename Record>
+    RequestCall(const Request<Record>& request, chm_req_operation what)
+        : opcode(request.opcode), req_class(request.req_class), operation(what)
+    {
+    }
+};
+
+/// Sends a request.
 ///
-/// @param length size of the payload in bytes; without one 0, or the size of what is expected
-Reply send_request(Opcode opcode, chm_req_operation operation, void* payload, uint32_t length,
+/// @param payload a record, or null for none
+/// @param length  its size in bytes; without one 0, or the size of what is expected
+Reply send_request(const RequestCall& call, void* payload, uint32_t length,
                    Requester requester = Requester::snmp_request);
 
-/// Sends a SET, for which no response is asked.
-///
-/// @param payload in wire order
-/// @return 0, or the platform's result code
-int32_t send_write(Opcode opcode, void* payload, uint32_t length);
+/// Sends a SET, for which no response is asked. @return 0, or the platform's result code
+int32_t send_write(const RequestCall& call, void* payload, uint32_t length);
 
 /// Records a write that the platform refused.
 void log_failed_write(int32_t result);
@@ -63,53 +72,45 @@ void log_failed_write(int32_t result);
 /// When a response is taken over into the record that asked for it.
 enum class TakeResponse { on_success, always };
 
-/// One exchange of a record: sends it, takes the response over it, and leaves it in host order. The
-/// part that a short response does not cover keeps what was sent. A response that is not taken
-/// stays in the reply.
+/// One exchange of a record: sends it and takes the response over it. The part that a short
+/// response does not cover keeps what was sent. A response that is not taken stays in the reply.
 template <typename Record>
-Reply exchange(Opcode opcode, chm_req_operation operation, Record& record,
-               Requester requester = Requester::snmp_request,
+Reply exchange(const Request<Record>& request, chm_req_operation operation,
+               std::type_identity_t<Record>& record, Requester requester = Requester::snmp_request,
                TakeResponse take = TakeResponse::on_success)
 {
-    swap_wire_order(record);
-    Reply reply = send_request(opcode, operation, &record, sizeof record, requester);
+    Reply reply = send_request({request, operation}, &record, sizeof record, requester);
     if (reply.response && (reply.succeeded() || take == TakeResponse::always)) {
         reply.take_into(record);
     }
-    swap_wire_order(record);
     return reply;
 }
 
-/// Reads a scalar, for which nothing is sent.
-/// @return false, with the scalar left as it was, when none came or one cut short
+/// Reads a scalar, for which nothing is sent. @return none when none came, or one cut short
 template <typename Scalar>
-bool read_scalar(Opcode opcode, Scalar& scalar)
+std::optional<Scalar> read_scalar(const Request<Scalar>& request)
 {
-    Reply reply = send_request(opcode, CHM_REQ_GET, nullptr, 0);
-    if (!reply.succeeded() || !reply.answered || reply.length < sizeof scalar) {
-        return false;
+    Reply reply = send_request({request, CHM_REQ_GET}, nullptr, 0);
+    if (!reply.succeeded() || !reply.answered || reply.length < sizeof(Scalar)) {
+        return std::nullopt;
     }
+    Scalar scalar;
     reply.take_into(scalar);
-    swap_wire_order(scalar);
-    return true;
+    return scalar;
 }
 
-/// Sends a whole record to be written; it stays in host order.
-/// @return 0, or the platform's result code
+/// Sends a whole record to be written. @return 0, or the platform's result code
 template <typename Record>
-int32_t send_record(Opcode opcode, Record& record)
+int32_t send_record(const Request<Record>& request, std::type_identity_t<Record>& record)
 {
-    swap_wire_order(record);
-    const int32_t result = send_write(opcode, &record, sizeof record);
-    swap_wire_order(record);
-    return result;
+    return send_write({request, CHM_REQ_SET}, &record, sizeof record);
 }
 
 /// Writes a whole record; a refusal is recorded. @return 0, or the platform's result code
 template <typename Record>
-int32_t write_record(Opcode opcode, Record& record)
+int32_t write_record(const Request<Record>& request, std::type_identity_t<Record>& record)
 {
-    const int32_t result = send_record(opcode, record);
+    const int32_t result = send_record(request, record);
     if (result != PLATFORM_OK) {
         log_failed_write(result);
     }

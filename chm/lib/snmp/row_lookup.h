@@ -1,5 +1,5 @@
 /// Row lookup: from the name of a request to the index of a row, and from a row found back to the
-/// name. Between the two a table makes its exchange with the platform.
+/// name. Between the two a table finds its row.
 #pragma once
 
 #include "agent.h"
@@ -10,6 +10,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 
 /// Result of a lookup whose request cannot name a row of the column.
@@ -32,9 +33,25 @@ struct RowRequest {
     }
 };
 
-/// The sub-identifiers of a row's index, in their order in the name.
-template <size_t Count>
-using RowIndex = std::array<uint32_t, Count>;
+/// The index of a row: the sub-identifiers of its key, in their order in a name.
+template <typename Row>
+using RowIndex = std::array<uint32_t, std::size(row_key<Row>)>;
+
+template <typename Row>
+RowIndex<Row> index_of(const Row& row)
+{
+    RowIndex<Row> index;
+    std::ranges::transform(row_key<Row>, index.begin(), [&](auto field) { return row.*field; });
+    return index;
+}
+
+template <typename Row>
+void set_index(Row& row, const RowIndex<Row>& index)
+{
+    for (size_t i = 0; i < index.size(); ++i) {
+        row.*row_key<Row>[i] = index[i];
+    }
+}
 
 /// What a table makes of a request whose name sorts after all of its column.
 enum class NameBeyond { starts_over, has_no_row };
@@ -44,18 +61,17 @@ enum class NameBeyond { starts_over, has_no_row };
 ///
 /// @return nothing for an exact request with more sub-identifiers than the index has, and for a
 ///         name beyond the column where that has no row
-template <size_t Count>
-std::optional<RowIndex<Count>> requested_index(const RowRequest& request,
-                                               NameBeyond beyond = NameBeyond::starts_over)
+template <typename Row>
+std::optional<RowIndex<Row>> requested_index(const RowRequest& request, NameBeyond beyond)
 {
-    RowIndex<Count> index = {};
+    RowIndex<Row> index = {};
     const size_t given = *request.length - std::min(*request.length, request.column_length);
-    if (request.exact && given > Count) {
+    if (request.exact && given > index.size()) {
         return std::nullopt;
     }
     if (request.within_column()) {
         const oid* first = request.name + request.column_length;
-        std::transform(first, first + std::min(given, Count), index.begin(),
+        std::transform(first, first + std::min(given, index.size()), index.begin(),
                        [](oid sub_identifier) { return static_cast<uint32_t>(sub_identifier); });
     } else if (given > 0 && beyond == NameBeyond::has_no_row &&
                snmp_oid_compare(request.name, request.column_length, request.column,
@@ -69,7 +85,7 @@ std::optional<RowIndex<Count>> requested_index(const RowRequest& request,
 /// @return 0, or no_row, with the name as it was, when a GETNEXT was answered with a row that does
 ///         not come after the one in its name: a walk never goes back, whatever the platform says
 template <size_t Count>
-int32_t name_row(const RowRequest& request, const RowIndex<Count>& index)
+int32_t name_row(const RowRequest& request, const std::array<uint32_t, Count>& index)
 {
     oid* const index_in_name = request.name + request.column_length;
     if (!request.exact && request.within_column() &&
@@ -86,6 +102,39 @@ int32_t name_row(const RowRequest& request, const RowIndex<Count>& index)
     return 0;
 }
 
+/// What a search came to, and whether the request's name becomes that of the row.
+struct RowFound {
+    int32_t result; ///< 0, or why there is no row
+    bool names_row;
+};
+
+/// A row that the platform was asked for. A success without a response leaves the name and serves
+/// the row as it is.
+inline RowFound row_of(const Reply& reply)
+{
+    return {reply.result, reply.succeeded() && reply.answered};
+}
+
+/// The way of every lookup: the row starts with the requested index, `find` finds it with the
+/// request's operation, and the name follows.
+/// @return 0, no_row, or why else there is no row
+template <typename Row, typename Find>
+int32_t look_up(const RowRequest& request, NameBeyond beyond, Row& row, Find find)
+{
+    set_index(row, {});
+    const auto index = requested_index<Row>(request, beyond);
+    if (!index) {
+        return no_row;
+    }
+    set_index(row, *index);
+    const RowFound found = find(request.operation(), row);
+    if (!found.names_row) {
+        return found.result;
+    }
+    const int32_t named = name_row(request, index_of(row));
+    return found.result != 0 ? found.result : named;
+}
+
 /// A table's row lookup: finds the row of a request and rewrites the request's name to it.
 ///
 /// @param vp_name  OID of the column
@@ -96,22 +145,13 @@ template <typename Row>
 using RowLookup = int32_t(const oid* vp_name, size_t vp_name_length, oid* name, size_t* length,
                           int exact, Row* row);
 
-/// Row lookup of a table whose rows are the platform's, one index each, and which has no row for a
-/// name beyond a column. A success without a response leaves the name and serves the row as it is.
-template <Opcode Table, typename Row>
+/// Row lookup of a table whose rows are all the platform's.
+template <const auto& table, NameBeyond beyond = NameBeyond::has_no_row>
 int32_t find_row(const oid* vp_name, size_t vp_name_length, oid* name, size_t* length, int exact,
-                 Row* row)
+                 RecordOf<table>* row)
 {
-    const RowRequest request = {vp_name, vp_name_length, name, length, exact != 0};
-    row_index(*row) = 0;
-    const auto index = requested_index<1>(request, NameBeyond::has_no_row);
-    if (!index) {
-        return no_row;
-    }
-    row_index(*row) = index->front();
-    const Reply reply = exchange(Table, request.operation(), *row);
-    if (!reply.succeeded() || !reply.answered) {
-        return reply.result;
-    }
-    return name_row<1>(request, {row_index(*row)});
+    return look_up({vp_name, vp_name_length, name, length, exact != 0}, beyond, *row,
+                   [](chm_req_operation operation, RecordOf<table>& asked) {
+                       return row_of(exchange(table, operation, asked));
+                   });
 }

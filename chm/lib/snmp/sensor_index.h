@@ -5,7 +5,7 @@
 /// defined for any index; one outside the range decodes to places that do not exist.
 #pragma once
 
-#include "physical_index.h"
+#include "wire/physical_index.h"
 
 #include <cstdint>
 

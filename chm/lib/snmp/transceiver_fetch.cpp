@@ -12,8 +12,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include <malloc.h>
-
 namespace {
 
 /// A fetch on its way to a sensor. Its steps trace in the name of the fetch.
@@ -25,25 +23,16 @@ struct Fetch {
     uint32_t index;    ///< of the sensor that it has come to
     uint32_t if_index; ///< of the sensor's port
     int32_t code;
-    uint32_t* reached; ///< the caller's index: the sensor whose port was read last
+    be_uint32* reached; ///< the caller's index: the sensor whose port was read last
 };
 
-/// The port manager's blocks tell no length, so it is the allocation's.
-size_t size_of(const PlatformBlock& block)
-{
-    return malloc_usable_size(block.get());
-}
-
-/// What the port manager answers for a port.
+/// What the port manager answers for a port. A block has no length: it is as long as the port
+/// manager's contract says.
 struct PortAnswer {
     int32_t result = PLATFORM_OK;
     PlatformBlock block;
 
-    /// True for a block that holds so many bytes.
-    bool holds(size_t size) const
-    {
-        return result == PLATFORM_OK && block && size_of(block) >= size;
-    }
+    bool has_block() const { return result == PLATFORM_OK && block; }
 
     const uint8_t* bytes() const { return static_cast<const uint8_t*>(block.get()); }
 
@@ -85,7 +74,7 @@ PortAnswer ask_port_config(const Fetch& fetch)
 bool has_readable_sensors(const Fetch& fetch)
 {
     const PortAnswer config = ask_port_config(fetch);
-    if (!config.holds(PM_PORT_CONFIG_ERROR + sizeof(uint32_t))) {
+    if (!config.has_block()) {
         return false;
     }
     const uint32_t error = config.word_at(PM_PORT_CONFIG_ERROR);
@@ -93,7 +82,7 @@ bool has_readable_sensors(const Fetch& fetch)
         chm_log_snmp_error(static_cast<int32_t>(error));
         return false;
     }
-    return config.holds(PM_PORT_CONFIG_SIZE) && config.bytes()[PM_PORT_CONFIG_TRANSCEIVER] != 0;
+    return config.bytes()[PM_PORT_CONFIG_TRANSCEIVER] != 0;
 }
 
 /// Moves on to the first sensor of the next port that has some. A port manager that names the same
@@ -109,7 +98,7 @@ uint32_t move_to_next_port(Fetch& fetch)
                   fetch.name, next.result, fetch.if_index);
         return static_cast<uint32_t>(next.result);
     }
-    if (!next.holds(sizeof(uint32_t))) {
+    if (!next.has_block()) {
         return FETCH_STUCK;
     }
     const uint32_t next_if_index = next.word_at(0);
@@ -139,7 +128,7 @@ uint32_t move_to_next_port(Fetch& fetch)
 uint32_t find_this_sensor(const Fetch& fetch)
 {
     const PortAnswer config = ask_port_config(fetch);
-    if (config.result == PLATFORM_OK && config.block) {
+    if (config.has_block()) {
         return FETCH_OK;
     }
     CHM_TRACE("%s: pm_cmi_get_port_config failed, err %s(%x) if_index (0x%x)\n", fetch.name,
@@ -203,8 +192,8 @@ PortRead read_port(const Fetch& fetch, const SlotPort& place, ent_cache_sensor t
     *fetch.reached = fetch.index;
     sfp_cache_entry& entry = ent_cache_entry(slot, port);
     ent_cache_clear_entry(slot, port);
-    // More lanes than the array holds cannot be converted.
-    if (num_of_lanes > size_of(lanes) / sizeof(diag_info) ||
+    // Lanes without an array cannot be converted.
+    if ((diag == nullptr && num_of_lanes > 0) ||
         ent_parse_sfp_diag_values_flex(static_cast<const diag_info*>(diag), &entry, num_of_lanes)) {
         CHM_TRACE("%s: Failed in parse to cache\n", fetch.name);
         return {FETCH_STUCK, false};
@@ -212,9 +201,9 @@ PortRead read_port(const Fetch& fetch, const SlotPort& place, ent_cache_sensor t
     ent_cache_mark_read(slot, port, fetch.if_index, now);
     CHM_TRACE("%s: timestamp update: %lu slot: %d port: %d if_index: 0x%x\n", fetch.name,
               static_cast<unsigned long>(entry.timestamp), slot, port, entry.if_index);
-    const ent_sensor_value_rec& value = entry.values[traced];
-    CHM_TRACE("%s: type = %d, value = %d, scale = %d\n, update_rate = %d\n", fetch.name,
-              value.entSensorType, value.entSensorValue, value.entSensorScale, SFP_UPDATE_RATE);
+    const cached_value& value = entry.values[traced];
+    CHM_TRACE("%s: type = %d, value = %d, scale = %d\n, update_rate = %d\n", fetch.name, value.type,
+              value.value, value.scale, SFP_UPDATE_RATE);
     return {};
 }
 
@@ -244,7 +233,7 @@ bool find_cached_sensor(const Fetch& fetch, uint32_t& sensor)
     return false;
 }
 
-/// Reads what the port manager knows of the port's transceiver. Where it says less, the rest stays.
+/// Reads what the port manager knows of the port's transceiver.
 uint32_t read_transceiver_info(const Fetch& fetch, uint32_t* count, uint8_t* fcot_res)
 {
     const PortAnswer info = ask(pm_cmi_get_fcot_info, fetch, CHM_REQ_GET, 1, count);
@@ -257,8 +246,7 @@ uint32_t read_transceiver_info(const Fetch& fetch, uint32_t* count, uint8_t* fco
     }
     if (info.block) {
         CHM_TRACE("%s:Copying values in fcot_res \n", fetch.name);
-        __memcpy_to_buf(PM_FCOT_INFO_SIZE, fcot_res, info.block.get(),
-                        std::min<size_t>(size_of(info.block), PM_FCOT_INFO_SIZE));
+        __memcpy_to_buf(PM_FCOT_INFO_SIZE, fcot_res, info.block.get(), PM_FCOT_INFO_SIZE);
     }
     return FETCH_OK;
 }

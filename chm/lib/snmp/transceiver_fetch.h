@@ -2,7 +2,7 @@
 #pragma once
 
 #include "port_manager.h"
-#include "records.h"
+#include "wire/records.h"
 
 #include <cstdint>
 

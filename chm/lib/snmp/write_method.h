@@ -17,6 +17,18 @@ struct WriteValue {
     size_t length; ///< in bytes
 };
 
+/// What an object accepts, and the text for standard error when a value is something else; null
+/// where that is reported elsewhere, or the status says it all.
+struct WriteRule {
+    u_char type;
+    size_t min_length; ///< in bytes
+    size_t max_length; ///< in bytes
+    const char* wrong_type;
+    const char* wrong_length;
+    bool (*accepts)(int32_t value) = nullptr; ///< of an INTEGER that may not have every value
+    const char* wrong_value = nullptr;
+};
+
 /// True for a value within a range, both taken as unsigned: a negative value is above any range.
 template <uint32_t Least, uint32_t Most>
 constexpr bool within(int32_t value)
@@ -24,22 +36,24 @@ constexpr bool within(int32_t value)
     return static_cast<uint32_t>(value) - Least <= Most - Least;
 }
 
-/// What an object accepts, and the text for standard error when a value is something else; null
-/// where that is told elsewhere, or the status says it all.
-struct WriteRule {
-    u_char type;
-    const char* wrong_type;
-    size_t max_length; ///< in bytes
-    const char* wrong_length;
-    bool (*accepts)(int32_t value) = nullptr; ///< of an INTEGER that may not have every value
-    const char* wrong_value = nullptr;
-    size_t min_length = 0; ///< in bytes
-};
+/// The rule of an INTEGER, which the agent hands over as a long.
+constexpr WriteRule integer_rule(bool (*accepts)(int32_t value), const char* wrong_type,
+                                 const char* wrong_length, const char* wrong_value = nullptr)
+{
+    return {ASN_INTEGER, 0, sizeof(long), wrong_type, wrong_length, accepts, wrong_value};
+}
+
+/// The rule of a text.
+constexpr WriteRule text_rule(size_t min_length, size_t max_length, const char* wrong_type,
+                              const char* wrong_length)
+{
+    return {ASN_OCTET_STR, min_length, max_length, wrong_type, wrong_length};
+}
 
 /// Checks a value's type, its length, then its range. @return an SNMP error status
 int check_write(const WriteRule& rule, const WriteValue& value);
 
-/// The value of an INTEGER, which the agent hands over as a long.
+/// The value of an INTEGER.
 int32_t integer_of(const WriteValue& value);
 
 /// Does what a write method has to do in a phase: checks the value, or has `write` write it.
@@ -57,31 +71,74 @@ int in_phase(int action, const WriteRule& rule, const WriteValue& value, Write w
     }
 }
 
+template <typename Record>
+void assign(Record& /*record*/, be_int32& field, const WriteValue& value)
+{
+    field = integer_of(value);
+}
+
 /// Replaces a text of a record by a value of at most one character less than the field holds. The
 /// value brings no terminator: the cleared bytes end it, and the field's last byte as it was.
 template <typename Record, size_t Width>
-void replace_text(Record& record, char (&field)[Width], const WriteValue& value)
+void assign(Record& record, char (&field)[Width], const WriteValue& value)
 {
     const auto* end = reinterpret_cast<const char*>(&record) + sizeof record;
     memset(field, 0, Width - 1);
     __memcpy_to_buf(static_cast<size_t>(end - field), field, value.data, value.length);
 }
 
-/// Writes a row: fetches the one that an instance names, has it changed and writes all of it back.
-///
-/// @param lookup         the table's row lookup
-/// @param column_length  sub-identifiers of the name that are the column's OID
-/// @param change         called with the row as the platform holds it
-/// @return an SNMP error status
-template <typename Row, typename Change>
-int write_row(Opcode opcode, RowLookup<Row>* lookup, size_t column_length, oid* name,
-              size_t name_length, NotWritable not_writable, Change change)
+/// A column that may be written: a write fetches the row that the instance names, changes the field
+/// and sends all of the row back.
+template <typename Row, typename Field>
+struct WritableColumn {
+    WriteRule rule;
+    const Request<Row>& table;
+    RowLookup<Row>* lookup;
+    size_t column_length; ///< sub-identifiers of the name that are the column's OID
+    Field Row::*field;
+    NotWritable not_writable;
+};
+template <typename Row, typename Field>
+WritableColumn(WriteRule, const Request<Row>&, RowLookup<Row>*, size_t, Field Row::*, NotWritable)
+    -> WritableColumn<Row, Field>;
+
+template <typename Row, typename Field>
+int write_row(const WritableColumn<Row, Field>& column, const WriteValue& value, oid* name,
+              size_t name_length)
 {
     Row row = {};
-    int32_t result = lookup(name, column_length, name, &name_length, 1, &row);
+    int32_t result = column.lookup(name, column.column_length, name, &name_length, 1, &row);
     if (result == 0) {
-        change(row);
-        result = write_record(opcode, row);
+        assign(row, row.*column.field, value);
+        result = write_record(column.table, row);
     }
-    return snmp_error_status(result, not_writable);
+    return snmp_error_status(result, column.not_writable);
+}
+
+/// Write method of a column.
+template <const auto& column>
+int write_column(int action, u_char* var_val, u_char var_val_type, size_t var_val_len, u_char*,
+                 oid* name, size_t name_length)
+{
+    const WriteValue value = {var_val, var_val_type, var_val_len};
+    return in_phase(action, column.rule, value,
+                    [&] { return write_row(column, value, name, name_length); });
+}
+
+/// An INTEGER that travels by itself and may be written.
+struct WritableScalar {
+    WriteRule rule;
+    const Request<be_int32>& request;
+};
+
+/// Write method of a scalar.
+template <const WritableScalar& scalar>
+int write_scalar(int action, u_char* var_val, u_char var_val_type, size_t var_val_len, u_char*,
+                 oid*, size_t)
+{
+    const WriteValue value = {var_val, var_val_type, var_val_len};
+    return in_phase(action, scalar.rule, value, [&] {
+        be_int32 number = integer_of(value); // four bytes travel, however long the agent's are
+        return snmp_error_status(write_record(scalar.request, number), NotWritable::reported);
+    });
 }

@@ -43,10 +43,10 @@ json leds(const json& /*arguments*/)
     json list = json::array();
     for (auto led = led_after(chassis, 0, 0); led;
          led = led_after(chassis, led->entity, led->led)) {
-        list.push_back({{"index", led->entity},
+        list.push_back({{"index", led->entity.value()},
                         {"name", chassis.entities().at(led->entity).name},
-                        {"led", led->led},
-                        {"value", led->value}});
+                        {"led", led->led.value()},
+                        {"value", led->value.value()}});
     }
     return list;
 }

@@ -2,7 +2,7 @@
 
 #include "files/chassis_file.h"
 #include "if_index.h"
-#include "physical_index.h"
+#include "wire/physical_index.h"
 
 #include <cerrno>
 #include <cstring>

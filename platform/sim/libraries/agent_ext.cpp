@@ -3,7 +3,7 @@
 #include "libraries/heartbeat.h"
 #include "libraries/notification_sender.h"
 #include "libraries/request_user.h"
-#include "records.h"
+#include "wire/records.h"
 
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 

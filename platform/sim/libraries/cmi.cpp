@@ -1,5 +1,4 @@
 #include "libraries/c_boundary.h"
-#include "libraries/malloc_copy.h"
 #include "libraries/platform_manager.h"
 
 int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** response,
@@ -9,11 +8,11 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
     const size_t size = request == nullptr ? 0 : *length;
     *length = 0;
     return sim::guard(static_cast<int32_t>(sim::ResultCode::internal_error), [&] {
-        const sim::Answer answer =
+        sim::Answer answer =
             sim::serve_request(opcode, operation, {static_cast<const std::byte*>(request), size});
-        if (response != nullptr && !answer.block.empty()) {
-            *response = sim::malloc_copy(answer.block);
-            *length = static_cast<uint32_t>(answer.block.size());
+        if (response != nullptr && answer.block) {
+            *response = answer.block.release();
+            *length = static_cast<uint32_t>(answer.size);
         }
         return static_cast<int32_t>(answer.result);
     });

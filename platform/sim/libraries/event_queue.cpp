@@ -29,10 +29,9 @@ void wake_agent()
 
 void deliver(EventMessage& message)
 {
-    const auto opcode = static_cast<uint32_t>(message.event);
-    const auto handler = handlers.find(opcode);
+    const auto handler = handlers.find(message.event);
     if (handler == handlers.end()) {
-        record_history("event " + std::to_string(opcode) + " dropped: nobody handles it");
+        record_history("event " + std::to_string(message.event) + " dropped: nobody handles it");
         return;
     }
     handler->second(message);
@@ -48,9 +47,9 @@ void on_wakeup(int descriptor, void* /*unused*/)
 
 } // namespace
 
-void post_event(Event event, std::vector<std::byte> payload)
+void post_event(uint32_t event, std::span<const std::byte> payload)
 {
-    queue.push_back({event, std::move(payload)});
+    queue.push_back({event, {payload.begin(), payload.end()}});
     wake_agent();
 }
 

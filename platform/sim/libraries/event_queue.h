@@ -1,23 +1,30 @@
 /// Platform events on their way to the MIB modules.
 #pragma once
 
-#include "opcodes.h"
+#include "wire/events.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <vector>
 
 namespace sim {
 
 /// Queues an event. Its handler runs from the agent's loop, never from within this call: the MIB
 /// modules must not be entered again while they serve a request.
-/// @param payload the event's record in wire order, empty for an event without one
-void post_event(Event event, std::vector<std::byte> payload = {});
+/// @param payload the event's record, empty for an event without one
+void post_event(uint32_t event, std::span<const std::byte> payload = {});
+
+template <typename Record>
+void post_event(const Event<Record>& event, const Record& record)
+{
+    post_event(event.number, std::as_bytes(std::span(&record, 1)));
+}
 
 /// An event on its way.
 struct EventMessage {
-    Event event;
+    uint32_t event;
     std::vector<std::byte> payload;
 };
 

@@ -3,10 +3,12 @@
 #pragma once
 
 #include "model/named.h"
-#include "opcodes.h"
+#include "wire/requests.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -25,26 +27,20 @@ inline constexpr std::string_view next_port = "next-port";
 inline constexpr std::string_view transceiver_information = "transceiver-information";
 inline constexpr std::string_view transceiver_diagnostics = "transceiver-diagnostics";
 
-inline constexpr RequestName request_names[] = {
-    {port_configuration},
-    {next_port},
-    {transceiver_information},
-    {transceiver_diagnostics},
-    {"terminal-message", static_cast<uint32_t>(Opcode::terminal_message)},
-    {"physical-entity", static_cast<uint32_t>(Opcode::physical_entity)},
-    {"power-supply-group", static_cast<uint32_t>(Opcode::power_supply_group)},
-    {"fru-power-status", static_cast<uint32_t>(Opcode::fru_power_status)},
-    {"module", static_cast<uint32_t>(Opcode::module)},
-    {"max-default-in-line-power", static_cast<uint32_t>(Opcode::max_default_in_line_power)},
-    {"sensor-value", static_cast<uint32_t>(Opcode::sensor_value)},
-    {"sensor-threshold", static_cast<uint32_t>(Opcode::sensor_threshold)},
-    {"last-change-time", static_cast<uint32_t>(Opcode::last_change_time)},
-    {"enable-status-notification", static_cast<uint32_t>(Opcode::enable_status_notification)},
-    {"redundancy", static_cast<uint32_t>(Opcode::redundancy)},
-    {"fan-tray-status", static_cast<uint32_t>(Opcode::fan_tray_status)},
-    {"led", static_cast<uint32_t>(Opcode::led)},
-    {"power-supply-status", static_cast<uint32_t>(Opcode::power_supply_status)},
+/// The port manager's requests and the platform manager's.
+struct RequestNames {
+    RequestName all[4 + std::size(platform_requests)] = {
+        {port_configuration}, {next_port}, {transceiver_information}, {transceiver_diagnostics}};
+
+    constexpr RequestNames()
+    {
+        std::ranges::transform(platform_requests, all + 4, [](const NamedRequest& request) {
+            return RequestName{request.name, request.opcode};
+        });
+    }
 };
+inline constexpr RequestNames request_name_table;
+inline constexpr auto& request_names = request_name_table.all;
 
 inline constexpr Named<int32_t> operation_names[] = {
     {"get", CHM_REQ_GET}, {"get-next", CHM_REQ_GETNEXT}, {"set", CHM_REQ_SET}};

@@ -6,48 +6,40 @@
 #include "libraries/result_code.h"
 #include "model/led.h"
 #include "model/terminals.h"
-#include "physical_index.h"
 #include "records/entity_record.h"
 #include "records/record_fields.h"
 #include "records/sensor_record.h"
 #include "records/unit_record.h"
+#include "wire/physical_index.h"
 
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <optional>
 
 namespace sim {
 namespace {
 
-using Bytes = std::vector<std::byte>;
-
-template <typename Record>
-Bytes in_wire_order(Record record)
+/// A record as the answer to a request, made where it travels from.
+/// @param encode gives the record
+Answer answer_with(auto encode, ResultCode result = ResultCode::ok)
 {
-    swap_wire_order(record);
-    const auto bytes = std::as_bytes(std::span(&record, 1));
-    return {bytes.begin(), bytes.end()};
-}
-
-/// A record as the answer to a request.
-template <typename Record>
-Answer answer_with(const Record& record)
-{
-    return {ResultCode::ok, in_wire_order(record)};
-}
-
-/// The record that a request carries, none when the request is too short for it.
-template <typename Record>
-std::optional<Record> record_of(std::span<const std::byte> request)
-{
-    if (request.size() < sizeof(Record)) {
-        return std::nullopt;
+    using Record = decltype(encode());
+    Answer answer{result, decltype(Answer::block)(std::malloc(sizeof(Record))), sizeof(Record)};
+    if (!answer.block) {
+        throw std::bad_alloc();
     }
-    Record record;
-    std::memcpy(&record, request.data(), sizeof record);
-    swap_wire_order(record);
-    return record;
+    new (answer.block.get()) Record(encode());
+    return answer;
+}
+
+/// The record that a request carries, null when the request is too short for it.
+template <typename Record>
+const Record* record_of(std::span<const std::byte> request)
+{
+    return request.size() < sizeof(Record) ? nullptr
+                                           : reinterpret_cast<const Record*>(request.data());
 }
 
 bool is_known(int32_t operation)
@@ -60,7 +52,7 @@ Answer read_entity(const Chassis& chassis, const Entity* entity)
     if (entity == nullptr) {
         return {ResultCode::no_such_entry};
     }
-    return answer_with(encode(chassis, *entity));
+    return answer_with([&] { return encode(chassis, *entity); });
 }
 
 /// The rows of the transceivers' sensors are not the platform's, but lie between its own: a walk
@@ -71,9 +63,12 @@ Answer next_entity(const Chassis& chassis, uint32_t index)
     const bool passes_start = index < ENTITY_PORT_SFP_SENSOR_START &&
                               (next == nullptr || next->index > ENTITY_PORT_SFP_SENSOR_START);
     if (passes_start && chassis.next_port_with_diagnostics(0) != nullptr) {
-        ent_phys_entry start{};
-        start.entPhysicalIndex = ENTITY_PORT_SFP_SENSOR_START;
-        return {ResultCode::no_such_entry, in_wire_order(start)};
+        const auto start = [] {
+            ent_phys_entry row{};
+            row.entPhysicalIndex = ENTITY_PORT_SFP_SENSOR_START;
+            return row;
+        };
+        return answer_with(start, ResultCode::no_such_entry);
     }
     return read_entity(chassis, next);
 }
@@ -91,9 +86,9 @@ Answer write_entity(Chassis& chassis, const ent_phys_entry& record)
     return {};
 }
 
-Answer physical_entity(Chassis& chassis, int32_t operation, std::span<const std::byte> request)
+Answer serve_physical_table(Chassis& chassis, int32_t operation, std::span<const std::byte> request)
 {
-    const auto record = record_of<ent_phys_entry>(request);
+    const auto* record = record_of<ent_phys_entry>(request);
     if (!record) {
         return {ResultCode::request_too_short};
     }
@@ -107,12 +102,6 @@ Answer physical_entity(Chassis& chassis, int32_t operation, std::span<const std:
     default:
         return {ResultCode::unknown_operation};
     }
-}
-
-Answer last_change_time(Chassis& chassis, int32_t operation, std::span<const std::byte> /*none*/)
-{
-    return operation == CHM_REQ_GET ? answer_with(record_time(chassis.last_change()))
-                                    : Answer{ResultCode::unknown_operation};
 }
 
 /// A value of an enumeration whose values are 1 to `last`, nothing for another number.
@@ -163,24 +152,41 @@ Answer write_nothing(Chassis& /*chassis*/, const Record& /*record*/)
 }
 
 /// A table of rows that are found by the key in their record.
-/// @tparam Row gives the row that an operation asks for with a key: the next one for GETNEXT
-template <typename Record,
-          std::optional<Record> (*Row)(const Chassis&, int32_t operation, const Record& key),
-          Answer (*Write)(Chassis&, const Record&)>
-Answer table(Chassis& chassis, int32_t operation, std::span<const std::byte> request)
+/// @tparam row gives the row that an operation asks for with a key: the next one for GETNEXT
+template <const auto& table,
+          std::optional<RecordOf<table>> (*row)(const Chassis&, int32_t operation,
+                                                const RecordOf<table>& key),
+          Answer (*write)(Chassis&, const RecordOf<table>&)>
+Answer serve_table(Chassis& chassis, int32_t operation, std::span<const std::byte> request)
 {
     if (!is_known(operation)) {
         return {ResultCode::unknown_operation};
     }
-    const auto record = record_of<Record>(request);
+    const auto* record = record_of<RecordOf<table>>(request);
     if (!record) {
         return {ResultCode::request_too_short};
     }
-    const auto row = Row(chassis, operation, *record);
-    if (!row) {
+    const auto found = row(chassis, operation, *record);
+    if (!found) {
         return {ResultCode::no_such_entry};
     }
-    return operation == CHM_REQ_SET ? Write(chassis, *record) : answer_with(*row);
+    return operation == CHM_REQ_SET ? write(chassis, *record) : answer_with([&] { return *found; });
+}
+
+/// A record that there is once: a scalar, or all of a status.
+/// @tparam write null for one that is only read
+template <const auto& scalar, RecordOf<scalar> (*read)(const Chassis&),
+          Answer (*write)(Chassis&, const RecordOf<scalar>&) = nullptr>
+Answer serve_scalar(Chassis& chassis, int32_t operation, std::span<const std::byte> request)
+{
+    if (operation == CHM_REQ_GET) {
+        return answer_with([&] { return read(chassis); });
+    }
+    if (operation != CHM_REQ_SET || write == nullptr) {
+        return {ResultCode::unknown_operation};
+    }
+    const auto* record = record_of<RecordOf<scalar>>(request);
+    return record ? write(chassis, *record) : Answer{ResultCode::request_too_short};
 }
 
 /// What an operation asks for by its index, of those that are in a table; null for none.
@@ -226,40 +232,38 @@ power_supply_group_row(const Chassis& chassis, int32_t operation,
     return found ? std::optional(row) : std::nullopt;
 }
 
-/// A number within a range, both ends of which belong to it.
-Answer scalar(int32_t operation, std::span<const std::byte> request, int32_t value, int32_t least,
-              int32_t most, auto write)
+platform_time read_last_change(const Chassis& chassis)
 {
-    if (operation == CHM_REQ_GET) {
-        return answer_with(value);
-    }
-    if (operation != CHM_REQ_SET) {
-        return {ResultCode::unknown_operation};
-    }
-    const auto written = record_of<int32_t>(request);
-    if (!written) {
-        return {ResultCode::request_too_short};
-    }
-    if (*written < least || *written > most) {
+    return record_time(chassis.last_change());
+}
+
+be_int32 read_in_line_power(const Chassis& chassis)
+{
+    return chassis.settings().max_default_in_line_power;
+}
+
+Answer write_in_line_power(Chassis& chassis, const be_int32& written)
+{
+    if (written < 0 || written > 12500) {
         return {ResultCode::value_out_of_range};
     }
-    write(*written);
+    chassis.settings().max_default_in_line_power = written;
     return {};
 }
 
-Answer max_default_in_line_power(Chassis& chassis, int32_t operation,
-                                 std::span<const std::byte> request)
+be_int32 read_status_notification(const Chassis& chassis)
 {
-    int32_t& power = chassis.settings().max_default_in_line_power;
-    return scalar(operation, request, power, 0, 12500, [&](int32_t written) { power = written; });
+    return truth_value(chassis.settings().status_notifications);
 }
 
-Answer enable_status_notification(Chassis& chassis, int32_t operation,
-                                  std::span<const std::byte> request)
+Answer write_status_notification(Chassis& chassis, const be_int32& written)
 {
-    bool& enabled = chassis.settings().status_notifications;
-    return scalar(operation, request, truth_value(enabled), truth_value(true), truth_value(false),
-                  [&](int32_t written) { enabled = written == truth_value(true); });
+    const auto enable = value_of(written, TruthValue::no);
+    if (!enable) {
+        return {ResultCode::value_out_of_range};
+    }
+    chassis.settings().status_notifications = *enable == TruthValue::yes;
+    return {};
 }
 
 Answer write_redundancy(Chassis& chassis, const rf_status_record& record)
@@ -271,31 +275,14 @@ Answer write_redundancy(Chassis& chassis, const rf_status_record& record)
     return try_change([&] { chassis.act(static_cast<RedundancyAction>(record.admin_action)); });
 }
 
-Answer redundancy(Chassis& chassis, int32_t operation, std::span<const std::byte> request)
+ts_info read_message(const Chassis& /*chassis*/)
 {
-    if (operation == CHM_REQ_GET) {
-        return answer_with(encode_redundancy(chassis));
-    }
-    if (operation != CHM_REQ_SET) {
-        return {ResultCode::unknown_operation};
-    }
-    const auto record = record_of<rf_status_record>(request);
-    return record ? write_redundancy(chassis, *record) : Answer{ResultCode::request_too_short};
+    return terminals().message();
 }
 
-Answer terminal_message(Chassis& /*chassis*/, int32_t operation, std::span<const std::byte> request)
+Answer write_message(Chassis& /*chassis*/, const ts_info& message)
 {
-    if (operation == CHM_REQ_GET) {
-        return answer_with(terminals().message());
-    }
-    if (operation != CHM_REQ_SET) {
-        return {ResultCode::unknown_operation};
-    }
-    const auto message = record_of<ts_info>(request);
-    if (!message) {
-        return {ResultCode::request_too_short};
-    }
-    terminals().write(*message);
+    terminals().write(message);
     return {};
 }
 
@@ -319,7 +306,7 @@ std::optional<ent_sensor_thresh_rec> threshold_row(const Chassis& chassis, int32
     const auto has_threshold = [](const Entity& entity, uint32_t number) {
         return number >= 1 && entity.sensor && number <= entity.sensor->thresholds.size();
     };
-    auto number = key.sensor_thrsh;
+    uint32_t number = key.sensor_thrsh;
     const Entity* sensor = chassis.find(key.entPhysicalIndex);
     if (operation == CHM_REQ_GETNEXT) {
         ++number;
@@ -345,59 +332,78 @@ Answer write_threshold(Chassis& chassis, const ent_sensor_thresh_rec& record)
     return {};
 }
 
-struct Table {
-    Opcode opcode;
+struct Served {
+    uint32_t opcode;
     Answer (*serve)(Chassis& chassis, int32_t operation, std::span<const std::byte> request);
 };
 
-template <typename Record, Record (*Encode)(const Unit&), Answer (*Write)(Chassis&, const Record&),
-          UnitType... Types>
-constexpr auto units = table<Record, unit_row<Record, Encode, Types...>, Write>;
+/// A table of all units of some types.
+template <const auto& table, RecordOf<table> (*encode)(const Unit&),
+          Answer (*write)(Chassis&, const RecordOf<table>&), UnitType... types>
+constexpr Served units = {table,
+                          serve_table<table, unit_row<RecordOf<table>, encode, types...>, write>};
 
-constexpr Table tables[] = {
-    {Opcode::terminal_message, terminal_message},
-    {Opcode::physical_entity, physical_entity},
-    {Opcode::power_supply_group,
-     table<power_supply_group_record, power_supply_group_row, write_power_supply_group>},
-    {Opcode::fru_power_status,
-     units<power_status_record, encode_power, write_power, UnitType::module, UnitType::fan_tray>},
-    {Opcode::module, units<module_record, encode_module, write_module, UnitType::module>},
-    {Opcode::max_default_in_line_power, max_default_in_line_power},
-    {Opcode::sensor_value, table<ent_sensor_value_rec, sensor_row, write_nothing>},
-    {Opcode::sensor_threshold, table<ent_sensor_thresh_rec, threshold_row, write_threshold>},
-    {Opcode::last_change_time, last_change_time},
-    {Opcode::enable_status_notification, enable_status_notification},
-    {Opcode::redundancy, redundancy},
-    {Opcode::fan_tray_status,
-     units<unit_status_record, encode_status, write_nothing, UnitType::fan_tray>},
-    {Opcode::power_supply_status,
-     units<unit_status_record, encode_status, write_nothing, UnitType::power_supply>},
-    {Opcode::led, table<led_entry, led_row, write_nothing>},
+constexpr Served all_served[] = {
+    {terminal_message, serve_scalar<terminal_message, read_message, write_message>},
+    {physical_table, serve_physical_table},
+    {power_supply_group_table,
+     serve_table<power_supply_group_table, power_supply_group_row, write_power_supply_group>},
+    units<power_status_table, encode_power, write_power, UnitType::module, UnitType::fan_tray>,
+    units<module_table, encode_module, write_module, UnitType::module>,
+    {max_default_in_line_power,
+     serve_scalar<max_default_in_line_power, read_in_line_power, write_in_line_power>},
+    {sensor_value_table, serve_table<sensor_value_table, sensor_row, write_nothing>},
+    {sensor_threshold_table, serve_table<sensor_threshold_table, threshold_row, write_threshold>},
+    {last_change_time, serve_scalar<last_change_time, read_last_change>},
+    {enable_status_notification,
+     serve_scalar<enable_status_notification, read_status_notification, write_status_notification>},
+    {redundancy_status, serve_scalar<redundancy_status, encode_redundancy, write_redundancy>},
+    units<fan_tray_table, encode_status, write_nothing, UnitType::fan_tray>,
+    units<power_supply_table, encode_status, write_nothing, UnitType::power_supply>,
+    {led_table, serve_table<led_table, led_row, write_nothing>},
 };
 
 std::unique_ptr<Chassis> chassis_placed;
 
-/// What the event of an occurrence carries, in wire order.
-Bytes payload_of(const Chassis& chassis, const Occurrence& occurrence)
+/// Cuts a block, or pads it with zeros. One without bytes is none.
+void resize(Answer& answer, size_t size)
+{
+    void* block = size == 0 ? nullptr : std::calloc(1, size);
+    if (block != nullptr) {
+        std::memcpy(block, answer.block.get(), std::min(size, answer.size));
+    } else if (size != 0) {
+        throw std::bad_alloc();
+    }
+    answer.block.reset(block);
+    answer.size = size;
+}
+
+/// Posts the event of an occurrence with the record that it carries.
+void post(const Chassis& chassis, const Occurrence& occurrence)
 {
     const uint32_t index = occurrence.index;
+    const auto unit = [&]() -> const Unit& { return chassis.units().at(index); };
+    const auto entity = [&] { return encode(chassis, chassis.entities().at(index)); };
     switch (occurrence.event) {
-    case Event::module_status_change:
-        return in_wire_order(encode_module(chassis.units().at(index)));
-    case Event::power_status_change:
-        return in_wire_order(encode_power(chassis.units().at(index)));
-    case Event::fan_tray_status_change:
-        return in_wire_order(encode_status(chassis.units().at(index)));
-    case Event::power_supply_output_change:
-        return in_wire_order(encode_output(chassis, chassis.units().at(index)));
-    case Event::fru_inserted:
-    case Event::fru_removed:
-    case Event::unrecognized_fru:
-        return in_wire_order(encode(chassis, chassis.entities().at(index)));
-    case Event::sensor_threshold_crossed:
-        return in_wire_order(encode_crossing(index, occurrence.crossing.value()));
+    case module_status_change:
+        return post_event(module_status_change, encode_module(unit()));
+    case power_status_change:
+        return post_event(power_status_change, encode_power(unit()));
+    case fan_tray_status_change:
+        return post_event(fan_tray_status_change, encode_status(unit()));
+    case power_supply_output_change:
+        return post_event(power_supply_output_change, encode_output(chassis, unit()));
+    case fru_inserted:
+        return post_event(fru_inserted, entity());
+    case fru_removed:
+        return post_event(fru_removed, entity());
+    case unrecognized_fru:
+        return post_event(unrecognized_fru, entity());
+    case sensor_threshold_crossed:
+        return post_event(sensor_threshold_crossed,
+                          encode_crossing(index, occurrence.crossing.value()));
     default:
-        return {};
+        post_event(occurrence.event);
     }
 }
 
@@ -408,17 +414,17 @@ Answer serve_request(uint32_t opcode, int32_t operation, std::span<const std::by
     if (chassis_placed == nullptr) {
         return {ResultCode::no_chassis};
     }
-    const auto* table = std::ranges::find(tables, static_cast<Opcode>(opcode), &Table::opcode);
-    if (table == std::end(tables)) {
+    const auto* served = std::ranges::find(all_served, opcode, &Served::opcode);
+    if (served == std::end(all_served)) {
         return {ResultCode::unknown_opcode};
     }
     const Disturbance disturbance = disturb(opcode, operation);
     if (disturbance.result) {
         return {static_cast<ResultCode>(*disturbance.result)};
     }
-    Answer answer = table->serve(*chassis_placed, operation, request);
-    if (!answer.block.empty()) {
-        answer.block.resize(disturbance.disturbed(answer.block.size()));
+    Answer answer = served->serve(*chassis_placed, operation, request);
+    if (answer.block && disturbance.more_bytes != 0) {
+        resize(answer, disturbance.disturbed(answer.size));
     }
     return answer;
 }
@@ -427,9 +433,8 @@ void place_chassis(Chassis chassis)
 {
     const bool exchanged = chassis_placed != nullptr;
     chassis_placed = std::make_unique<Chassis>(std::move(chassis));
-    chassis_placed->observe([](const Occurrence& occurrence) {
-        post_event(occurrence.event, payload_of(*chassis_placed, occurrence));
-    });
+    chassis_placed->observe(
+        [](const Occurrence& occurrence) { post(*chassis_placed, occurrence); });
     if (exchanged) {
         chassis_placed->announce_change();
     }

@@ -6,18 +6,24 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
 #include <span>
-#include <vector>
 
 namespace sim {
+
+struct FreeBlock {
+    void operator()(void* block) const { std::free(block); }
+};
 
 /// What a request is answered with.
 struct Answer {
     ResultCode result = ResultCode::ok;
-    std::vector<std::byte> block{}; ///< in wire order, empty for none
+    std::unique_ptr<void, FreeBlock> block{}; ///< malloc'd, null for none
+    size_t size = 0;                          ///< of the block in bytes
 };
 
-/// Serves one request. @param request the record that it carries, in wire order
+/// Serves one request. @param request the record that it carries
 Answer serve_request(uint32_t opcode, int32_t operation, std::span<const std::byte> request);
 
 /// Puts a chassis in place of the one there was, if any; exchanging one is an inventory change.

@@ -1,7 +1,7 @@
 /// The platform's result codes; rcode.cpp has their texts.
 #pragma once
 
-#include "opcodes.h"
+#include "wire/requests.h"
 
 namespace sim {
 

@@ -1,17 +1,17 @@
 #include "model/chassis.h"
 
 #include "model/power.h"
-#include "physical_index.h"
+#include "wire/physical_index.h"
 
 #include <algorithm>
 
 namespace sim {
 namespace {
 
-bool is_about_unit(Event event)
+bool is_about_unit(uint32_t event)
 {
-    return event != Event::inventory_change && event != Event::redundancy &&
-           event != Event::sensor_threshold_crossed;
+    return event != inventory_change && event != supervisor_switchover &&
+           event != sensor_threshold_crossed;
 }
 
 } // namespace
@@ -119,7 +119,7 @@ void Chassis::write(uint32_t index, std::span<const TextChange> changes)
 void Chassis::announce_change()
 {
     last_change_ = now_();
-    tell({Event::inventory_change});
+    tell({inventory_change});
 }
 
 void Chassis::set_admin_status(uint32_t index, AdminStatus status)
@@ -208,7 +208,7 @@ void Chassis::pull(uint32_t index)
         refuse_for_active_supervisor(unit->second);
         change_status(unit->second, EntityStatus::off, false);
     }
-    tell({Event::fru_removed, index});
+    tell({fru_removed, index});
 
     std::vector<Entity> entities;
     std::erase_if(entities_, [&](auto& entry) {
@@ -235,7 +235,7 @@ void Chassis::insert(uint32_t index, std::optional<Assembly> other)
     }
     place.pulled.reset();
     Unit& unit = fit(std::move(*assembly));
-    tell({Event::fru_inserted, unit.index});
+    tell({fru_inserted, unit.index});
     announce_change();
     settle(unit);
 }
@@ -251,7 +251,7 @@ void Chassis::plug_unknown(uint32_t index)
          .failed = true,
          .description = "Unit that the switch does not recognize",
          .name = "Unknown unit in " + entities_.at(index).name});
-    tell({Event::unrecognized_fru, unit});
+    tell({unrecognized_fru, unit});
     announce_change();
 }
 
@@ -335,7 +335,7 @@ void Chassis::measure(Entity& entity)
     for (SensorThreshold& threshold : sensor.thresholds) {
         ++number;
         if (threshold.is_crossed_by(sensor.value) && threshold.notifies) {
-            tell({Event::sensor_threshold_crossed, entity.index,
+            tell({sensor_threshold_crossed, entity.index,
                   Crossing{sensor.value, static_cast<int32_t>(threshold.value()), number}});
         }
     }
@@ -392,16 +392,15 @@ void Chassis::tell_changes(const Unit& before, const Unit& unit)
 {
     if (unit.type == UnitType::power_supply) {
         if (watts_now(unit) != watts_now(before)) {
-            tell({Event::power_supply_output_change, unit.index});
+            tell({power_supply_output_change, unit.index});
         }
         return;
     }
     if (power_status(unit) != power_status(before)) {
-        tell({Event::power_status_change, unit.index});
+        tell({power_status_change, unit.index});
     }
     if (unit.status != before.status) {
-        tell({unit.type == UnitType::module ? Event::module_status_change
-                                            : Event::fan_tray_status_change,
+        tell({unit.type == UnitType::module ? module_status_change : fan_tray_status_change,
               unit.index});
     }
 }

@@ -10,7 +10,7 @@
 #include "model/reading.h"
 #include "model/redundancy.h"
 #include "model/unit.h"
-#include "opcodes.h"
+#include "wire/events.h"
 
 #include <chrono>
 #include <cstdint>
@@ -52,9 +52,9 @@ public:
 
 /// Something that happened to the switch.
 struct Occurrence {
-    Event event;
+    uint32_t event;                     ///< its number
     uint32_t index = 0;                 ///< entPhysicalIndex of what it is about; 0 for none
-    std::optional<Crossing> crossing{}; ///< of Event::sensor_threshold_crossed
+    std::optional<Crossing> crossing{}; ///< of sensor_threshold_crossed
 };
 
 class Chassis {

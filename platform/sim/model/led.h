@@ -4,7 +4,7 @@
 
 #include "model/chassis.h"
 #include "model/named.h"
-#include "records.h"
+#include "wire/records.h"
 
 #include <optional>
 

@@ -133,8 +133,7 @@ void Chassis::measure_transceiver(Entity& port)
         for (Threshold& threshold : transceiver.measurements[i].thresholds) {
             ++number;
             if (threshold.is_crossed_by(raw)) {
-                tell({Event::sensor_threshold_crossed,
-                      sensor_index(port.port->if_index, quantities[i]),
+                tell({sensor_threshold_crossed, sensor_index(port.port->if_index, quantities[i]),
                       Crossing{served_value(quantities[i], raw),
                                served_value(quantities[i], threshold.value()), number}});
             }

@@ -1,7 +1,7 @@
 /// The terminal lines of the simulated switch, and the message that is composed for them.
 #pragma once
 
-#include "records.h"
+#include "wire/records.h"
 
 #include <chrono>
 #include <deque>

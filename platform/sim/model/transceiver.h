@@ -3,8 +3,8 @@
 
 #include "model/named.h"
 #include "model/reading.h"
-#include "physical_index.h"
-#include "records.h"
+#include "wire/physical_index.h"
+#include "wire/records.h"
 
 #include <array>
 #include <cstddef>

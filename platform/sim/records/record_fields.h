@@ -2,7 +2,7 @@
 #pragma once
 
 #include "model/unit.h"
-#include "records.h"
+#include "wire/records.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "model/chassis.h"
-#include "records.h"
+#include "wire/records.h"
 
 namespace sim {
 

@@ -96,7 +96,7 @@ TEST(EventHistory, KeepsTheLast500WhileItIsOn)
     log_snmp_error(record(464, "260='\2' 264='" + text + "'").data());
     EXPECT_EQ(history.back().text, "write failed with result 2: " + text);
     unregister_for_notification(1043);
-    sim::post_event(Event::redundancy);
+    sim::post_event(1043);
     EXPECT_EQ(sim::waiting_events(), 1U);
     sim::deliver_events();
     EXPECT_EQ(sim::waiting_events(), 0U);

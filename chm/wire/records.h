@@ -1,24 +1,33 @@
-/// The platform's records as the MIB modules exchange them, each with its wire order.
-///
-/// A record is in host order between exchanges; swap_wire_order() turns it to the order in which it
-/// travels and back. Fields that it does not name travel as the platform wrote them.
+/// The platform's records as they travel and as they lie in memory: one layout for both. An integer
+/// that travels big-endian says so in its type; plain integers travel in host order.
 #pragma once
 
-#include "wire_order.h"
+#include "big_endian.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
+
+/// True for a record of a size that can be sent from where it lies and filled where it lies.
+template <typename Record, size_t Size>
+inline constexpr bool
+    is_record_of = sizeof(Record) ==
+                   Size&& std::is_standard_layout_v<Record>&& std::is_trivially_copyable_v<Record>;
+
+/// The fields that are a row's index, in their order in a name.
+template <typename Row>
+inline constexpr be_uint32 Row::*row_key[] = {&Row::index};
 
 /// A physical entity: one row of entPhysicalTable and of the tables that extend it. Texts are
 /// NUL-terminated by the platform, but no reader relies on that.
 struct ent_phys_entry {
-    uint32_t entPhysicalIndex;
+    be_uint32 entPhysicalIndex;
     char entPhysicalDescr[256];
-    uint32_t entPhysicalVendorType[128];
-    uint32_t vendor_type_len; ///< sub-identifiers used in entPhysicalVendorType
-    int32_t entPhysicalContainedIn;
-    int32_t entPhysicalClass;
-    int32_t entPhysicalParentRelPos;
+    be_uint32 entPhysicalVendorType[128];
+    be_uint32 vendor_type_len; ///< sub-identifiers used in entPhysicalVendorType
+    be_int32 entPhysicalContainedIn;
+    be_int32 entPhysicalClass;
+    be_int32 entPhysicalParentRelPos;
     char entPhysicalName[255];
     char entPhysicalHardwareRev[255];
     char entPhysicalFirmwareRev[255];
@@ -29,16 +38,16 @@ struct ent_phys_entry {
     char entPhysicalAlias[33];
     char entPhysicalAssetID[33];
     char padding_2417[3];
-    int32_t entPhysicalIsFRU; ///< in host order on the wire too
+    int32_t entPhysicalIsFRU; ///< in host order, unlike its neighbours
     char platform_bytes_2424[4];
-    int32_t physical_status;
+    be_int32 physical_status;
     char second_serial_num[33];
     char platform_bytes_2465[20];
     char part_revision[24];
     char clei_code[15];
     char container_name[256]; ///< name of the containing entity
 };
-static_assert(sizeof(ent_phys_entry) == 2780);
+static_assert(is_record_of<ent_phys_entry, 2780>);
 static_assert(offsetof(ent_phys_entry, entPhysicalVendorType) == 260);
 static_assert(offsetof(ent_phys_entry, vendor_type_len) == 772);
 static_assert(offsetof(ent_phys_entry, entPhysicalName) == 788);
@@ -51,43 +60,35 @@ static_assert(offsetof(ent_phys_entry, part_revision) == 2485);
 static_assert(offsetof(ent_phys_entry, clei_code) == 2509);
 static_assert(offsetof(ent_phys_entry, container_name) == 2524);
 
-inline void swap_wire_order(ent_phys_entry& row)
-{
-    swap_all(row.entPhysicalIndex, row.entPhysicalVendorType, row.vendor_type_len,
-             row.entPhysicalContainedIn, row.entPhysicalClass, row.entPhysicalParentRelPos,
-             row.physical_status);
-}
+template <>
+inline constexpr be_uint32 ent_phys_entry::*row_key<ent_phys_entry>[] = {
+    &ent_phys_entry::entPhysicalIndex};
 
 /// A point in time as the platform reports it.
 struct platform_time {
-    uint32_t seconds;
-    uint32_t microseconds;
+    be_uint32 seconds;
+    be_uint32 microseconds;
 };
-static_assert(sizeof(platform_time) == 8);
-
-inline void swap_wire_order(platform_time& time)
-{
-    swap_all(time.seconds, time.microseconds);
-}
+static_assert(is_record_of<platform_time, 8>);
 
 /// A module of the chassis. What the columns without a name mean is the platform's.
 struct module_record {
-    uint32_t index;
-    int32_t admin_status;
-    int32_t oper_status; ///< 2 when the module is healthy
-    int32_t column_3;
+    be_uint32 index;
+    be_int32 admin_status;
+    be_int32 oper_status; ///< 2 when the module is healthy
+    be_int32 column_3;
     platform_time status_changed; ///< when oper_status last changed
     platform_time column_5;
     char text[256];
-    uint32_t platform_words_288[2];
+    be_uint32 platform_words_288[2];
     char platform_bytes_296[2];
     uint8_t module_type;
     char platform_bytes_299[5];
-    uint32_t module_number;
-    uint32_t column_8;
+    be_uint32 module_number;
+    be_uint32 column_8;
     char platform_bytes_312[4];
 };
-static_assert(sizeof(module_record) == 316);
+static_assert(is_record_of<module_record, 316>);
 static_assert(offsetof(module_record, status_changed) == 16);
 static_assert(offsetof(module_record, text) == 32);
 static_assert(offsetof(module_record, platform_words_288) == 288);
@@ -95,87 +96,59 @@ static_assert(offsetof(module_record, module_type) == 298);
 static_assert(offsetof(module_record, module_number) == 304);
 static_assert(offsetof(module_record, column_8) == 308);
 
-inline void swap_wire_order(module_record& row)
-{
-    swap_all(row.index, row.admin_status, row.oper_status, row.column_3, row.status_changed.seconds,
-             row.status_changed.microseconds, row.column_5.seconds, row.column_5.microseconds,
-             row.platform_words_288, row.module_number, row.column_8);
-}
-
 /// A group of power supplies.
 struct power_supply_group_record {
-    uint32_t index;
-    int32_t redundancy_mode;
+    be_uint32 index;
+    be_int32 redundancy_mode;
     char text[256];
-    int32_t column_3;
-    int32_t column_4;
-    uint32_t platform_words_272[3];
+    be_int32 column_3;
+    be_int32 column_4;
+    be_uint32 platform_words_272[3];
 };
-static_assert(sizeof(power_supply_group_record) == 284);
+static_assert(is_record_of<power_supply_group_record, 284>);
 static_assert(offsetof(power_supply_group_record, column_3) == 264);
 static_assert(offsetof(power_supply_group_record, platform_words_272) == 272);
 
-inline void swap_wire_order(power_supply_group_record& row)
-{
-    swap_all(row.index, row.redundancy_mode, row.column_3, row.column_4, row.platform_words_272);
-}
-
 /// The power of one field-replaceable unit.
 struct power_status_record {
-    uint32_t index;
-    int32_t admin_status;
-    int32_t oper_status; ///< 2 when the unit's power is healthy
-    int32_t column_3;
+    be_uint32 index;
+    be_int32 admin_status;
+    be_int32 oper_status; ///< 2 when the unit's power is healthy
+    be_int32 column_3;
 };
-static_assert(sizeof(power_status_record) == 16);
-
-inline void swap_wire_order(power_status_record& row)
-{
-    swap_all(row.index, row.admin_status, row.oper_status, row.column_3);
-}
+static_assert(is_record_of<power_status_record, 16>);
 
 /// One unit and its status: a fan tray, or a power supply.
 struct unit_status_record {
-    uint32_t index;
-    int32_t status; ///< of a power supply: 2 when it is healthy
+    be_uint32 index;
+    be_int32 status; ///< of a power supply: 2 when it is healthy
 };
-static_assert(sizeof(unit_status_record) == 8);
-
-inline void swap_wire_order(unit_status_record& row)
-{
-    swap_all(row.index, row.status);
-}
+static_assert(is_record_of<unit_status_record, 8>);
 
 /// A change of a power supply's output, as its event reports it.
 struct power_supply_output_record {
-    uint32_t index; ///< entPhysicalIndex of the power supply
+    be_uint32 index; ///< entPhysicalIndex of the power supply
     char name[255];
     char model_name[257];
-    int32_t output;
+    be_int32 output;
 };
-static_assert(sizeof(power_supply_output_record) == 520);
+static_assert(is_record_of<power_supply_output_record, 520>);
 static_assert(offsetof(power_supply_output_record, model_name) == 259);
 static_assert(offsetof(power_supply_output_record, output) == 516);
 
-inline void swap_wire_order(power_supply_output_record& record)
-{
-    swap_all(record.index, record.output);
-}
-
 /// One LED of a physical entity.
 struct led_entry {
-    uint32_t entity; ///< entPhysicalIndex
-    uint32_t led;    ///< number of the LED within the entity
-    int32_t value;
+    be_uint32 entity; ///< entPhysicalIndex
+    be_uint32 led;    ///< number of the LED within the entity
+    be_int32 value;
 };
-static_assert(sizeof(led_entry) == 12);
+static_assert(is_record_of<led_entry, 12>);
 
-inline void swap_wire_order(led_entry& row)
-{
-    swap_all(row.entity, row.led, row.value);
-}
+template <>
+inline constexpr be_uint32 led_entry::*row_key<led_entry>[] = {&led_entry::entity, &led_entry::led};
 
-/// The redundancy of the supervisors. Status words without a name mean what the platform says.
+/// The redundancy of the supervisors, in host order. Status words without a name mean what the
+/// platform says.
 struct rf_status_record {
     int32_t status_6; ///< served as object 1.1.6, and so on
     int32_t status_1;
@@ -186,83 +159,69 @@ struct rf_status_record {
     int32_t status_7;
     int32_t reason_code; ///< the library's own; the platform's is not served
 };
-static_assert(sizeof(rf_status_record) == 32);
+static_assert(is_record_of<rf_status_record, 32>);
 static_assert(offsetof(rf_status_record, admin_action) == 20);
 
-/// Travels in host order.
-inline void swap_wire_order(rf_status_record&) {}
-
-/// A text message to terminal lines.
+/// A text message to terminal lines, in host order.
 struct ts_info {
     int32_t interval;
     int32_t duration;
     char text[260]; ///< at most 256 characters
     int32_t send;
 };
-static_assert(sizeof(ts_info) == 272);
+static_assert(is_record_of<ts_info, 272>);
 static_assert(offsetof(ts_info, text) == 8);
 static_assert(offsetof(ts_info, send) == 268);
 
-/// Travels in host order.
-inline void swap_wire_order(ts_info&) {}
-
 /// A sensor and its reading: one row of entSensorValueTable.
 struct ent_sensor_value_rec {
-    uint32_t entPhysicalIndex;
-    int32_t entSensorType;
-    int32_t entSensorScale;
-    int32_t entSensorPrecision;
-    int32_t entSensorValue;
-    int32_t entSensorStatus;
-    platform_time value_time;          ///< when the reading was taken
-    uint32_t entSensorValueUpdateRate; ///< in seconds
-    uint32_t measured_entity;          ///< the library's own; the platform's is not served
+    be_uint32 entPhysicalIndex;
+    be_int32 entSensorType;
+    be_int32 entSensorScale;
+    be_int32 entSensorPrecision;
+    be_int32 entSensorValue;
+    be_int32 entSensorStatus;
+    platform_time value_time;           ///< when the reading was taken
+    be_uint32 entSensorValueUpdateRate; ///< in seconds
+    uint32_t measured_entity;           ///< the library's own; the platform's is not served
 };
-static_assert(sizeof(ent_sensor_value_rec) == 40);
+static_assert(is_record_of<ent_sensor_value_rec, 40>);
 static_assert(offsetof(ent_sensor_value_rec, entSensorValue) == 16);
 static_assert(offsetof(ent_sensor_value_rec, value_time) == 24);
 static_assert(offsetof(ent_sensor_value_rec, measured_entity) == 36);
 
-inline void swap_wire_order(ent_sensor_value_rec& row)
-{
-    swap_all(row.entPhysicalIndex, row.entSensorType, row.entSensorScale, row.entSensorPrecision,
-             row.entSensorValue, row.entSensorStatus, row.value_time.seconds,
-             row.value_time.microseconds, row.entSensorValueUpdateRate);
-}
+template <>
+inline constexpr be_uint32 ent_sensor_value_rec::*row_key<ent_sensor_value_rec>[] = {
+    &ent_sensor_value_rec::entPhysicalIndex};
 
 /// One threshold of a sensor: one row of entSensorThresholdTable.
 struct ent_sensor_thresh_rec {
-    uint32_t entPhysicalIndex;
-    uint32_t sensor_thrsh; ///< index of the threshold within the sensor, from 1
-    int32_t entSensorThresholdSeverity;
-    int32_t entSensorThresholdRelation;
-    int32_t entSensorThresholdValue;
-    int32_t entSensorThresholdEvaluation;
-    int32_t entSensorThresholdNotificationEnable;
+    be_uint32 entPhysicalIndex;
+    be_uint32 sensor_thrsh; ///< index of the threshold within the sensor, from 1
+    be_int32 entSensorThresholdSeverity;
+    be_int32 entSensorThresholdRelation;
+    be_int32 entSensorThresholdValue;
+    be_int32 entSensorThresholdEvaluation;
+    be_int32 entSensorThresholdNotificationEnable;
 };
-static_assert(sizeof(ent_sensor_thresh_rec) == 28);
+static_assert(is_record_of<ent_sensor_thresh_rec, 28>);
 
-inline void swap_wire_order(ent_sensor_thresh_rec& row)
-{
-    swap_all(row.entPhysicalIndex, row.sensor_thrsh, row.entSensorThresholdSeverity,
-             row.entSensorThresholdRelation, row.entSensorThresholdValue,
-             row.entSensorThresholdEvaluation, row.entSensorThresholdNotificationEnable);
-}
+template <>
+inline constexpr be_uint32 ent_sensor_thresh_rec::*row_key<ent_sensor_thresh_rec>[] = {
+    &ent_sensor_thresh_rec::entPhysicalIndex, &ent_sensor_thresh_rec::sensor_thrsh};
 
 /// A sensor's crossing of one of its thresholds, as its event reports it.
 struct sensor_threshold_crossing {
-    uint32_t entPhysicalIndex;
-    int32_t entSensorValue;
-    int32_t entSensorThresholdValue;
-    uint32_t sensor_thrsh; ///< index of the threshold within the sensor, from 1
+    be_uint32 entPhysicalIndex;
+    be_int32 entSensorValue;
+    be_int32 entSensorThresholdValue;
+    be_uint32 sensor_thrsh; ///< index of the threshold within the sensor, from 1
 };
-static_assert(sizeof(sensor_threshold_crossing) == 16);
+static_assert(is_record_of<sensor_threshold_crossing, 16>);
 
-inline void swap_wire_order(sensor_threshold_crossing& crossing)
-{
-    swap_all(crossing.entPhysicalIndex, crossing.entSensorValue, crossing.entSensorThresholdValue,
-             crossing.sensor_thrsh);
-}
+template <>
+inline constexpr be_uint32 sensor_threshold_crossing::*row_key<sensor_threshold_crossing>[] = {
+    &sensor_threshold_crossing::entPhysicalIndex, &sensor_threshold_crossing::sensor_thrsh};
 
 /// How the readings and thresholds of a lane are to be read.
 enum : uint32_t {
@@ -304,23 +263,11 @@ struct diag_info {
     uint32_t rx_pwr_hi_warn;
     uint32_t rx_pwr_lo_warn;
 };
-static_assert(sizeof(diag_info) == 172);
+static_assert(is_record_of<diag_info, 172>);
 static_assert(offsetof(diag_info, calib_type) == 8);
 static_assert(offsetof(diag_info, warn_flags) == 36);
 static_assert(offsetof(diag_info, temp_hi_alarm) == 92);
 static_assert(offsetof(diag_info, rx_pwr_lo_warn) == 168);
-
-/// The index of a table's row, the first field of every row.
-template <typename Row>
-constexpr uint32_t& row_index(Row& row)
-{
-    return row.index;
-}
-
-constexpr uint32_t& row_index(ent_phys_entry& row)
-{
-    return row.entPhysicalIndex;
-}
 
 /// What log_snmp_error records of a failed write.
 struct snmp_error_record {
@@ -328,6 +275,6 @@ struct snmp_error_record {
     int32_t code;     ///< the platform's result code
     char text[200];   ///< its text, NUL-terminated
 };
-static_assert(sizeof(snmp_error_record) == 464);
+static_assert(is_record_of<snmp_error_record, 464>);
 static_assert(offsetof(snmp_error_record, code) == 260);
 static_assert(offsetof(snmp_error_record, text) == 264);
