@@ -108,7 +108,7 @@ int32_t pm_get_next_port_fcot_info_with_ddm(uint32_t /*queue*/, int32_t /*operat
     *response = nullptr;
     return sim::with_chassis(
         sim::next_port, [&](const Chassis& chassis, const HandOver& hand_over) {
-            const Entity* port = chassis.next_port_with_diagnostics(*if_index);
+            const Entity* port = next_port_with_diagnostics(chassis, *if_index);
             if (port == nullptr) {
                 return ResultCode::no_such_entry;
             }

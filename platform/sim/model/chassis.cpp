@@ -54,12 +54,6 @@ const Entity* Chassis::find(uint32_t index) const
     return found == entities_.end() ? nullptr : &found->second;
 }
 
-const Entity* Chassis::next_after(uint32_t index) const
-{
-    const auto found = entities_.upper_bound(index);
-    return found == entities_.end() ? nullptr : &found->second;
-}
-
 const Unit* Chassis::find_unit(uint32_t index) const
 {
     const auto found = units_.find(index);

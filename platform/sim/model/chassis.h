@@ -103,9 +103,6 @@ public:
     /// The entity with an index, or null.
     const Entity* find(uint32_t index) const;
 
-    /// The entity with the least index above `index`, or null.
-    const Entity* next_after(uint32_t index) const;
-
     /// The unit with an index, or null.
     const Unit* find_unit(uint32_t index) const;
 
@@ -122,10 +119,6 @@ public:
     const Redundancy& redundancy() const { return redundancy_; }
 
     RedundancyMode redundancy_mode() const { return redundancy_mode_; }
-
-    /// The first port after an interface index, be there such a port or not, whose transceiver has
-    /// diagnostics that can be read; null after the last.
-    const Entity* next_port_with_diagnostics(uint32_t if_index) const;
 
     /// When the inventory last changed; at first when the chassis was made.
     Clock::time_point last_change() const { return last_change_; }

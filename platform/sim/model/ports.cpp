@@ -29,6 +29,20 @@ bool has_diagnostics(const Chassis& chassis, const Entity& port)
     return transceiver != nullptr && transceiver->diagnostics != Diagnostics::none;
 }
 
+const Entity* next_port_with_diagnostics(const Chassis& chassis, uint32_t if_index)
+{
+    const auto& entities = chassis.entities();
+    const Entity* known = find_port(chassis, if_index);
+    const uint32_t start = known == nullptr ? port_index(0, 0) : known->index;
+    for (auto entry = entities.upper_bound(start); entry != entities.end(); ++entry) {
+        const Entity& entity = entry->second;
+        if (entity.port && entity.port->if_index > if_index && has_diagnostics(chassis, entity)) {
+            return &entity;
+        }
+    }
+    return nullptr;
+}
+
 WordFormat reading_format(const Chassis& chassis, const Transceiver& transceiver)
 {
     return has_integer_readings(chassis.settings().type_code) ? WordFormat::integer
@@ -42,19 +56,6 @@ double raw_reading(const Chassis& chassis, const Transceiver& transceiver, size_
 }
 
 // What the chassis does with its ports.
-
-const Entity* Chassis::next_port_with_diagnostics(uint32_t if_index) const
-{
-    const Entity* known = find_port(*this, if_index);
-    for (auto entry = entities_.upper_bound(known == nullptr ? port_index(0, 0) : known->index);
-         entry != entities_.end(); ++entry) {
-        const Entity& entity = entry->second;
-        if (entity.port && entity.port->if_index > if_index && has_diagnostics(*this, entity)) {
-            return &entity;
-        }
-    }
-    return nullptr;
-}
 
 void Chassis::plug(uint32_t index, std::optional<Transceiver> other)
 {

@@ -17,6 +17,10 @@ const Transceiver* transceiver_in_service(const Chassis& chassis, const Entity& 
 /// Whether the diagnostics of a port's transceiver can be read.
 bool has_diagnostics(const Chassis& chassis, const Entity& port);
 
+/// The first port after an interface index, be there such a port or not, whose transceiver has
+/// diagnostics that can be read; null after the last.
+const Entity* next_port_with_diagnostics(const Chassis& chassis, uint32_t if_index);
+
 /// What the words of a transceiver's readings hold in a chassis.
 WordFormat reading_format(const Chassis& chassis, const Transceiver& transceiver);
 
