@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,6 +19,7 @@ template <typename Table>
 std::vector<std::string> keys_of(const Table& table)
 {
     std::vector<std::string> keys;
+    keys.reserve(std::size(table));
     for (const auto& one : table) {
         keys.emplace_back(one.key);
     }

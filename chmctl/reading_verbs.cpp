@@ -44,7 +44,7 @@ void print_transceivers(const json& transceivers)
         {"index", "port", "type", "model", "serial", "status", "diagnostics", "lanes", "reads"});
     Columns readings;
     std::vector<std::string> headings = {"index", "port", "quantity", "value", ""};
-    for (const std::string_view key : sim::limit_keys) {
+    for (const std::string_view key : sim::threshold_keys) {
         std::ranges::replace(headings.emplace_back(key), '-', ' ');
     }
     readings.add(headings);
@@ -98,9 +98,9 @@ void plug_options(CLI::App& command, const Arguments& arguments)
 void transceiver_reading_options(CLI::App& command, const Arguments& arguments)
 {
     add_port(command, arguments);
-    std::vector<std::string> quantities;
-    for (const sim::Quantity& quantity : sim::quantities) {
-        quantities.push_back(std::string(quantity.key) + " (" + std::string(quantity.unit) + ")");
+    std::vector<std::string> quantities = keys_of(sim::quantities);
+    for (size_t i = 0; i < quantities.size(); ++i) {
+        quantities[i] += " (" + std::string(sim::quantities[i].unit) + ")";
     }
     add_argument<std::string>(command, "QUANTITY", arguments, "quantity", listed(quantities))
         ->required();

@@ -100,9 +100,11 @@ void print_worst_optics(const json& transceivers)
     for (const json& transceiver : transceivers) {
         for (const json& reading : transceiver.at("readings")) {
             const json& thresholds = reading.at("thresholds");
-            const auto limit = [&](size_t i) { return thresholds.at(i).at("value").get<double>(); };
-            const double high = limit(sim::high_alarm);
-            const double low = limit(sim::low_alarm);
+            const auto threshold = [&](sim::ThresholdIndex i) {
+                return thresholds.at(i).at("value").get<double>();
+            };
+            const double high = threshold(sim::high_alarm);
+            const double low = threshold(sim::low_alarm);
             const bool dark = reading.at("no-light").get<bool>();
             const double value = reading.at("value").get<double>();
             const double margin = dark ? -std::numeric_limits<double>::infinity()

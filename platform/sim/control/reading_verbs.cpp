@@ -2,6 +2,7 @@
 
 #include "control/verb_arguments.h"
 #include "files/chassis_file.h"
+#include "model/ports.h"
 #include "records/transceiver_record.h"
 
 #include <algorithm>
@@ -17,8 +18,8 @@ json thresholds(const Chassis& chassis, const Entity& sensor)
 {
     json list = json::array();
     for (const SensorThreshold& threshold : sensor.sensor.value().thresholds) {
-        list.push_back({{"relation", key_of(relations, threshold.limit.relation())},
-                        {"value", threshold.limit.value() / steps_per_unit(*sensor.sensor)},
+        list.push_back({{"relation", key_of(relations, threshold.relation())},
+                        {"value", threshold.value() / steps_per_unit(*sensor.sensor)},
                         {"severity", key_of(severities, threshold.severity)},
                         {"beyond", chassis.is_beyond(sensor, threshold)},
                         {"notify", threshold.notifies}});
@@ -55,13 +56,13 @@ json reading(const json& arguments)
     });
 }
 
-json limits_of(const Quantity& quantity, const Measurement& measurement, double raw)
+json thresholds_of(const Quantity& quantity, const Measurement& measurement, double raw)
 {
     const double steps = std::pow(10, quantity.decimals);
     json list = json::array();
-    for (size_t limit = 0; limit < limits; ++limit) {
-        const Threshold& threshold = measurement.thresholds[limit];
-        list.push_back({{"limit", limit_keys[limit]},
+    for (size_t index = 0; index < transceiver_thresholds; ++index) {
+        const Threshold& threshold = measurement.thresholds[index];
+        list.push_back({{"limit", threshold_keys[index]},
                         {"value", served_value(quantity, threshold.value()) / steps},
                         {"beyond", threshold.is_beyond(raw)}});
     }
@@ -75,14 +76,14 @@ json readings_of(const Chassis& chassis, const Port& port)
     for (size_t i = 0; i < quantities.size(); ++i) {
         const Quantity& quantity = quantities[i];
         const Measurement& measurement = port.transceiver->measurements[i];
-        const double raw = chassis.raw_reading(*port.transceiver, i);
+        const double raw = raw_reading(chassis, *port.transceiver, i);
         list.push_back({{"quantity", quantity.key},
                         {"index", sensor_index(port.if_index, quantity)},
                         {"unit", quantity.unit},
                         {"value", served_value(quantity, raw) / std::pow(10, quantity.decimals)},
                         {"no-light", quantity.logarithmic && raw == 0},
                         {"by-hand", measurement.reading.is_by_hand()},
-                        {"thresholds", limits_of(quantity, measurement, raw)}});
+                        {"thresholds", thresholds_of(quantity, measurement, raw)}});
     }
     return list;
 }
@@ -96,7 +97,7 @@ json transceivers(const json& /*arguments*/)
             continue;
         }
         const Transceiver& transceiver = *entity.port->transceiver;
-        const bool readable = chassis.has_diagnostics(entity);
+        const bool readable = has_diagnostics(chassis, entity);
         json& item = list.emplace_back(
             json{{"index", index},
                  {"port", entity.name},
@@ -125,7 +126,7 @@ json plug(const json& arguments)
             throw Refusal(entity.name + " is no port");
         }
         const auto type = argument<std::string>(arguments, "type");
-        chassis.plug(index, make_transceiver(chassis.file(), entity, type));
+        chassis.plug(index, load_transceiver(chassis.file(), entity, type));
     });
 }
 

@@ -17,9 +17,9 @@ json redundancy(const json& /*arguments*/)
     const auto name = [&](const Unit* unit) {
         return unit == nullptr ? json() : json(chassis.entities().at(unit->index).name);
     };
-    return {{"active", name(chassis.active_supervisor())},
-            {"standby", name(chassis.standby_supervisor())},
-            {"state", chassis.supervisor_state()},
+    return {{"active", name(active_supervisor(chassis))},
+            {"standby", name(standby_supervisor(chassis))},
+            {"state", supervisor_state(chassis)},
             {"switchovers", chassis.redundancy().switchovers},
             {"last-reason", chassis.redundancy().last_reason},
             {"last-action", static_cast<int32_t>(chassis.redundancy().last_action)}};
@@ -31,7 +31,7 @@ json switchover(const json& arguments)
     return redundancy(arguments);
 }
 
-json supervisor_state(const json& arguments)
+json set_supervisor_state(const json& arguments)
 {
     the_chassis().set_supervisor_state(by_hand(arguments, "state"));
     return redundancy(arguments);
@@ -59,7 +59,7 @@ json led(const json& arguments)
             throw std::runtime_error(chassis.entities().at(index).name + " has no LED " +
                                      std::to_string(number));
         }
-        chassis.set_led(index, number, by_hand(arguments, "value"));
+        set_led(chassis, index, number, by_hand(arguments, "value"));
     });
 }
 
@@ -78,7 +78,7 @@ json terminal_messages(const json& /*arguments*/)
 constexpr Verb verbs[] = {
     {"redundancy", redundancy},
     {"switchover", switchover},
-    {"supervisor-state", supervisor_state},
+    {"supervisor-state", set_supervisor_state},
     {"leds", leds},
     {"led", led},
     {"terminals", terminal_messages},

@@ -63,7 +63,7 @@ json units(const json& /*arguments*/)
         list.push_back({{"index", index},
                         {"name", chassis.entities().at(index).name},
                         {"type", key_of(unit_types, unit.type)},
-                        {"active", &unit == chassis.active_supervisor()},
+                        {"active", &unit == active_supervisor(chassis)},
                         {"admin-status", admin_name(unit)},
                         {"status", key_of(entity_statuses, unit.status)},
                         {"watts", watts_now(unit)}});
@@ -84,7 +84,7 @@ json insert(const json& arguments)
             return;
         }
         const auto type = argument<std::string>(arguments, "type");
-        chassis.insert(index, make_unit(chassis.file(), index, type));
+        chassis.insert(index, load_unit(chassis.file(), index, type));
     });
 }
 

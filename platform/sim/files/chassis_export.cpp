@@ -95,8 +95,8 @@ std::string port_list(const std::vector<uint32_t>& numbers)
 toml::table threshold_table(const Sensor& sensor, const SensorThreshold& threshold)
 {
     toml::table table;
-    put(table, "value", threshold.limit.value() / steps_per_unit(sensor));
-    put(table, "relation", key_of(relations, threshold.limit.relation()));
+    put(table, "value", threshold.value() / steps_per_unit(sensor));
+    put(table, "relation", key_of(relations, threshold.relation()));
     put(table, "severity", key_of(severities, threshold.severity));
     put_unusual(table, "notify", threshold.notifies, true);
     table.is_inline(true);
@@ -109,9 +109,9 @@ toml::table measurement_table(const Quantity& quantity, const Measurement& measu
     const ReadingRange& range = measurement.range;
     put_unusual(table, "low", range.low, quantity.usual.low);
     put_unusual(table, "high", range.high, quantity.usual.high);
-    for (size_t limit = 0; limit < limits; ++limit) {
-        put_unusual(table, limit_keys[limit], range.thresholds[limit],
-                    quantity.usual.thresholds[limit]);
+    for (size_t index = 0; index < transceiver_thresholds; ++index) {
+        put_unusual(table, threshold_keys[index], range.thresholds[index],
+                    quantity.usual.thresholds[index]);
     }
     put_held(table, measurement.reading);
     table.is_inline(true);
@@ -150,7 +150,7 @@ private:
     {
         toml::table table;
         put_entity(table, own_, make_chassis());
-        put(table, "start-seconds", static_cast<int64_t>(chassis_.start_time().count()));
+        put(table, "start-seconds", static_cast<int64_t>(chassis_.settings().start_time.count()));
         put(table, "type-code", chassis_.settings().type_code);
         put(table, "diagnostics-delay-ms",
             static_cast<int64_t>(chassis_.settings().diagnostics_delay.count()));
@@ -200,7 +200,7 @@ private:
             units.push_back(
                 unit_table(kind, unit, chassis_.entities().at(unit.index), parts_of(unit.index)));
         };
-        const Unit* active = chassis_.active_supervisor();
+        const Unit* active = active_supervisor(chassis_);
         if (active != nullptr && active->type == kind.type) {
             put_fitted(*active);
         }

@@ -391,7 +391,8 @@ private:
         describe(chassis, {settings});
         own_ = chassis;
         if (const toml::node* node = settings.get("start-seconds")) {
-            chassis_.set_start_time(std::chrono::seconds(number(*node, "start-seconds", 0, 3600)));
+            chassis_.settings().start_time =
+                std::chrono::seconds(number(*node, "start-seconds", 0, 3600));
         }
         chassis_.settings().type_code = count({settings}, "type-code", UINT32_MAX);
         chassis_.settings().diagnostics_delay =
@@ -626,15 +627,15 @@ private:
     {
         ReadingRange range = quantity.usual;
         Keys keys = {"low", "high", "held"};
-        keys.insert(keys.end(), std::begin(limit_keys), std::end(limit_keys));
+        keys.insert(keys.end(), std::begin(threshold_keys), std::end(threshold_keys));
         check_keys(table, keys);
         const auto read = [&](std::string_view key, double& value) {
             value = real(table, key, value, quantity.least, quantity.most);
         };
         read("low", range.low);
         read("high", range.high);
-        for (size_t limit = 0; limit < limits; ++limit) {
-            read(limit_keys[limit], range.thresholds[limit]);
+        for (size_t index = 0; index < transceiver_thresholds; ++index) {
+            read(threshold_keys[index], range.thresholds[index]);
         }
         const auto check_order = [&](std::string_view lower, double low, std::string_view upper,
                                      double high) {
@@ -644,11 +645,11 @@ private:
             }
         };
         check_order("low", range.low, "high", range.high);
-        const Limit upwards[] = {low_alarm, low_warning, high_warning, high_alarm};
+        const ThresholdIndex upwards[] = {low_alarm, low_warning, high_warning, high_alarm};
         for (size_t i = 1; i < std::size(upwards); ++i) {
-            const Limit lower = upwards[i - 1];
-            const Limit upper = upwards[i];
-            check_order(limit_keys[lower], range.thresholds[lower], limit_keys[upper],
+            const ThresholdIndex lower = upwards[i - 1];
+            const ThresholdIndex upper = upwards[i];
+            check_order(threshold_keys[lower], range.thresholds[lower], threshold_keys[upper],
                         range.thresholds[upper]);
         }
         return range;
@@ -707,10 +708,10 @@ private:
         const double most = max_sensor_value / steps_per_unit(sensor);
         const double value = real(entry, "value", std::nullopt, -most, most);
         const toml::node* notify = entry.get("notify");
-        return {.severity = choice({entry}, "severity", "minor", severities).value,
-                .limit = Threshold(in_steps(sensor, value),
-                                   choice({entry}, "relation", ">=", relations).value),
-                .notifies = notify == nullptr || truth(*notify, "notify")};
+        const Relation relation = choice({entry}, "relation", ">=", relations).value;
+        return {Threshold(in_steps(sensor, value), relation),
+                choice({entry}, "severity", "minor", severities).value,
+                notify == nullptr || truth(*notify, "notify")};
     }
 
     const std::string& file_;
@@ -729,12 +730,12 @@ Chassis load_chassis(const std::string& file, Chassis::TimeSource now)
     return Reader(file, std::move(now)).read();
 }
 
-Assembly make_unit(const std::string& file, uint32_t place, const std::string& type)
+Assembly load_unit(const std::string& file, uint32_t place, const std::string& type)
 {
     return Reader(file).read_unit(place, type);
 }
 
-Transceiver make_transceiver(const std::string& file, const Entity& port, const std::string& type)
+Transceiver load_transceiver(const std::string& file, const Entity& port, const std::string& type)
 {
     return Reader(file).read_transceiver(port, type);
 }

@@ -19,9 +19,9 @@ Chassis load_chassis(const std::string& file, Chassis::TimeSource now = Clock::n
 
 /// Makes a unit of one of the file's types, switched off yet, that fits into a place by the index
 /// of the container. Throws ChassisFileError.
-Assembly make_unit(const std::string& file, uint32_t place, const std::string& type);
+Assembly load_unit(const std::string& file, uint32_t place, const std::string& type);
 
 /// Makes a transceiver of one of the file's types for a port. Throws ChassisFileError.
-Transceiver make_transceiver(const std::string& file, const Entity& port, const std::string& type);
+Transceiver load_transceiver(const std::string& file, const Entity& port, const std::string& type);
 
 } // namespace sim

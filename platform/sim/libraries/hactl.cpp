@@ -10,5 +10,5 @@ int32_t hactl_swover_reason_get()
 int32_t hactl_supstate_get()
 {
     const sim::Chassis* chassis = sim::chassis_in_place();
-    return chassis == nullptr ? sim::one_supervisor : chassis->supervisor_state();
+    return chassis == nullptr ? sim::one_supervisor : supervisor_state(*chassis);
 }

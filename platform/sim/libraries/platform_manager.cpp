@@ -5,6 +5,7 @@
 #include "libraries/fault.h"
 #include "libraries/result_code.h"
 #include "model/led.h"
+#include "model/ports.h"
 #include "model/terminals.h"
 #include "records/entity_record.h"
 #include "records/record_fields.h"
@@ -47,6 +48,19 @@ bool is_known(int32_t operation)
     return operation >= CHM_REQ_GET && operation <= CHM_REQ_SET;
 }
 
+/// What an operation asks for by its index, of those that are in a table; null for none.
+template <typename Thing>
+const Thing* find_in(const std::map<uint32_t, Thing>& things, int32_t operation, uint32_t index,
+                     auto is_in_table)
+{
+    auto found = things.find(index);
+    if (operation == CHM_REQ_GETNEXT) {
+        found = std::find_if(things.upper_bound(index), things.end(),
+                             [&](const auto& entry) { return is_in_table(entry.second); });
+    }
+    return found == things.end() || !is_in_table(found->second) ? nullptr : &found->second;
+}
+
 Answer read_entity(const Chassis& chassis, const Entity* entity)
 {
     if (entity == nullptr) {
@@ -59,10 +73,11 @@ Answer read_entity(const Chassis& chassis, const Entity* entity)
 /// that has come to where they start is sent there by a failure whose block names that index.
 Answer next_entity(const Chassis& chassis, uint32_t index)
 {
-    const Entity* next = chassis.next_after(index);
+    const Entity* next =
+        find_in(chassis.entities(), CHM_REQ_GETNEXT, index, [](const Entity&) { return true; });
     const bool passes_start = index < ENTITY_PORT_SFP_SENSOR_START &&
                               (next == nullptr || next->index > ENTITY_PORT_SFP_SENSOR_START);
-    if (passes_start && chassis.next_port_with_diagnostics(0) != nullptr) {
+    if (passes_start && next_port_with_diagnostics(chassis, 0) != nullptr) {
         const auto start = [] {
             ent_phys_entry row{};
             row.entPhysicalIndex = ENTITY_PORT_SFP_SENSOR_START;
@@ -187,19 +202,6 @@ Answer serve_scalar(Chassis& chassis, int32_t operation, std::span<const std::by
     }
     const auto* record = record_of<RecordOf<scalar>>(request);
     return record ? write(chassis, *record) : Answer{ResultCode::request_too_short};
-}
-
-/// What an operation asks for by its index, of those that are in a table; null for none.
-template <typename Thing>
-const Thing* find_in(const std::map<uint32_t, Thing>& things, int32_t operation, uint32_t index,
-                     auto is_in_table)
-{
-    auto found = things.find(index);
-    if (operation == CHM_REQ_GETNEXT) {
-        found = std::find_if(things.upper_bound(index), things.end(),
-                             [&](const auto& entry) { return is_in_table(entry.second); });
-    }
-    return found == things.end() || !is_in_table(found->second) ? nullptr : &found->second;
 }
 
 /// A row of the table of all units of some types.

@@ -3,6 +3,7 @@
 #include "libraries/malloc_copy.h"
 #include "libraries/platform_manager.h"
 #include "libraries/result_code.h"
+#include "model/ports.h"
 #include "records/transceiver_record.h"
 
 #include <array>
@@ -30,7 +31,7 @@ PortConfig encode_config(const Chassis& chassis, const Entity& port)
     const PortConfigStart start = {port.port.value().if_index, static_cast<uint32_t>(error)};
     PortConfig config{};
     std::memcpy(config.data(), &start, sizeof start);
-    config[PM_PORT_CONFIG_TRANSCEIVER] = std::byte{chassis.has_diagnostics(port)};
+    config[PM_PORT_CONFIG_TRANSCEIVER] = std::byte{has_diagnostics(chassis, port)};
     return config;
 }
 
@@ -74,7 +75,7 @@ template <typename Body>
 int32_t with_port(std::string_view request, uint32_t if_index, Body body)
 {
     return with_chassis(request, [&](Chassis& chassis, const HandOver& hand_over) {
-        const Entity* port = chassis.find_port(if_index);
+        const Entity* port = find_port(chassis, if_index);
         return port == nullptr ? ResultCode::no_such_entry : body(chassis, *port, hand_over);
     });
 }
@@ -107,7 +108,7 @@ int32_t pm_get_next_port_fcot_info_with_ddm(uint32_t /*queue*/, int32_t /*operat
     *response = nullptr;
     return sim::with_chassis(
         sim::next_port, [&](const Chassis& chassis, const HandOver& hand_over) {
-            const Entity* port = chassis.next_port_with_diagnostics(*if_index);
+            const Entity* port = next_port_with_diagnostics(chassis, *if_index);
             if (port == nullptr) {
                 return ResultCode::no_such_entry;
             }
@@ -123,7 +124,7 @@ int32_t pm_cmi_get_fcot_info(uint32_t /*queue*/, int32_t /*operation*/, uint32_t
     return sim::with_port(
         sim::transceiver_information, *if_index,
         [&](const Chassis& chassis, const Entity& port, const HandOver& hand_over) {
-            const sim::Transceiver* transceiver = chassis.transceiver_in_service(port);
+            const sim::Transceiver* transceiver = transceiver_in_service(chassis, port);
             if (transceiver == nullptr) {
                 return ResultCode::no_such_entry;
             }
@@ -139,7 +140,7 @@ int32_t pm_get_sfp_diag_info(uint32_t /*queue*/, uint32_t if_index, void** diag,
     *num_of_lanes = 0;
     return sim::with_port(sim::transceiver_diagnostics, if_index,
                           [&](Chassis& chassis, const Entity& port, const HandOver& hand_over) {
-                              if (chassis.transceiver_in_service(port) == nullptr) {
+                              if (transceiver_in_service(chassis, port) == nullptr) {
                                   return ResultCode::no_such_entry;
                               }
                               std::this_thread::sleep_for(chassis.settings().diagnostics_delay);

@@ -1,9 +1,9 @@
 #include "model/chassis.h"
 
+#include "model/power.h"
 #include "wire/physical_index.h"
 
 #include <algorithm>
-#include <numeric>
 
 namespace sim {
 namespace {
@@ -54,12 +54,6 @@ const Entity* Chassis::find(uint32_t index) const
     return found == entities_.end() ? nullptr : &found->second;
 }
 
-const Entity* Chassis::next_after(uint32_t index) const
-{
-    const auto found = entities_.upper_bound(index);
-    return found == entities_.end() ? nullptr : &found->second;
-}
-
 const Unit* Chassis::find_unit(uint32_t index) const
 {
     const auto found = units_.find(index);
@@ -99,57 +93,7 @@ SensorStatus Chassis::sensor_status(const Entity& sensor) const
 bool Chassis::is_beyond(const Entity& sensor, const SensorThreshold& threshold) const
 {
     return sensor_status(sensor) == SensorStatus::ok &&
-           threshold.limit.is_beyond(sensor.sensor.value().value);
-}
-
-const Unit* Chassis::active_supervisor() const
-{
-    const Unit* unit = find_unit(redundancy_.active);
-    return unit != nullptr && unit->status == EntityStatus::ok ? unit : nullptr;
-}
-
-const Unit* Chassis::standby_supervisor() const
-{
-    const auto found = std::ranges::find_if(units_, [&](const auto& entry) {
-        const Unit& unit = entry.second;
-        return is_supervisor(unit) && unit.status == EntityStatus::ok &&
-               unit.index != redundancy_.active;
-    });
-    return found == units_.end() ? nullptr : &found->second;
-}
-
-int32_t Chassis::supervisor_state() const
-{
-    const bool redundant = active_supervisor() != nullptr && standby_supervisor() != nullptr;
-    return redundancy_.state_by_hand.value_or(redundant ? supervisors_redundant : one_supervisor);
-}
-
-uint32_t Chassis::available_watts(RedundancyMode mode) const
-{
-    std::vector<uint32_t> outputs;
-    for (const auto& [index, unit] : units_) {
-        if (unit.type == UnitType::power_supply && unit.powered) {
-            outputs.push_back(unit.watts);
-        }
-    }
-    std::ranges::sort(outputs, std::ranges::greater());
-    size_t spare = 0;
-    if (mode == RedundancyMode::spare_supply) {
-        spare = std::min<size_t>(outputs.size(), 1);
-    } else if (mode == RedundancyMode::spare_half) {
-        spare = (outputs.size() + 1) / 2;
-    }
-    return std::accumulate(outputs.begin() + static_cast<ptrdiff_t>(spare), outputs.end(),
-                           uint32_t{0});
-}
-
-uint32_t Chassis::drawn_watts() const
-{
-    uint32_t watts = 0;
-    for (const auto& [index, unit] : units_) {
-        watts += unit.type == UnitType::power_supply ? 0 : watts_now(unit);
-    }
-    return watts;
+           threshold.is_beyond(sensor.sensor.value().value);
 }
 
 void Chassis::write(uint32_t index, std::span<const TextChange> changes)
@@ -207,10 +151,10 @@ void Chassis::set_redundancy_mode(RedundancyMode mode)
     if (mode == redundancy_mode_) {
         return;
     }
-    const uint32_t available = available_watts(mode);
-    if (available < drawn_watts()) {
+    const uint32_t available = available_watts(*this, mode);
+    if (available < drawn_watts(*this)) {
         throw Refusal("the mode would leave " + std::to_string(available) + " W of the " +
-                      std::to_string(drawn_watts()) + " W that are drawn");
+                      std::to_string(drawn_watts(*this)) + " W that are drawn");
     }
     redundancy_mode_ = mode;
 }
@@ -305,42 +249,6 @@ void Chassis::plug_unknown(uint32_t index)
     announce_change();
 }
 
-void Chassis::switch_over(int32_t reason)
-{
-    const Unit* standby = standby_supervisor();
-    if (standby == nullptr) {
-        throw Refusal("no supervisor is on standby");
-    }
-    put_in_charge(standby->index, reason);
-}
-
-void Chassis::act(RedundancyAction action)
-{
-    const uint32_t active = redundancy_.active;
-    const Unit* standby = standby_supervisor();
-    if (action != RedundancyAction::none && standby == nullptr) {
-        throw Refusal("no supervisor is on standby");
-    }
-    if (action == RedundancyAction::restart_standby) {
-        set_admin_status(standby->index, AdminStatus::restart);
-    } else if (action != RedundancyAction::none) {
-        switch_over(switchover_requested);
-    }
-    if (action == RedundancyAction::switch_over_and_restart && find_unit(active) != nullptr) {
-        set_admin_status(active, AdminStatus::restart);
-    }
-    redundancy_.last_action = action;
-}
-
-void Chassis::set_led(uint32_t entity, uint32_t led, std::optional<int32_t> value)
-{
-    if (value) {
-        leds_by_hand_[{entity, led}] = *value;
-    } else {
-        leds_by_hand_.erase({entity, led});
-    }
-}
-
 void Chassis::set_reading(uint32_t index, std::optional<double> value)
 {
     Sensor& sensor = sensor_of(index);
@@ -411,7 +319,7 @@ void Chassis::measure(Entity& entity)
     Sensor& sensor = *entity.sensor;
     if (sensor_status(entity) != SensorStatus::ok) {
         for (SensorThreshold& threshold : sensor.thresholds) {
-            threshold.limit.forget();
+            threshold.forget();
         }
         return;
     }
@@ -420,9 +328,9 @@ void Chassis::measure(Entity& entity)
     uint32_t number = 0;
     for (SensorThreshold& threshold : sensor.thresholds) {
         ++number;
-        if (threshold.limit.is_crossed_by(sensor.value) && threshold.notifies) {
+        if (threshold.is_crossed_by(sensor.value) && threshold.notifies) {
             tell({sensor_threshold_crossed, entity.index,
-                  Crossing{sensor.value, static_cast<int32_t>(threshold.limit.value()), number}});
+                  Crossing{sensor.value, static_cast<int32_t>(threshold.value()), number}});
         }
     }
 }
@@ -456,13 +364,6 @@ bool Chassis::has_failed_part(const Unit& unit) const
     });
 }
 
-void Chassis::refuse_for_active_supervisor(const Unit& unit) const
-{
-    if (active_supervisor() == &unit) {
-        throw Refusal(entities_.at(unit.index).name + " is the active supervisor");
-    }
-}
-
 /// The one place where a unit's status changes.
 void Chassis::change_status(Unit& unit, EntityStatus status, bool powered)
 {
@@ -481,26 +382,6 @@ void Chassis::change_status(Unit& unit, EntityStatus status, bool powered)
     settle_roles();
 }
 
-/// The supervisor in charge stays that until it is out of service and another one can take over.
-void Chassis::settle_roles()
-{
-    const Unit* standby = standby_supervisor();
-    if (active_supervisor() == nullptr && standby != nullptr) {
-        put_in_charge(standby->index, active_supervisor_failed);
-    }
-}
-
-void Chassis::put_in_charge(uint32_t supervisor, int32_t reason)
-{
-    const bool first = std::exchange(redundancy_.active, supervisor) == 0;
-    if (first) {
-        return;
-    }
-    ++redundancy_.switchovers;
-    redundancy_.last_reason = reason;
-    tell({supervisor_switchover});
-}
-
 void Chassis::tell_changes(const Unit& before, const Unit& unit)
 {
     if (unit.type == UnitType::power_supply) {
@@ -513,8 +394,7 @@ void Chassis::tell_changes(const Unit& before, const Unit& unit)
         tell({power_status_change, unit.index});
     }
     if (unit.status != before.status) {
-        tell({unit.type == UnitType::module ? module_status_change
-                                            : fan_tray_status_change,
+        tell({unit.type == UnitType::module ? module_status_change : fan_tray_status_change,
               unit.index});
     }
 }
@@ -539,7 +419,7 @@ void Chassis::settle(Unit& unit)
 void Chassis::start(Unit& unit)
 {
     if (unit.type == UnitType::module && !unit.powered) {
-        unit.ready_at = now_() + start_time_;
+        unit.ready_at = now_() + settings_.start_time;
         change_status(unit, EntityStatus::starting, true);
     }
     if (now_() >= unit.ready_at) {

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "model/entity.h"
+#include "model/power.h"
 #include "model/reading.h"
 #include "model/redundancy.h"
 #include "model/unit.h"
@@ -32,19 +33,15 @@ struct Place {
     std::optional<Assembly> pulled{}; ///< what was pulled from it and may be inserted again
 };
 
-/// How much of the power supplies' output is held back for the failure of some of them.
-enum class RedundancyMode : int32_t {
-    none = 1,
-    spare_supply = 2, ///< the output of one, the largest
-    spare_half = 3,   ///< the output of half of them, the larger ones, rounded up
-};
-
-/// What an operator sets for the switch as a whole, and what is only kept for him.
+/// What is set for the switch as a whole.
 struct SwitchSettings {
     int32_t max_default_in_line_power = 12500;
     bool status_notifications = true; ///< events of units are raised; see Chassis::observe()
     uint32_t type_code = 0;           ///< of the chassis, as the platform database tells it
     std::chrono::milliseconds diagnostics_delay{}; ///< that reading a transceiver takes
+    std::chrono::seconds start_time{3}; ///< that a module starts before it goes into service
+    /// What LEDs show that were set by hand, by entity and number of the LED.
+    std::map<std::pair<uint32_t, uint32_t>, int32_t> leds_by_hand{};
 };
 
 /// A change that the switch refuses, and why.
@@ -86,11 +83,6 @@ public:
     /// Adds a unit that was pulled from its place and may be inserted.
     void add_pulled(Assembly assembly);
 
-    /// How long a module starts before it goes into service.
-    void set_start_time(std::chrono::seconds time) { start_time_ = time; }
-
-    std::chrono::seconds start_time() const { return start_time_; }
-
     // How it is.
 
     /// Has `observer` called at every change: when it happened, but before a removed unit is gone.
@@ -98,6 +90,8 @@ public:
     void observe(Observer observer) { observers_.push_back(std::move(observer)); }
 
     const std::string& file() const { return file_; }
+
+    Clock::time_point now() const { return now_(); }
 
     /// All entities and all units in increasing order of index.
     const std::map<uint32_t, Entity>& entities() const { return entities_; }
@@ -108,9 +102,6 @@ public:
 
     /// The entity with an index, or null.
     const Entity* find(uint32_t index) const;
-
-    /// The entity with the least index above `index`, or null.
-    const Entity* next_after(uint32_t index) const;
 
     /// The unit with an index, or null.
     const Unit* find_unit(uint32_t index) const;
@@ -125,51 +116,9 @@ public:
     /// Whether a sensor's value, as it was last measured, is beyond one of its thresholds.
     bool is_beyond(const Entity& sensor, const SensorThreshold& threshold) const;
 
-    /// The supervisor in charge, or null while none is in service. It can be neither switched off
-    /// nor pulled.
-    const Unit* active_supervisor() const;
-
-    /// A supervisor in service that is not in charge, or null.
-    const Unit* standby_supervisor() const;
-
     const Redundancy& redundancy() const { return redundancy_; }
 
-    /// State code of the supervisors, unless it was set by hand.
-    int32_t supervisor_state() const;
-
-    /// What LEDs show that were set by hand, by entity and number of the LED.
-    const std::map<std::pair<uint32_t, uint32_t>, int32_t>& leds_by_hand() const
-    {
-        return leds_by_hand_;
-    }
-
-    /// Watts that the healthy power supplies deliver, without what the mode holds back.
-    uint32_t available_watts(RedundancyMode mode) const;
-
-    /// Watts that modules and fan trays draw.
-    uint32_t drawn_watts() const;
-
     RedundancyMode redundancy_mode() const { return redundancy_mode_; }
-
-    /// The port with an interface index, or null.
-    const Entity* find_port(uint32_t if_index) const;
-
-    /// The first port after an interface index, be there such a port or not, whose transceiver has
-    /// diagnostics that can be read; null after the last.
-    const Entity* next_port_with_diagnostics(uint32_t if_index) const;
-
-    /// The transceiver of a port whose module is in service, or null.
-    const Transceiver* transceiver_in_service(const Entity& port) const;
-
-    /// Whether the diagnostics of a port's transceiver can be read.
-    bool has_diagnostics(const Entity& port) const;
-
-    /// What the words of a transceiver's readings hold in this chassis.
-    WordFormat reading_format(const Transceiver& transceiver) const;
-
-    /// What a transceiver's last lane, the one that the sensor tables tell, measures at present, in
-    /// units of the raw word. @param quantity its place in `quantities`
-    double raw_reading(const Transceiver& transceiver, size_t quantity) const;
 
     /// When the inventory last changed; at first when the chassis was made.
     Clock::time_point last_change() const { return last_change_; }
@@ -216,9 +165,6 @@ public:
 
     /// Sets the supervisors' state code by hand, or lets it follow them again.
     void set_supervisor_state(std::optional<int32_t> state) { redundancy_.state_by_hand = state; }
-
-    /// Sets what a LED shows by hand, or lets it follow its unit again.
-    void set_led(uint32_t entity, uint32_t led, std::optional<int32_t> value);
 
     /// Plugs what was last unplugged from a port, or another transceiver, into its empty cage.
     void plug(uint32_t index, std::optional<Transceiver> other = std::nullopt);
@@ -270,10 +216,8 @@ private:
     std::map<uint32_t, Unit> units_;
     std::map<uint32_t, Place> places_;
     std::vector<Observer> observers_;
-    std::chrono::seconds start_time_{3};
     RedundancyMode redundancy_mode_ = RedundancyMode::none;
     Redundancy redundancy_;
-    std::map<std::pair<uint32_t, uint32_t>, int32_t> leds_by_hand_;
     SwitchSettings settings_;
     Clock::time_point last_change_ = now_();
 };

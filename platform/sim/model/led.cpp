@@ -43,10 +43,10 @@ uint32_t number_of_leds(const Unit& unit)
 
 led_entry entry(const Chassis& chassis, uint32_t entity, uint32_t led, LedColour colour)
 {
-    const auto by_hand = chassis.leds_by_hand().find({entity, led});
+    const auto& leds_by_hand = chassis.settings().leds_by_hand;
+    const auto by_hand = leds_by_hand.find({entity, led});
     return {entity, led,
-            by_hand == chassis.leds_by_hand().end() ? static_cast<int32_t>(colour)
-                                                    : by_hand->second};
+            by_hand == leds_by_hand.end() ? static_cast<int32_t>(colour) : by_hand->second};
 }
 
 led_entry unit_led(const Chassis& chassis, const Unit& unit, uint32_t led)
@@ -54,7 +54,7 @@ led_entry unit_led(const Chassis& chassis, const Unit& unit, uint32_t led)
     if (led == status_led) {
         return entry(chassis, unit.index, led, colour_of(unit.status));
     }
-    const bool in_charge = chassis.active_supervisor() == &unit;
+    const bool in_charge = active_supervisor(chassis) == &unit;
     return entry(chassis, unit.index, led, in_charge ? LedColour::green : LedColour::amber);
 }
 
@@ -87,6 +87,16 @@ std::optional<led_entry> led_after(const Chassis& chassis, uint32_t entity, uint
         return std::nullopt;
     }
     return unit_led(chassis, unit->second, status_led);
+}
+
+void set_led(Chassis& chassis, uint32_t entity, uint32_t led, std::optional<int32_t> value)
+{
+    auto& by_hand = chassis.settings().leds_by_hand;
+    if (value) {
+        by_hand[{entity, led}] = *value;
+    } else {
+        by_hand.erase({entity, led});
+    }
 }
 
 } // namespace sim

@@ -30,4 +30,7 @@ std::optional<led_entry> find_led(const Chassis& chassis, uint32_t entity, uint3
 /// The first LED after the one with these numbers, by entity, then by LED; nothing after the last.
 std::optional<led_entry> led_after(const Chassis& chassis, uint32_t entity, uint32_t led);
 
+/// Sets what a LED shows by hand, or lets it follow again what it sits on.
+void set_led(Chassis& chassis, uint32_t entity, uint32_t led, std::optional<int32_t> value);
+
 } // namespace sim

@@ -6,6 +6,9 @@
 
 namespace sim {
 
+class Chassis;
+struct Unit;
+
 /// What an operator asks of the supervisors.
 enum class RedundancyAction : int32_t {
     none = 0,
@@ -31,5 +34,15 @@ struct Redundancy {
     RedundancyAction last_action = RedundancyAction::none;
     std::optional<int32_t> state_by_hand{}; ///< takes the place of the state as it is
 };
+
+/// The supervisor in charge, or null while none is in service. It can be neither switched off nor
+/// pulled.
+const Unit* active_supervisor(const Chassis& chassis);
+
+/// A supervisor in service that is not in charge, or null.
+const Unit* standby_supervisor(const Chassis& chassis);
+
+/// State code of the supervisors, unless it was set by hand.
+int32_t supervisor_state(const Chassis& chassis);
 
 } // namespace sim

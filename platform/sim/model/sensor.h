@@ -78,10 +78,10 @@ inline constexpr SensorKind sensor_kinds[] = {
     {"fan-speed", "Fan speed", SensorType::rpm, "rpm", SensorScale::units, 5800, 6200},
 };
 
-struct SensorThreshold {
+/// A threshold in the steps in which the sensor's value is told.
+struct SensorThreshold : Threshold {
     Severity severity;
-    Threshold limit; ///< in the steps in which the sensor's value is told
-    bool notifies;   ///< a crossing raises an event
+    bool notifies; ///< a crossing raises an event
 };
 
 inline constexpr size_t max_thresholds = 4;     ///< of one sensor

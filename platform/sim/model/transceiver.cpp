@@ -26,19 +26,19 @@ constexpr uint32_t low_bit(size_t quantity)
 }
 
 void put_measurement(diag_info& lane, size_t number, const Measurement& measurement, double reading,
-                     WordFormat format, WordFormat limit_format)
+                     WordFormat format, WordFormat format_of_thresholds)
 {
     const Quantity& quantity = quantities[number];
     const double raw = raw_value(quantity, reading, format);
     lane.*quantity.word = word_of(raw, format);
-    const auto flag = [&](Limit limit, uint32_t bit) {
-        return measurement.thresholds[limit].is_beyond(raw) ? bit : 0;
+    const auto flag = [&](ThresholdIndex index, uint32_t bit) {
+        return measurement.thresholds[index].is_beyond(raw) ? bit : 0;
     };
     lane.alarm_flags |= flag(high_alarm, high_bit(number)) | flag(low_alarm, low_bit(number));
     lane.warn_flags |= flag(high_warning, high_bit(number)) | flag(low_warning, low_bit(number));
-    for (size_t limit = 0; limit < limits; ++limit) {
-        lane.*quantity.limit_words[limit] =
-            word_of(measurement.thresholds[limit].value(), limit_format);
+    for (size_t index = 0; index < transceiver_thresholds; ++index) {
+        lane.*quantity.threshold_words[index] =
+            word_of(measurement.thresholds[index].value(), format_of_thresholds);
     }
 }
 
@@ -102,8 +102,8 @@ void forget_thresholds(Transceiver& transceiver)
 Measurement make_measurement(const Quantity& quantity, const ReadingRange& range, WordFormat format,
                              uint32_t seed)
 {
-    const auto threshold = [&](Limit limit, Relation relation) {
-        return Threshold(raw_value(quantity, range.thresholds[limit], format), relation);
+    const auto threshold = [&](ThresholdIndex index, Relation relation) {
+        return Threshold(raw_value(quantity, range.thresholds[index], format), relation);
     };
     return {Reading(range.low, range.high, seed),
             {threshold(high_alarm, Relation::greater_than),

@@ -32,15 +32,21 @@ inline constexpr Named<Diagnostics> diagnostics_kinds[] = {{"internal", Diagnost
 enum class WordFormat { integer, real };
 
 /// The thresholds of a reading in the order of their indexes, which count from 1.
-enum Limit : size_t { high_alarm, high_warning, low_alarm, low_warning, limits };
-inline constexpr std::string_view limit_keys[limits] = {"high-alarm", "high-warning", "low-alarm",
-                                                        "low-warning"};
+enum ThresholdIndex : size_t {
+    high_alarm,
+    high_warning,
+    low_alarm,
+    low_warning,
+    transceiver_thresholds
+};
+inline constexpr std::string_view threshold_keys[transceiver_thresholds] = {
+    "high-alarm", "high-warning", "low-alarm", "low-warning"};
 
 /// Bounds between which a reading moves, and its thresholds.
 struct ReadingRange {
     double low = 0;
     double high = 0;
-    std::array<double, limits> thresholds{};
+    std::array<double, transceiver_thresholds> thresholds{};
 };
 
 /// One of the five things that a transceiver measures.
@@ -57,13 +63,14 @@ struct Quantity {
     double lane_step; ///< by which a lane reads more than the one after it
     ReadingRange usual;
     uint32_t diag_info::*word;
-    std::array<uint32_t diag_info::*, limits> limit_words;
+    std::array<uint32_t diag_info::*, transceiver_thresholds> threshold_words;
 };
 
 /// Transmitted and received power differ in where they stand and in what is usual.
-constexpr Quantity optical_power(std::string_view key, port_sfp_sens_type sensor_code,
-                                 ReadingRange usual, uint32_t diag_info::*word,
-                                 std::array<uint32_t diag_info::*, limits> limit_words)
+constexpr Quantity
+optical_power(std::string_view key, port_sfp_sens_type sensor_code, ReadingRange usual,
+              uint32_t diag_info::*word,
+              std::array<uint32_t diag_info::*, transceiver_thresholds> threshold_words)
 {
     return {.key = key,
             .unit = "dBm",
@@ -77,7 +84,7 @@ constexpr Quantity optical_power(std::string_view key, port_sfp_sens_type sensor
             .lane_step = 0.1,
             .usual = usual,
             .word = word,
-            .limit_words = limit_words};
+            .threshold_words = threshold_words};
 }
 
 /// In the order of the condition bits in a lane's alarm and warning flags.
@@ -94,8 +101,8 @@ inline constexpr std::array<Quantity, 5> quantities = {{
      .lane_step = 0.1,
      .usual = {.low = 32, .high = 40, .thresholds = {75, 70, -5, 0}},
      .word = &diag_info::temp,
-     .limit_words = {&diag_info::temp_hi_alarm, &diag_info::temp_hi_warn, &diag_info::temp_lo_alarm,
-                     &diag_info::temp_lo_warn}},
+     .threshold_words = {&diag_info::temp_hi_alarm, &diag_info::temp_hi_warn,
+                         &diag_info::temp_lo_alarm, &diag_info::temp_lo_warn}},
     {.key = "voltage",
      .unit = "V",
      .sensor_code = SFP_VOLTAGE,
@@ -108,8 +115,8 @@ inline constexpr std::array<Quantity, 5> quantities = {{
      .lane_step = 0.002,
      .usual = {.low = 3.27, .high = 3.32, .thresholds = {3.63, 3.465, 2.97, 3.135}},
      .word = &diag_info::volt,
-     .limit_words = {&diag_info::volt_hi_alarm, &diag_info::volt_hi_warn, &diag_info::volt_lo_alarm,
-                     &diag_info::volt_lo_warn}},
+     .threshold_words = {&diag_info::volt_hi_alarm, &diag_info::volt_hi_warn,
+                         &diag_info::volt_lo_alarm, &diag_info::volt_lo_warn}},
     {.key = "bias-current",
      .unit = "mA",
      .sensor_code = SFP_CURRENT,
@@ -122,8 +129,8 @@ inline constexpr std::array<Quantity, 5> quantities = {{
      .lane_step = 1,
      .usual = {.low = 30, .high = 38, .thresholds = {75, 70, 5, 10}},
      .word = &diag_info::current,
-     .limit_words = {&diag_info::current_hi_alarm, &diag_info::current_hi_warn,
-                     &diag_info::current_lo_alarm, &diag_info::current_lo_warn}},
+     .threshold_words = {&diag_info::current_hi_alarm, &diag_info::current_hi_warn,
+                         &diag_info::current_lo_alarm, &diag_info::current_lo_warn}},
     optical_power("transmit-power", SFP_TX_POWER,
                   {.low = -2.6, .high = -2.2, .thresholds = {2, 1, -8, -7}}, &diag_info::tx_pwr,
                   {&diag_info::tx_pwr_hi_alarm, &diag_info::tx_pwr_hi_warn,
@@ -141,7 +148,7 @@ inline constexpr std::string_view no_light_key = "none";
 /// A reading in its unit for people, and its thresholds in units of the raw word.
 struct Measurement {
     Reading reading;
-    std::array<Threshold, limits> thresholds;
+    std::array<Threshold, transceiver_thresholds> thresholds;
     ReadingRange range{}; ///< from which both were made
 };
 

@@ -25,8 +25,8 @@ ent_sensor_thresh_rec encode_threshold(const Chassis& chassis, const Entity& ent
     return {.entPhysicalIndex = entity.index,
             .sensor_thrsh = number,
             .entSensorThresholdSeverity = static_cast<int32_t>(threshold.severity),
-            .entSensorThresholdRelation = static_cast<int32_t>(threshold.limit.relation()),
-            .entSensorThresholdValue = static_cast<int32_t>(threshold.limit.value()),
+            .entSensorThresholdRelation = static_cast<int32_t>(threshold.relation()),
+            .entSensorThresholdValue = static_cast<int32_t>(threshold.value()),
             .entSensorThresholdEvaluation = truth_value(chassis.is_beyond(entity, threshold)),
             .entSensorThresholdNotificationEnable = truth_value(threshold.notifies)};
 }

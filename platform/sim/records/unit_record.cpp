@@ -70,15 +70,15 @@ power_supply_group_record encode_power_supply_group(const Chassis& chassis)
     const auto bays = std::ranges::count_if(chassis.places(), [](const auto& entry) {
         return entry.second.type == UnitType::power_supply;
     });
-    const uint32_t watts = chassis.available_watts(RedundancyMode::none);
+    const uint32_t watts = available_watts(chassis, RedundancyMode::none);
 
     power_supply_group_record record{};
     record.index = 1;
     record.redundancy_mode = static_cast<int32_t>(chassis.redundancy_mode());
     put_text(record.text, std::to_string(supplies) + " power supplies of " + std::to_string(bays) +
                               " bays, " + std::to_string(watts) + " W");
-    record.column_3 = static_cast<int32_t>(chassis.available_watts(chassis.redundancy_mode()));
-    record.column_4 = static_cast<int32_t>(chassis.drawn_watts());
+    record.column_3 = static_cast<int32_t>(available_watts(chassis, chassis.redundancy_mode()));
+    record.column_4 = static_cast<int32_t>(drawn_watts(chassis));
     return record;
 }
 
@@ -91,9 +91,9 @@ rf_status_record encode_redundancy(const Chassis& chassis)
         return static_cast<int32_t>(unit == nullptr ? EntityStatus::unknown : unit->status);
     };
     const Redundancy& redundancy = chassis.redundancy();
-    const Unit* active = chassis.active_supervisor();
-    const Unit* standby = chassis.standby_supervisor();
-    return {.status_6 = chassis.supervisor_state(),
+    const Unit* active = active_supervisor(chassis);
+    const Unit* standby = standby_supervisor(chassis);
+    return {.status_6 = supervisor_state(chassis),
             .status_1 = slot(active),
             .status_3 = slot(standby),
             .status_2 = status(active),

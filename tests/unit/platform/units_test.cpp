@@ -1,6 +1,7 @@
 // What is written to the switch, what is done to it and what time does, with the events that tell
 // of it.
 
+#include "model/led.h"
 #include "model/terminals.h"
 #include "switch_test.h"
 
@@ -217,7 +218,7 @@ TEST_F(Units, HaveLedsThatShowHowTheyAre)
     EXPECT_EQ(leds(), "22222322222");
     outcome("fail 1002");
     sim::chassis_in_place()->switch_over(0);
-    sim::chassis_in_place()->set_led(2001, 1, 5);
+    set_led(*sim::chassis_in_place(), 2001, 1, 5);
     EXPECT_EQ(leds(), "42342225222");
     outcome("write 1029 1006 4 2");
     sim::chassis_in_place()->set_failed(1002, false);

@@ -1,11 +1,10 @@
-// The ports of a chassis and the transceivers in them.
+#include "model/ports.h"
 
 #include "if_index.h"
-#include "model/chassis.h"
 
 namespace sim {
 
-const Entity* Chassis::find_port(uint32_t if_index) const
+const Entity* find_port(const Chassis& chassis, uint32_t if_index)
 {
     uint8_t slot = 0;
     uint8_t number = 0;
@@ -13,46 +12,50 @@ const Entity* Chassis::find_port(uint32_t if_index) const
         return nullptr;
     }
     // The codec numbers slots and ports from 0.
-    const Entity* entity = find(port_index(slot + 1U, number + 1U));
+    const Entity* entity = chassis.find(port_index(slot + 1U, number + 1U));
     return entity != nullptr && entity->port ? entity : nullptr;
 }
 
-const Entity* Chassis::next_port_with_diagnostics(uint32_t if_index) const
+const Transceiver* transceiver_in_service(const Chassis& chassis, const Entity& port)
 {
-    const Entity* known = find_port(if_index);
-    for (auto entry = entities_.upper_bound(known == nullptr ? port_index(0, 0) : known->index);
-         entry != entities_.end(); ++entry) {
+    const bool there =
+        port.port && port.port->transceiver && chassis.status(port) == EntityStatus::ok;
+    return there ? &*port.port->transceiver : nullptr;
+}
+
+bool has_diagnostics(const Chassis& chassis, const Entity& port)
+{
+    const Transceiver* transceiver = transceiver_in_service(chassis, port);
+    return transceiver != nullptr && transceiver->diagnostics != Diagnostics::none;
+}
+
+const Entity* next_port_with_diagnostics(const Chassis& chassis, uint32_t if_index)
+{
+    const auto& entities = chassis.entities();
+    const Entity* known = find_port(chassis, if_index);
+    const uint32_t start = known == nullptr ? port_index(0, 0) : known->index;
+    for (auto entry = entities.upper_bound(start); entry != entities.end(); ++entry) {
         const Entity& entity = entry->second;
-        if (entity.port && entity.port->if_index > if_index && has_diagnostics(entity)) {
+        if (entity.port && entity.port->if_index > if_index && has_diagnostics(chassis, entity)) {
             return &entity;
         }
     }
     return nullptr;
 }
 
-const Transceiver* Chassis::transceiver_in_service(const Entity& port) const
+WordFormat reading_format(const Chassis& chassis, const Transceiver& transceiver)
 {
-    const bool there = port.port && port.port->transceiver && status(port) == EntityStatus::ok;
-    return there ? &*port.port->transceiver : nullptr;
+    return has_integer_readings(chassis.settings().type_code) ? WordFormat::integer
+                                                              : threshold_format(transceiver);
 }
 
-bool Chassis::has_diagnostics(const Entity& port) const
+double raw_reading(const Chassis& chassis, const Transceiver& transceiver, size_t quantity)
 {
-    const Transceiver* transceiver = transceiver_in_service(port);
-    return transceiver != nullptr && transceiver->diagnostics != Diagnostics::none;
+    const double reading = transceiver.measurements.at(quantity).reading.at(chassis.now());
+    return raw_value(quantities.at(quantity), reading, reading_format(chassis, transceiver));
 }
 
-WordFormat Chassis::reading_format(const Transceiver& transceiver) const
-{
-    return has_integer_readings(settings_.type_code) ? WordFormat::integer
-                                                     : threshold_format(transceiver);
-}
-
-double Chassis::raw_reading(const Transceiver& transceiver, size_t quantity) const
-{
-    const double reading = transceiver.measurements.at(quantity).reading.at(now_());
-    return raw_value(quantities.at(quantity), reading, reading_format(transceiver));
-}
+// What the chassis does with its ports.
 
 void Chassis::plug(uint32_t index, std::optional<Transceiver> other)
 {
@@ -106,7 +109,7 @@ std::vector<diag_info> Chassis::read_diagnostics(uint32_t index)
 {
     Port& port = port_at(index);
     ++port.diagnostics_reads;
-    return read_lanes(port.transceiver.value(), now_(), reading_format(*port.transceiver));
+    return read_lanes(port.transceiver.value(), now_(), reading_format(*this, *port.transceiver));
 }
 
 Port& Chassis::port_at(uint32_t index)
@@ -121,18 +124,17 @@ Port& Chassis::port_at(uint32_t index)
 void Chassis::measure_transceiver(Entity& port)
 {
     Transceiver& transceiver = *port.port->transceiver;
-    if (!has_diagnostics(port)) {
+    if (!has_diagnostics(*this, port)) {
         forget_thresholds(transceiver);
         return;
     }
     for (size_t i = 0; i < quantities.size(); ++i) {
-        const double raw = raw_reading(transceiver, i);
+        const double raw = raw_reading(*this, transceiver, i);
         uint32_t number = 0;
         for (Threshold& threshold : transceiver.measurements[i].thresholds) {
             ++number;
             if (threshold.is_crossed_by(raw)) {
-                tell({sensor_threshold_crossed,
-                      sensor_index(port.port->if_index, quantities[i]),
+                tell({sensor_threshold_crossed, sensor_index(port.port->if_index, quantities[i]),
                       Crossing{served_value(quantities[i], raw),
                                served_value(quantities[i], threshold.value()), number}});
             }

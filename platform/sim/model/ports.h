@@ -1,0 +1,31 @@
+/// The ports of a chassis and the transceivers in them.
+#pragma once
+
+#include "model/chassis.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace sim {
+
+/// The port with an interface index, or null.
+const Entity* find_port(const Chassis& chassis, uint32_t if_index);
+
+/// The transceiver of a port whose module is in service, or null.
+const Transceiver* transceiver_in_service(const Chassis& chassis, const Entity& port);
+
+/// Whether the diagnostics of a port's transceiver can be read.
+bool has_diagnostics(const Chassis& chassis, const Entity& port);
+
+/// The first port after an interface index, be there such a port or not, whose transceiver has
+/// diagnostics that can be read; null after the last.
+const Entity* next_port_with_diagnostics(const Chassis& chassis, uint32_t if_index);
+
+/// What the words of a transceiver's readings hold in a chassis.
+WordFormat reading_format(const Chassis& chassis, const Transceiver& transceiver);
+
+/// What a transceiver's last lane, the one that the sensor tables tell, measures at present, in
+/// units of the raw word. @param quantity its place in `quantities`
+double raw_reading(const Chassis& chassis, const Transceiver& transceiver, size_t quantity);
+
+} // namespace sim

@@ -1,0 +1,23 @@
+/// The power of the switch: what the supplies deliver and the other units draw.
+#pragma once
+
+#include <cstdint>
+
+namespace sim {
+
+class Chassis;
+
+/// How much of the power supplies' output is held back for the failure of some of them.
+enum class RedundancyMode : int32_t {
+    none = 1,
+    spare_supply = 2, ///< the output of one, the largest
+    spare_half = 3,   ///< the output of half of them, the larger ones, rounded up
+};
+
+/// Watts that the healthy power supplies deliver, without what the mode holds back.
+uint32_t available_watts(const Chassis& chassis, RedundancyMode mode);
+
+/// Watts that modules and fan trays draw.
+uint32_t drawn_watts(const Chassis& chassis);
+
+} // namespace sim
