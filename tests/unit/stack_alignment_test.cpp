@@ -27,6 +27,7 @@ class StackAlignment : public WholeSwitchTest, public testing::WithParamInterfac
 
 TEST_P(StackAlignment, MayBeThatOfOldAgents)
 {
+    platform.ports = {{port_at(1, 2), port_with_diagnostics({{16, 3300000}})}};
     int values = 0;
     int bindings = 0;
     quietly([&] {
@@ -47,7 +48,7 @@ TEST_P(StackAlignment, MayBeThatOfOldAgents)
                 }
                 if (write_method) {
                     long value = 2;
-                    call_with_stack_off(GetParam(), reinterpret_cast<void*>(write_method), ACTION,
+                    call_with_stack_off(GetParam(), reinterpret_cast<void*>(write_method), 2,
                                         &value, ASN_INTEGER, sizeof value, nullptr, name, length);
                 }
             }
