@@ -1,4 +1,4 @@
-/// The ranges of entPhysicalIndex that the tables tell apart, and the indexes of the transceivers'
+/// The ranges of entPhysicalIndex that the tables distinguish, and the indexes of the transceivers'
 /// sensors.
 #pragma once
 

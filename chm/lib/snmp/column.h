@@ -117,7 +117,7 @@ struct Column {
     WriteMethod* write_method = nullptr;
 };
 
-/// The columns that a read callback serves, and the one of a variable: null for none.
+/// The column of a variable, null for none.
 template <typename Row, size_t Count>
 const Column<Row>* column_of(const Column<Row> (&columns)[Count], const variable* vp)
 {

@@ -3,6 +3,8 @@
 #include "if_index.h"
 #include "trace.h"
 
+#include <cstring>
+
 namespace {
 
 constexpr size_t cached_slots = 18;
@@ -20,11 +22,7 @@ bool has_place(uint8_t slot, uint8_t port)
 
 void ent_cache_init()
 {
-    for (auto& slot : sfp_cache) {
-        for (sfp_cache_entry& entry : slot) {
-            entry = {};
-        }
-    }
+    memset(sfp_cache, 0, sizeof sfp_cache);
     uncached = {};
 }
 

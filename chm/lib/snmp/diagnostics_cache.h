@@ -8,7 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// What is kept is in host order, laid out as the rows that are made of it. What nobody writes is 0.
+// What is kept is in host order, laid out as the rows that are made of it. Words that no
+// conversion writes are 0.
 
 struct cached_threshold {
     uint32_t reserved_0;

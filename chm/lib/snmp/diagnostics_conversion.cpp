@@ -106,9 +106,6 @@ Condition condition_of(const LaneSensor& sensor, const diag_info& lane)
     return {none, below};
 }
 
-/// A value for each threshold of each sensor.
-using Thresholds = float[CACHE_SENSORS][SENSOR_THRESHOLDS];
-
 float threshold_reading(const LaneSensor& sensor, uint32_t word, uint32_t calib_type)
 {
     switch (calib_type) {
@@ -135,41 +132,36 @@ float converted_threshold(const LaneSensor& sensor, float reading)
     }
 }
 
-/// Does something for each threshold of each sensor.
-void for_thresholds(Thresholds& thresholds, auto action)
-{
-    for (uint32_t s = 0; s < CACHE_SENSORS; ++s) {
-        for (uint32_t t = 0; t < SENSOR_THRESHOLDS; ++t) {
-            action(lane_sensors[s], t, thresholds[s][t]);
-        }
-    }
-}
+enum { HIGH_ALARM, HIGH_WARNING, LOW_ALARM, LOW_WARNING };
 
-void store_thresholds(const diag_info& lane, const Thresholds& converted, sfp_cache_entry& entry)
+/// A value for each threshold of each sensor.
+using Thresholds = float[CACHE_SENSORS][SENSOR_THRESHOLDS];
+
+/// The five that both traces show.
+#define TRACED_THRESHOLDS(of)                                                                      \
+    of[CACHE_TX_POWER][HIGH_ALARM], of[CACHE_TX_POWER][LOW_ALARM], of[CACHE_RX_POWER][LOW_ALARM],  \
+        of[CACHE_VOLTAGE][HIGH_ALARM], of[CACHE_VOLTAGE][LOW_WARNING]
+
+void convert_all_thresholds(const char* function, const diag_info& lane, sfp_cache_entry& entry)
 {
+    Thresholds readings;
+    Thresholds converted;
     for (uint32_t s = 0; s < CACHE_SENSORS; ++s) {
         const LaneSensor& sensor = lane_sensors[s];
         const Condition condition = condition_of(sensor, lane);
         for (uint32_t t = 0; t < SENSOR_THRESHOLDS; ++t) {
+            float& value = converted[s][t];
+            readings[s][t] = threshold_reading(sensor, lane.*sensor.thresholds[t], lane.calib_type);
+            value = converted_threshold(sensor, readings[s][t]);
             cached_threshold& threshold = entry.thresholds[s][t];
             threshold.severity = condition.severity;
             threshold.relation = condition.relation;
-            threshold.value = sensor.quantity == Quantity::power ? thousandths(converted[s][t])
-                                                                 : truncated(converted[s][t]);
+            threshold.value =
+                sensor.quantity == Quantity::power ? thousandths(value) : truncated(value);
             threshold.evaluation = 0;
             threshold.notification_enable = 1;
         }
     }
-}
-
-enum { HIGH_ALARM, HIGH_WARNING, LOW_ALARM, LOW_WARNING };
-
-void convert_all_thresholds(const char* function, const diag_info& lane, sfp_cache_entry& entry)
-{
-    Thresholds thresholds;
-    for_thresholds(thresholds, [&](const LaneSensor& sensor, uint32_t t, float& threshold) {
-        threshold = threshold_reading(sensor, lane.*sensor.thresholds[t], lane.calib_type);
-    });
     if (lane.calib_type == INTERNAL_CALIBRATION || lane.calib_type == EXTERNAL_CALIBRATION) {
         CHM_TRACE("%s: diag_info->temp_hi_alarm = %d, diag_info->current_hi_warn = %d, "
                   "diag_info->volt_lo_warn = %d, diag_info->tx_pwr_hi_warn = %d, "
@@ -177,49 +169,31 @@ void convert_all_thresholds(const char* function, const diag_info& lane, sfp_cac
                   function, lane.temp_hi_alarm, lane.current_hi_warn, lane.volt_lo_warn,
                   lane.tx_pwr_hi_warn, lane.rx_pwr_hi_alarm);
     }
-    const float& tx_high_alarm = thresholds[CACHE_TX_POWER][HIGH_ALARM];
-    const float& tx_low_alarm = thresholds[CACHE_TX_POWER][LOW_ALARM];
-    const float& rx_low_alarm = thresholds[CACHE_RX_POWER][LOW_ALARM];
-    const float& volt_high_alarm = thresholds[CACHE_VOLTAGE][HIGH_ALARM];
-    const float& volt_low_warning = thresholds[CACHE_VOLTAGE][LOW_WARNING];
     CHM_TRACE("%s: fTxPwrHiAlarm = %15.5f, fTxPwrLoAlarm = %15.5f, fRxPwrLoAlarm = %15.5f, "
               "fVoltHiAlarm = %15.5f, fVoltLoWarn = %15.5f\n",
-              function, tx_high_alarm, tx_low_alarm, rx_low_alarm, volt_high_alarm,
-              volt_low_warning);
-    for_thresholds(thresholds, [](const LaneSensor& sensor, uint32_t, float& threshold) {
-        threshold = converted_threshold(sensor, threshold);
-    });
+              function, TRACED_THRESHOLDS(readings));
     CHM_TRACE("%s: fTxPwrHiAlarm = %5.5f, fTxPwrLoAlarm = %5.5f, fRxPwrLoAlarm = %5.5f, "
               "fVoltHiAlarm = %5.5f, fVoltLoWarn = %5.5f\n",
-              function, tx_high_alarm, tx_low_alarm, rx_low_alarm, volt_high_alarm,
-              volt_low_warning);
-    store_thresholds(lane, thresholds, entry);
+              function, TRACED_THRESHOLDS(converted));
 }
 
 /// What a reading is before its conversion.
-/// @param integers an externally calibrated reading is an integer all the same
-double reading_of(Quantity quantity, uint32_t word, bool internally_calibrated, bool integers)
+/// @param internal calibrated internally
+/// @param integers read as an integer even when calibrated externally
+double reading_of(Quantity quantity, uint32_t word, bool internal, bool integers)
 {
-    if (!internally_calibrated && !integers) {
+    if (!internal && !integers) {
         return static_cast<double>(single_precision(word));
     }
-    switch (quantity) {
-    case Quantity::temperature:
+    if (quantity == Quantity::temperature || (quantity == Quantity::current && internal)) {
         return static_cast<int32_t>(word);
-    case Quantity::power:
-        return word;
-    case Quantity::current:
-        if (internally_calibrated) {
-            return static_cast<int32_t>(word); // goes on as it is, whatever its sign bit says
-        }
-        [[fallthrough]];
-    default:
-        return internally_calibrated ? word : static_cast<double>(static_cast<float>(word));
     }
+    return internal || quantity == Quantity::power ? word
+                                                   : static_cast<double>(static_cast<float>(word));
 }
 
-/// Here the voltage's quotient keeps its double precision, as a threshold's does not: that is
-/// rounded to single precision, in which it is traced.
+/// The quotient stays in double precision; a threshold's is rounded to single, the precision that
+/// it is traced in.
 int32_t converted(Quantity quantity, double reading)
 {
     switch (quantity) {

@@ -48,7 +48,7 @@ enum entity_mib_object : u_char {
 
 constexpr const char* row_lookup_name = "header_entPhysicalTable";
 
-inline void trace_index(int line, uint32_t index)
+void trace_index(uint32_t index, int line = __builtin_LINE())
 {
     CHM_TRACE("%s/%d: entPhyIndex = %d ", row_lookup_name, line, index);
 }
@@ -57,36 +57,23 @@ inline void trace_index(int line, uint32_t index)
 /// the platform answers there replaces the row and names the instance even when it fails.
 RowFound find_sensor(chm_req_operation operation, ent_phys_entry& row)
 {
-    trace_index(__LINE__, row.entPhysicalIndex);
+    trace_index(row.entPhysicalIndex);
     const int32_t result = entPhysicalTable_trans_sensor(operation, &row);
     CHM_TRACE("%s/%d: entPhyIndex = %d ret_code %d", row_lookup_name, __LINE__,
               row.entPhysicalIndex.value(), result);
     if (result == 0) {
         return {0, true};
     }
-    trace_index(__LINE__, row.entPhysicalIndex);
+    trace_index(row.entPhysicalIndex);
     row.entPhysicalIndex = PLATFORM_ROWS_RESUME;
     const Reply reply =
         exchange(physical_table, operation, row, Requester::snmp_request, TakeResponse::always);
     return {reply.result, true};
 }
 
-/// The platform answered with an index inside the transceiver range: the sensor there, or the next
-/// one, takes the place of its row.
-int32_t cross_to_sensor(chm_req_operation operation, ent_phys_entry& row)
-{
-    trace_index(__LINE__, row.entPhysicalIndex);
-    const int32_t result = entPhysicalTable_trans_sensor(operation, &row);
-    CHM_TRACE("%s:%d, call transceiver mib msg_type:%d, entPhysicalIndex:%d,ret_code:%d\n",
-              row_lookup_name, __LINE__, operation, row.entPhysicalIndex.value(), result);
-    if (result == 0) {
-        trace_index(__LINE__, row.entPhysicalIndex);
-    }
-    return result;
-}
-
-/// A request for a row of the platform. A failure that comes with an index inside the transceiver
-/// range is how the platform leads a walk over to the sensors.
+/// A request for a row of the platform. An answer with an index inside the transceiver range, be it
+/// a failure, is how the platform leads a walk over to the sensors: the one there, or the next one,
+/// takes the place of its row.
 RowFound find_platform_row(chm_req_operation operation, ent_phys_entry& row)
 {
     const uint32_t requested = row.entPhysicalIndex;
@@ -94,31 +81,29 @@ RowFound find_platform_row(chm_req_operation operation, ent_phys_entry& row)
     if (!reply.answered) {
         return {reply.result, false};
     }
-    if (!reply.succeeded()) {
+    if (reply.succeeded()) {
+        trace_index(requested);
+    } else {
         reply.take_into(row.entPhysicalIndex);
         CHM_TRACE("%s/%d: ret_entry->entPhysicalIndex = %d ", row_lookup_name, __LINE__,
                   std::bit_cast<uint32_t>(row.entPhysicalIndex)); // as it came
-        if (!is_transceiver_sensor(row.entPhysicalIndex)) {
-            return {reply.result, false};
-        }
-        const int32_t result = cross_to_sensor(operation, row);
-        return {result, result == 0};
+    }
+    if (!is_transceiver_sensor(row.entPhysicalIndex)) {
+        return {reply.result, reply.succeeded()};
     }
 
-    trace_index(__LINE__, requested);
-    if (!is_transceiver_sensor(row.entPhysicalIndex)) {
-        return {0, true};
-    }
-    const int32_t result = cross_to_sensor(operation, row);
+    trace_index(row.entPhysicalIndex);
+    const int32_t result = entPhysicalTable_trans_sensor(operation, &row);
+    CHM_TRACE("%s:%d, call transceiver mib msg_type:%d, entPhysicalIndex:%d,ret_code:%d\n",
+              row_lookup_name, __LINE__, operation, row.entPhysicalIndex.value(), result);
     if (result == 0) {
-        return {0, true};
+        trace_index(row.entPhysicalIndex);
+    } else if (reply.succeeded() && operation == CHM_REQ_GETNEXT) {
+        CHM_TRACE("%s/%d: entPhyIndex = %d, ret_code: %d\n", row_lookup_name, __LINE__,
+                  row.entPhysicalIndex.value(), result);
+        return {0, true}; // no sensor from there on: the platform's row as received
     }
-    if (operation == CHM_REQ_GET) {
-        return {result, false};
-    }
-    CHM_TRACE("%s/%d: entPhyIndex = %d, ret_code: %d\n", row_lookup_name, __LINE__,
-              row.entPhysicalIndex.value(), result);
-    return {0, true}; // no sensor from there on: the platform's row as received
+    return {result, result == 0};
 }
 
 /// Row lookup of entPhysicalTable: the index says whether the row is the platform's or a sensor's.
@@ -131,7 +116,7 @@ int32_t header_entPhysicalTable(const oid* vp_name, size_t vp_name_length, oid* 
                                                   ? find_sensor(operation, asked)
                                                   : find_platform_row(operation, asked);
                        if (found.names_row) {
-                           trace_index(__LINE__, asked.entPhysicalIndex);
+                           trace_index(asked.entPhysicalIndex);
                        }
                        return found;
                    });
@@ -253,10 +238,10 @@ int set_entPhysicalSerialNum(int, u_char*, u_char, size_t, u_char*, oid*, size_t
 
 CHM_ENTRY_POINT void init_entity_mib()
 {
-    init_module(entity_mib, __func__, __FILE__, __LINE__);
+    init_module(entity_mib);
 }
 
 CHM_ENTRY_POINT void deinit_entity_mib()
 {
-    deinit_module(entity_mib, __func__);
+    deinit_module(entity_mib);
 }

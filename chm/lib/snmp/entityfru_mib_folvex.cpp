@@ -231,13 +231,14 @@ constexpr int32_t healthy = 2;
 enum class WalkEnd { no_rows, all_healthy, fault };
 
 /// Walks a table of the platform up to its end or to the first unit that is not healthy. The rows
-/// may come in any order; a walk that comes back to one of them goes round, and ends there.
+/// may come in any order. A table whose walk goes round ends, too: a milestone is set at the first,
+/// second, fourth, eighth row and so on, and every round comes back to one of them.
 template <typename Row>
 WalkEnd walk_status(const Request<Row>& table, be_int32 Row::*status)
 {
     snmp_heartbeat_send();
     Row row = {};
-    uint32_t milestone = 0; // the row that the walk must not meet again: further on each time
+    uint32_t milestone = 0;
     for (uint64_t rows = 0, next_milestone = 1;; ++rows) {
         const Reply reply = exchange(table, CHM_REQ_GETNEXT, row, Requester::event_handler);
         if (!reply.succeeded() || !reply.answered) {
@@ -263,7 +264,7 @@ void compute_connUnitStatus(int32_t* status)
         walk_status(module_table, &module_record::oper_status) == WalkEnd::fault) {
         return;
     }
-    // A switch without any power supply that reports is not well.
+    // A switch none of whose power supplies reports is in warning.
     if (walk_status(power_supply_table, &unit_status_record::status) == WalkEnd::all_healthy) {
         *status = unit_status_ok;
     }
@@ -277,15 +278,14 @@ int32_t traced_unit_status(const char* handler)
     return status;
 }
 
-void report_module_status(const module_record& /*module*/)
+template <const auto& handler, typename Record>
+void report_unit_status(const Record& /*record*/)
 {
-    send_connUnitStatusChange_notif(traced_unit_status("handle_noti_qefcModuleStatusChange"));
+    send_connUnitStatusChange_notif(traced_unit_status(handler));
 }
 
-void report_fan_tray_status(const unit_status_record& /*fan_tray*/)
-{
-    send_connUnitStatusChange_notif(traced_unit_status("handle_noti_qefcFanTrayStatusChange"));
-}
+constexpr char module_handler[] = "handle_noti_qefcModuleStatusChange";
+constexpr char fan_tray_handler[] = "handle_noti_qefcFanTrayStatusChange";
 
 /// Only while the marker file exists.
 void report_power_status(const power_status_record& power)
@@ -323,7 +323,7 @@ constexpr Binding<module_record> module_status_bindings[] = {
 };
 constexpr ipcx_event_handler& handle_noti_qefcModuleStatusChange =
     notify<module_status_change, entityfru_mib_variables_oid, 1, module_status_bindings,
-           report_module_status>;
+           report_unit_status<module_handler>>;
 
 constexpr Binding<power_status_record> power_status_bindings[] = {
     bind<&power_status_record::oper_status>(fru_power_operational_status_column),
@@ -362,7 +362,7 @@ constexpr Binding<unit_status_record> fan_tray_bindings[] = {
 };
 constexpr ipcx_event_handler& handle_noti_qefcFanTrayStatusChange =
     notify<fan_tray_status_change, entityfru_mib_variables_oid, 6, fan_tray_bindings,
-           report_fan_tray_status>;
+           report_unit_status<fan_tray_handler>>;
 
 using Output = power_supply_output_record;
 constexpr Binding<Output> output_bindings[] = {
@@ -390,10 +390,10 @@ constexpr MibModule entityfru_mib("entityfru_mib", entityfru_mib_variables,
 
 CHM_ENTRY_POINT void init_entityfru_mib()
 {
-    init_module(entityfru_mib, __func__, __FILE__, __LINE__);
+    init_module(entityfru_mib);
 }
 
 CHM_ENTRY_POINT void deinit_entityfru_mib()
 {
-    deinit_module(entityfru_mib, __func__);
+    deinit_module(entityfru_mib);
 }

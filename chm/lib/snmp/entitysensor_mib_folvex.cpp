@@ -9,7 +9,6 @@
 #include "request_channel.h"
 #include "row_lookup.h"
 #include "sensor_table_trace.h"
-#include "trace.h"
 #include "transceiver_rows.h"
 #include "write_method.h"
 
@@ -38,109 +37,82 @@ enum entitysensor_mib_object : u_char {
 constexpr uint32_t SENSOR_INDEX_MAX = 255025684;
 
 // Both tables have rows of the platform and rows of the transceivers' sensors, and one way to find
-// them. A table says of its own its request, its transceiver half, its traces, and which indexes it
-// refuses.
-
-struct ValueTable {
-    using Row = ent_sensor_value_rec;
-    using Trace = ValueTrace;
-    static constexpr const auto& request = sensor_value_table;
-    static constexpr auto& trans_sensor = entSensorValueTable_trans_sensor;
-
-    static bool is_beyond(const RowRequest& /*request*/, const Row& row)
-    {
-        return row.entPhysicalIndex > SENSOR_INDEX_MAX;
-    }
-
-    static void complete(Row& row) { row.measured_entity = row.entPhysicalIndex; }
-};
-
-struct ThresholdTable {
-    using Row = ent_sensor_thresh_rec;
-    using Trace = ThresholdTrace;
-    static constexpr const auto& request = sensor_threshold_table;
-    static constexpr auto& trans_sensor = entSensorThresholdTable_trans_sensor;
-
-    /// Only an index given in full is tested.
-    static bool is_beyond(const RowRequest& asked, const Row& row)
-    {
-        if (!asked.within_column || *asked.length < asked.column_length + 2) {
-            return false;
-        }
-        CHM_TRACE("%s:entSensorThresholdindex = %d, entPhysicalIndex = %d\n", Trace::lookup,
-                  row.sensor_thrsh.value(), row.entPhysicalIndex.value());
-        return row.entPhysicalIndex > SENSOR_INDEX_MAX;
-    }
-
-    static void complete(Row& /*row*/) {}
-};
+// them.
 
 /// Asks the platform for a row. A success without a response is none.
-template <typename Table>
-int32_t ask_platform(chm_req_operation operation, typename Table::Row& row)
+template <const auto& table>
+int32_t ask_platform(chm_req_operation operation, RecordOf<table>& row)
 {
-    const Reply reply = exchange(Table::request, operation, row);
+    const Reply reply = exchange(table, operation, row);
     return reply.succeeded() && !reply.answered ? no_row : reply.result;
 }
 
 /// The row of a request within the transceivers' range, after whose last row the platform's go on.
-template <typename Table>
-int32_t find_row_in_range(chm_req_operation operation, typename Table::Row& row)
+template <const auto& table, auto& trans_sensor, typename Trace>
+int32_t find_row_in_range(chm_req_operation operation, RecordOf<table>& row)
 {
-    const int32_t result = Table::trans_sensor(operation, &row);
-    Table::Trace::transceiver_result(row.entPhysicalIndex, result);
+    const int32_t result = trans_sensor(operation, &row);
+    Trace::transceiver_result(row.entPhysicalIndex, result);
     if (result == 0) {
         return 0;
     }
     row.entPhysicalIndex = PLATFORM_ROWS_RESUME;
-    return ask_platform<Table>(operation, row);
+    return ask_platform<table>(operation, row);
 }
 
 /// The row of any other request: the platform's, after whose last row the transceivers' go on.
-template <typename Table>
-int32_t find_row_out_of_range(chm_req_operation operation, typename Table::Row& row)
+template <const auto& table, auto& trans_sensor, typename Trace>
+int32_t find_row_out_of_range(chm_req_operation operation, RecordOf<table>& row)
 {
-    int32_t result = ask_platform<Table>(operation, row);
+    int32_t result = ask_platform<table>(operation, row);
     if (result == 0) {
-        Table::Trace::platform_row(row.entPhysicalIndex);
+        Trace::platform_row(row.entPhysicalIndex);
         return 0;
     }
-    Table::Trace::no_platform_row(row.entPhysicalIndex, result);
+    Trace::no_platform_row(row.entPhysicalIndex, result);
     if (result == PLATFORM_NO_SUCH_ENTRY) {
-        result = Table::trans_sensor(operation, &row);
-        Table::Trace::transceiver_result(row.entPhysicalIndex, result);
+        result = trans_sensor(operation, &row);
+        Trace::transceiver_result(row.entPhysicalIndex, result);
     }
     return result;
 }
 
 /// Row lookup of both tables.
-template <typename Table>
+template <const auto& table, auto& trans_sensor, typename Trace>
 int32_t find_sensor_row(const oid* vp_name, size_t vp_name_length, oid* name, size_t* length,
-                        int exact, typename Table::Row* row)
+                        int exact, RecordOf<table>* row)
 {
+    using Row = RecordOf<table>;
     constexpr int32_t index_too_high = 129;
 
     const RowRequest request = {vp_name, vp_name_length, name, length, exact != 0};
-    return look_up(request, NameBeyond::starts_over, *row,
-                   [&](chm_req_operation operation, typename Table::Row& asked) -> RowFound {
-                       if (Table::is_beyond(request, asked)) {
-                           return {index_too_high, false};
-                       }
-                       Table::Trace::request(operation, asked.entPhysicalIndex);
-                       const int32_t result = is_transceiver_sensor(asked.entPhysicalIndex)
-                                                  ? find_row_in_range<Table>(operation, asked)
-                                                  : find_row_out_of_range<Table>(operation, asked);
-                       if (result != 0) {
-                           return {result, false};
-                       }
-                       Table::complete(asked);
-                       return {0, true};
-                   });
+    const auto find = [&](chm_req_operation operation, Row& asked) -> RowFound {
+        // Only an index given in full is tested.
+        if (request.within_column && *length >= vp_name_length + row_key<Row>) {
+            Trace::given(asked);
+            if (asked.entPhysicalIndex > SENSOR_INDEX_MAX) {
+                return {index_too_high, false};
+            }
+        }
+        Trace::request(operation, asked.entPhysicalIndex);
+        const int32_t result =
+            is_transceiver_sensor(asked.entPhysicalIndex)
+                ? find_row_in_range<table, trans_sensor, Trace>(operation, asked)
+                : find_row_out_of_range<table, trans_sensor, Trace>(operation, asked);
+        if constexpr (requires { asked.measured_entity; }) {
+            if (result == 0) {
+                asked.measured_entity = asked.entPhysicalIndex;
+            }
+        }
+        return {result, result == 0};
+    };
+    return look_up(request, NameBeyond::starts_over, *row, find);
 }
 
-constexpr RowLookup<ent_sensor_value_rec>& header_entSensorValueTable = find_sensor_row<ValueTable>;
+constexpr RowLookup<ent_sensor_value_rec>& header_entSensorValueTable =
+    find_sensor_row<sensor_value_table, entSensorValueTable_trans_sensor, ValueTrace>;
 constexpr RowLookup<ent_sensor_thresh_rec>& header_entSensorThresholdTable =
-    find_sensor_row<ThresholdTable>;
+    find_sensor_row<sensor_threshold_table, entSensorThresholdTable_trans_sensor, ThresholdTrace>;
 
 constexpr Column<ent_sensor_value_rec> value_columns[] = {
     {entSensorType, field<&ent_sensor_value_rec::entSensorType>},
@@ -228,14 +200,14 @@ u_char* get_entitySensorMIB(variable* vp, oid* name, size_t* length, int exact, 
 
 CHM_ENTRY_POINT void init_entitysensor_mib()
 {
-    print_enter(__func__);
+    print_enter();
     ent_cache_init();
-    register_variables(entitysensor_mib, __func__, __FILE__, __LINE__);
+    register_variables(entitysensor_mib);
     register_handlers(entitysensor_mib);
-    print_exit(__func__);
+    print_exit();
 }
 
 CHM_ENTRY_POINT void deinit_entitysensor_mib()
 {
-    deinit_module(entitysensor_mib, __func__);
+    deinit_module(entitysensor_mib);
 }

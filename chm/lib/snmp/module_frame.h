@@ -37,13 +37,14 @@ struct MibModule {
 };
 
 /// Print that an entry point begins, and ends, to standard output.
-void print_enter(const char* entry_point);
-void print_exit(const char* entry_point);
+void print_enter(const char* entry_point = __builtin_FUNCTION());
+void print_exit(const char* entry_point = __builtin_FUNCTION());
 
-/// Registers the module's variables with the agent. A failure is told to the agent's debug output
-/// when that is on, with the entry point and its place in the source, and changes nothing else.
-void register_variables(const MibModule& module, const char* entry_point, const char* file,
-                        int line);
+/// Registers the module's variables with the agent. A failure is written to the agent's debug
+/// output when that is on, with the entry point and its place in the source, and changes nothing
+/// else.
+void register_variables(const MibModule& module, const char* entry_point = __builtin_FUNCTION(),
+                        const char* file = __builtin_FILE(), int line = __builtin_LINE());
 
 /// Takes the module's variables back from the agent.
 void unregister_variables(const MibModule& module);
@@ -53,5 +54,6 @@ void register_handlers(const MibModule& module);
 void unregister_handlers(const MibModule& module);
 
 /// The entry points of most modules: both halves, between the two prints.
-void init_module(const MibModule& module, const char* entry_point, const char* file, int line);
-void deinit_module(const MibModule& module, const char* entry_point);
+void init_module(const MibModule& module, const char* entry_point = __builtin_FUNCTION(),
+                 const char* file = __builtin_FILE(), int line = __builtin_LINE());
+void deinit_module(const MibModule& module, const char* entry_point = __builtin_FUNCTION());

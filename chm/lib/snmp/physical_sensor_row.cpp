@@ -34,7 +34,7 @@ struct SensorType {
     const char* unit;
 };
 
-/// Codes that no transceiver has are here as well: what they mean is the same everywhere.
+/// Codes 4 and 6 are no sensors of a transceiver; the table is complete all the same.
 constexpr SensorType sensor_types[] = {
     {3, qev_sensor_trans_volt, "(volt)"},        {4, qev_sensor_trans_volt, "(volt)"},
     {5, qev_sensor_trans_current, "(ampere)"},   {6, qev_sensor_trans_rx_power, "(watt)"},

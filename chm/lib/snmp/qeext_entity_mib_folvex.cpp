@@ -31,7 +31,8 @@ int32_t look_up_entity(const char* lookup, const RowRequest& request, ent_phys_e
     CHM_TRACE("%s called\n", lookup);
     return look_up(request, NameBeyond::starts_over, entity,
                    [&](chm_req_operation operation, ent_phys_entry& asked) {
-                       const RowFound found = row_of(exchange(physical_table, operation, asked));
+                       const RowFound found =
+                           outcome_of(exchange(physical_table, operation, asked));
                        if (found.names_row) {
                            CHM_TRACE("%s cmi_req_resp - Success !!  \n", lookup);
                        } else {
@@ -101,7 +102,7 @@ int write_second_serial_num(const char* method, const WriteValue& value, oid* na
         return snmp_error_status(result, NotWritable::general_error);
     }
     assign(entity, entity.second_serial_num, value);
-    result = send_record(physical_table, entity);
+    result = exchange(physical_table, CHM_REQ_SET, entity).result;
     if (result == PLATFORM_OK) {
         CHM_TRACE("%s -- cmi_req_resp Success !! \n", method);
     } else {
@@ -173,7 +174,7 @@ constexpr MibModule entity_ext_mib("entity_ext_mib", entity_ext_mib_variables,
 CHM_ENTRY_POINT void init_entity_asset_mib()
 {
     CHM_TRACE("%s: Registering Entity Asset MIB ...\n", __func__);
-    register_variables(entity_asset_mib, __func__, __FILE__, __LINE__);
+    register_variables(entity_asset_mib);
 }
 
 CHM_ENTRY_POINT void deinit_entity_asset_mib()
@@ -185,7 +186,7 @@ CHM_ENTRY_POINT void deinit_entity_asset_mib()
 CHM_ENTRY_POINT void init_entity_ext_mib()
 {
     CHM_TRACE("%s: Registering Entity Ext MIB ...\n", __func__);
-    register_variables(entity_ext_mib, __func__, __FILE__, __LINE__);
+    register_variables(entity_ext_mib);
 }
 
 CHM_ENTRY_POINT void deinit_entity_ext_mib()

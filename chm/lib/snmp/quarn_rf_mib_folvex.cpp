@@ -151,13 +151,13 @@ constexpr MibModule quarn_rf_mib("quarn_rf_mib", quarn_rf_mib_variables, quarn_r
 
 CHM_ENTRY_POINT void init_quarn_rf_mib()
 {
-    init_module(quarn_rf_mib, __func__, __FILE__, __LINE__);
+    init_module(quarn_rf_mib);
 }
 
 CHM_ENTRY_POINT void deinit_quarn_rf_mib()
 {
-    print_enter(__func__);
+    print_enter();
     unregister_variables(quarn_rf_mib);
-    print_exit(__func__);
+    print_exit();
     unregister_handlers(quarn_rf_mib);
 }

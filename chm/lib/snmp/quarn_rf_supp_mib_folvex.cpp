@@ -53,10 +53,10 @@ constexpr MibModule quarn_rf_supp_mib("quarn_rf_supp_mib", quarn_rf_supp_mib_var
 
 CHM_ENTRY_POINT void init_quarn_rf_supp_mib()
 {
-    register_variables(quarn_rf_supp_mib, __func__, __FILE__, __LINE__);
+    register_variables(quarn_rf_supp_mib);
 }
 
 CHM_ENTRY_POINT void deinit_quarn_rf_supp_mib()
 {
-    deinit_module(quarn_rf_supp_mib, __func__);
+    deinit_module(quarn_rf_supp_mib);
 }

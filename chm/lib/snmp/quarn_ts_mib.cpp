@@ -40,16 +40,11 @@ int check_field(const WriteRule& rule, const WriteValue& value)
     return status;
 }
 
-void assign_field(int32_t& field, const WriteValue& value)
-{
-    field = integer_of(value);
-}
-
-/// What a longer text left after the NUL stays: all but the field goes back as it was read.
+/// Bytes after the terminator go back as they were read, like the rest of the record.
 template <size_t Width>
-void assign_field(char (&field)[Width], const WriteValue& value)
+void assign(ts_info& message, char (&field)[Width], const WriteValue& value)
 {
-    __memcpy_to_buf(sizeof field, field, value.data, value.length);
+    __memcpy_to_buf(sizeof message - offsetof(ts_info, text), field, value.data, value.length);
     field[value.length] = '\0';
 }
 
@@ -75,7 +70,7 @@ int set_field(int action, u_char* var_val, u_char var_val_type, size_t var_val_l
     if (status != SNMP_ERR_NOERROR || action == RESERVE1) {
         return status;
     }
-    assign_field(message.*writable.field, value);
+    assign(message, message.*writable.field, value);
     if (write_record(terminal_message, message) != PLATFORM_OK) {
         puts(writable.set_failed);
         return SNMP_ERR_GENERR;
@@ -99,7 +94,7 @@ constexpr WritableField interval = {
 int set_tsMsgIntervaltim(int action, u_char* var_val, u_char var_val_type, size_t var_val_len,
                          u_char* old_value, oid* name, size_t name_length)
 {
-    print_enter(__func__);
+    print_enter();
     puts("In set_tsMsgIntervaltim, doing a GET first.");
     return set_field<interval>(action, var_val, var_val_type, var_val_len, old_value, name,
                                name_length);
@@ -176,10 +171,10 @@ constexpr MibModule quarn_ts_mib("quarn_ts_mib", quarn_ts_mib_variables,
 
 CHM_ENTRY_POINT void init_quarn_ts_mib()
 {
-    init_module(quarn_ts_mib, __func__, __FILE__, __LINE__);
+    init_module(quarn_ts_mib);
 }
 
 CHM_ENTRY_POINT void deinit_quarn_ts_mib()
 {
-    deinit_module(quarn_ts_mib, __func__);
+    deinit_module(quarn_ts_mib);
 }

@@ -12,29 +12,19 @@ namespace {
 
 constexpr uint32_t chm_req_route = 39;
 
-int32_t call_platform(const RequestCode& code, chm_req_operation operation, void* payload,
-                      void** response, uint32_t* length, Requester requester)
-{
-    const bool for_request = requester == Requester::snmp_request;
-    return cmi_req_resp(code.opcode, operation, payload, response, length,
-                        for_request ? get_snmp_username(nullptr) : nullptr,
-                        for_request ? get_snmp_sessionid(nullptr) : 0, chm_req_route,
-                        ipcx_response_q, code.req_class);
-}
-
 } // namespace
 
 Reply send_request(const RequestCode& code, chm_req_operation operation, void* payload,
                    uint32_t length, Requester requester)
 {
     void* response = nullptr;
-    const int32_t result = call_platform(code, operation, payload, &response, &length, requester);
+    const bool for_request = requester == Requester::snmp_request;
+    const int32_t result = cmi_req_resp(code.opcode, operation, payload,
+                                        operation == CHM_REQ_SET ? nullptr : &response, &length,
+                                        for_request ? get_snmp_username(nullptr) : nullptr,
+                                        for_request ? get_snmp_sessionid(nullptr) : 0,
+                                        chm_req_route, ipcx_response_q, code.req_class);
     return {result, response != nullptr, length, PlatformBlock(response)};
-}
-
-int32_t send_write(const RequestCode& code, void* payload, uint32_t length)
-{
-    return call_platform(code, CHM_REQ_SET, payload, nullptr, &length, Requester::snmp_request);
 }
 
 void log_failed_write(int32_t result)

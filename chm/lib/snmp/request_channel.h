@@ -15,7 +15,7 @@
 /// In whose name a request is made.
 enum class Requester {
     snmp_request,  ///< the user and session of the SNMP request being served
-    event_handler, ///< nobody
+    event_handler, ///< no user, session 0
 };
 
 /// A block that the platform allocated for an answer; released exactly once.
@@ -28,7 +28,7 @@ using PlatformBlock = std::unique_ptr<void, ReleaseBlock>;
 struct Reply {
     int32_t result = PLATFORM_OK; ///< 0, or a platform result code
     bool answered = false;        ///< a response came
-    uint32_t length = 0;          ///< of the response in bytes, if one came
+    uint32_t length = 0;          ///< of the response in bytes if one came, else of the request
     PlatformBlock response;       ///< as it travelled, until it is taken
 
     bool succeeded() const { return result == PLATFORM_OK; }
@@ -43,15 +43,12 @@ struct Reply {
     }
 };
 
-/// Sends a request.
+/// Sends a request; a SET asks for no response.
 ///
 /// @param payload a record, or null for none
 /// @param length  its size in bytes; without one 0, or the size of what is expected
 Reply send_request(const RequestCode& code, chm_req_operation operation, void* payload,
                    uint32_t length, Requester requester = Requester::snmp_request);
-
-/// Sends a SET, for which no response is asked. @return 0, or the platform's result code
-int32_t send_write(const RequestCode& code, void* payload, uint32_t length);
 
 /// Records a write that the platform refused.
 void log_failed_write(int32_t result);
@@ -86,18 +83,11 @@ std::optional<Scalar> read_scalar(const Request<Scalar>& request)
     return scalar;
 }
 
-/// Sends a whole record to be written. @return 0, or the platform's result code
-template <typename Record>
-int32_t send_record(const Request<Record>& request, std::type_identity_t<Record>& record)
-{
-    return send_write(request, &record, sizeof record);
-}
-
 /// Writes a whole record; a refusal is recorded. @return 0, or the platform's result code
 template <typename Record>
 int32_t write_record(const Request<Record>& request, std::type_identity_t<Record>& record)
 {
-    const int32_t result = send_record(request, record);
+    const int32_t result = exchange(request, CHM_REQ_SET, record).result;
     if (result != PLATFORM_OK) {
         log_failed_write(result);
     }

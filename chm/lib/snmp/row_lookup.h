@@ -108,7 +108,7 @@ struct RowFound {
 
 /// A row that the platform was asked for. A success without a response leaves the name and serves
 /// the row as it is.
-inline RowFound row_of(const Reply& reply)
+inline RowFound outcome_of(const Reply& reply)
 {
     return {reply.result, reply.succeeded() && reply.answered};
 }
@@ -150,6 +150,6 @@ int32_t find_row(const oid* vp_name, size_t vp_name_length, oid* name, size_t* l
 {
     return look_up({vp_name, vp_name_length, name, length, exact != 0}, beyond, *row,
                    [](chm_req_operation operation, RecordOf<table>& asked) {
-                       return row_of(exchange(table, operation, asked));
+                       return outcome_of(exchange(table, operation, asked));
                    });
 }

@@ -58,8 +58,13 @@ int32_t chm_is_port_sfp_sens_type_valid(int32_t code)
 {
     CHM_TRACE("%s: ent_sen_type = %d, %d, %d, %d, %d, %d\n", __func__, code, SFP_VOLTAGE,
               SFP_CURRENT, SFP_TEMPERATURE, SFP_RX_POWER, SFP_TX_POWER);
-    constexpr uint32_t valid = 1U << SFP_VOLTAGE | 1U << SFP_CURRENT | 1U << SFP_TEMPERATURE |
-                               1U << SFP_RX_POWER | 1U << SFP_TX_POWER;
+    constexpr uint32_t valid = [] {
+        uint32_t codes = 0;
+        for (const int32_t known : sensor_codes) {
+            codes |= 1U << known;
+        }
+        return codes;
+    }();
     return code >= 0 && code < 32 && (valid >> code & 1) != 0 ? 1 : 0;
 }
 

@@ -69,7 +69,7 @@ struct SensorPlace {
 
 SensorPlace sensor_place_of(uint32_t index);
 
-/// The type of a port as the interface-index codec tells it, 0 for a port that it does not know.
+/// The type of a port as the interface-index codec has it, 0 for a port that it does not know.
 uint8_t port_type_of(uint32_t if_index);
 
 /// True for the types of ports whose transceivers have sensors.

@@ -140,8 +140,8 @@ uint32_t find_next_sensor(Fetch& fetch)
     return here ? FETCH_OK : move_to_next_port(fetch);
 }
 
-/// Comes to the sensor of the request. Indexes outside the range are left out on purpose: beyond it
-/// the slots, of 8 bits, would repeat, and one sensor would have rows without end.
+/// Comes to the sensor of the request. An index outside the range is refused on purpose: a slot
+/// has 8 bits, so that beyond it the same sensors would appear again, without end.
 uint32_t find_sensor(Fetch& fetch)
 {
     if (!is_transceiver_sensor(fetch.index)) {
@@ -153,7 +153,7 @@ uint32_t find_sensor(Fetch& fetch)
 /// What came of reading a port.
 struct PortRead {
     uint32_t status = FETCH_OK;
-    bool converted = true; ///< false when what was read makes no sense
+    bool converted = true; ///< false when what was read could not be
 };
 
 /// Reads a port's diagnostics into its entry of the cache.
@@ -253,7 +253,8 @@ uint32_t ent_cmi_get_fcot_info(uint32_t queue, int32_t op, uint32_t next_arg, co
         const PortRead read =
             read_port_if_old(fetch, CACHE_CURRENT, [&] { out->entPhysicalIndex = fetch.index; });
         if (!read.converted && !fetch.exact) {
-            // A walk passes by a port that makes no sense, and keeps nothing of its transceiver.
+            // A walk passes by a port that cannot be converted, and keeps nothing of its
+            // transceiver.
             memset(fcot_res, 0, PM_FCOT_INFO_SIZE);
             status = move_to_next_port(fetch);
             continue;

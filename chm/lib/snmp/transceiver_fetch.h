@@ -10,12 +10,12 @@
 enum : uint32_t {
     FETCH_OK = 0,
     FETCH_NO_SENSOR = 1,   ///< the index asked for lies in a port's block but is no sensor
-    FETCH_STUCK = 5,       ///< the walk does not move on, or a port's diagnostics make no sense
-    FETCH_NOT_FOUND = 129, ///< the port cannot be read, or there is no such threshold
+    FETCH_STUCK = 5,       ///< the walk does not move on, or diagnostics cannot be converted
+    FETCH_NOT_FOUND = 129, ///< no such port, threshold, or index of a sensor
 };
 
-/// Fetches the sensor with an index, or the first one at or after it, and what its port tells of
-/// the transceiver. The port is read when its entry in the cache is not current.
+/// Fetches the sensor with an index, or the first one at or after it, and the information
+/// block of its transceiver. The port is read when its entry in the cache is not current.
 ///
 /// @param queue     the transport's response queue
 /// @param op        1 for the sensor itself, else the first one from there on

@@ -14,8 +14,8 @@ namespace {
 // A table describes its half: the record that the fetch finds, how a walk steps from one row to the
 // next, the fetch, and what becomes the table's row.
 //
-// A step from anywhere below the transceivers' range leads to its start. The platform's own sensors
-// end well before it; an index of the gap between them has no port of its own to go on from.
+// A step from anywhere below the transceivers' range leads to its start: an index between the
+// platform's own sensors and that range stands for no port to go on from.
 
 /// The fetch of a sensor's value, and of what its port's transceiver says of itself.
 struct ValueFetch {

@@ -3,9 +3,11 @@
 #pragma once
 
 #include "agent.h"
+#include "bounded_copy.h"
 #include "request_channel.h"
 #include "row_lookup.h"
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -71,8 +73,10 @@ int in_phase(int action, const WriteRule& rule, const WriteValue& value, Write w
     }
 }
 
-template <typename Record>
-void assign(Record& /*record*/, be_int32& field, const WriteValue& value)
+/// Replaces an INTEGER of a record.
+template <typename Record, typename Integer>
+requires std::convertible_to<int32_t, Integer>
+void assign(Record& /*record*/, Integer& field, const WriteValue& value)
 {
     field = integer_of(value);
 }
