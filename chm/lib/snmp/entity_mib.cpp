@@ -48,7 +48,7 @@ enum entity_mib_object : u_char {
 
 constexpr const char* row_lookup_name = "header_entPhysicalTable";
 
-void trace_index(uint32_t index, int line = __builtin_LINE())
+inline void trace_index(uint32_t index, int line = __builtin_LINE())
 {
     CHM_TRACE("%s/%d: entPhyIndex = %d ", row_lookup_name, line, index);
 }
@@ -84,7 +84,7 @@ RowFound find_platform_row(chm_req_operation operation, ent_phys_entry& row)
     if (reply.succeeded()) {
         trace_index(requested);
     } else {
-        reply.take_into(row.entPhysicalIndex);
+        reply.take_into(&row.entPhysicalIndex, sizeof row.entPhysicalIndex);
         CHM_TRACE("%s/%d: ret_entry->entPhysicalIndex = %d ", row_lookup_name, __LINE__,
                   std::bit_cast<uint32_t>(row.entPhysicalIndex)); // as it came
     }

@@ -123,13 +123,13 @@ netsnmp_variable_list* handle_notifications(void*, oid* trap_oid, size_t* trap_o
     *send = 1;
     const int32_t reason = reported_reason(hactl_swover_reason_get());
     rf_status_record current = {};
-    Reply reply = send_request(redundancy_status, CHM_REQ_GET, nullptr, sizeof current,
-                               Requester::event_handler);
+    Reply reply =
+        send_request(redundancy_status, CHM_REQ_GET, sizeof current, Requester::event_handler);
     if (!reply.answered || reply.length < offsetof(rf_status_record, status_3)) {
         *send = 0;
         return nullptr;
     }
-    reply.take_into(current);
+    reply.take_into(&current, sizeof current);
 
     BindingList bindings;
     bindings.add(status_1, scalar, ASN_INTEGER, &current.status_1, sizeof current.status_1);

@@ -12,10 +12,8 @@ namespace {
 
 constexpr uint32_t chm_req_route = 39;
 
-} // namespace
-
-Reply send_request(const RequestCode& code, chm_req_operation operation, void* payload,
-                   uint32_t length, Requester requester)
+inline Reply call_platform(const RequestCode& code, chm_req_operation operation, void* payload,
+                           uint32_t length, Requester requester)
 {
     void* response = nullptr;
     const bool for_request = requester == Requester::snmp_request;
@@ -25,6 +23,24 @@ Reply send_request(const RequestCode& code, chm_req_operation operation, void* p
                                         for_request ? get_snmp_sessionid(nullptr) : 0,
                                         chm_req_route, ipcx_response_q, code.req_class);
     return {result, response != nullptr, length, PlatformBlock(response)};
+}
+
+} // namespace
+
+Reply send_request(const RequestCode& code, chm_req_operation operation, uint32_t length,
+                   Requester requester)
+{
+    return call_platform(code, operation, nullptr, length, requester);
+}
+
+Reply exchange_record(const RequestCode& code, chm_req_operation operation, void* record,
+                      uint32_t size, Requester requester, TakeResponse take)
+{
+    Reply reply = call_platform(code, operation, record, size, requester);
+    if (reply.answered && (reply.succeeded() || take == TakeResponse::always)) {
+        reply.take_into(record, size);
+    }
+    return reply;
 }
 
 void log_failed_write(int32_t result)

@@ -34,21 +34,17 @@ struct Reply {
     bool succeeded() const { return result == PLATFORM_OK; }
 
     /// Copies the response over a record, as much of it as both hold, and releases it.
-    template <typename Record>
-    void take_into(Record& record)
+    void take_into(void* record, size_t size)
     {
-        const auto taken = std::min<size_t>(length, sizeof record);
-        __memcpy_to_buf(sizeof record, &record, response.get(), taken);
+        __memcpy_to_buf(size, record, response.get(), std::min<size_t>(length, size));
         response.reset();
     }
 };
 
-/// Sends a request; a SET asks for no response.
-///
-/// @param payload a record, or null for none
-/// @param length  its size in bytes; without one 0, or the size of what is expected
-Reply send_request(const RequestCode& code, chm_req_operation operation, void* payload,
-                   uint32_t length, Requester requester = Requester::snmp_request);
+/// Sends a request without a payload.
+/// @param length 0, or the size in bytes of what is expected
+Reply send_request(const RequestCode& code, chm_req_operation operation, uint32_t length,
+                   Requester requester);
 
 /// Records a write that the platform refused.
 void log_failed_write(int32_t result);
@@ -56,30 +52,31 @@ void log_failed_write(int32_t result);
 /// When a response is taken over into the record that asked for it.
 enum class TakeResponse { on_success, always };
 
-/// One exchange of a record: sends it and takes the response over it. The part that a short
-/// response does not cover keeps what was sent. A response that is not taken stays in the reply.
+/// One exchange of a record: sends it and takes the response over it; a SET asks for none. The part
+/// that a short response does not cover keeps what was sent. A response that is not taken stays in
+/// the reply.
+/// @param size of the record in bytes
+Reply exchange_record(const RequestCode& code, chm_req_operation operation, void* record,
+                      uint32_t size, Requester requester, TakeResponse take);
+
 template <typename Record>
 Reply exchange(const Request<Record>& request, chm_req_operation operation,
                std::type_identity_t<Record>& record, Requester requester = Requester::snmp_request,
                TakeResponse take = TakeResponse::on_success)
 {
-    Reply reply = send_request(request, operation, &record, sizeof record, requester);
-    if (reply.response && (reply.succeeded() || take == TakeResponse::always)) {
-        reply.take_into(record);
-    }
-    return reply;
+    return exchange_record(request, operation, &record, sizeof record, requester, take);
 }
 
 /// Reads a scalar, for which nothing is sent. @return none when none came, or one cut short
 template <typename Scalar>
 std::optional<Scalar> read_scalar(const Request<Scalar>& request)
 {
-    Reply reply = send_request(request, CHM_REQ_GET, nullptr, 0);
+    Reply reply = send_request(request, CHM_REQ_GET, 0, Requester::snmp_request);
     if (!reply.succeeded() || !reply.answered || reply.length < sizeof(Scalar)) {
         return std::nullopt;
     }
     Scalar scalar;
-    reply.take_into(scalar);
+    reply.take_into(&scalar, sizeof scalar);
     return scalar;
 }
 

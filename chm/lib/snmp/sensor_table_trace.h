@@ -14,7 +14,7 @@ struct Untraced {
     static void request(chm_req_operation /*operation*/, uint32_t /*index*/) {}
     static void transceiver_result(uint32_t /*index*/, int32_t /*result*/) {}
     static void transceiver_request(uint32_t /*index*/) {}
-    static void step(const auto& /*found*/) {}
+    static void step(const auto& /*index*/) {}
     static void place(uint32_t /*index*/, const SensorPlace& /*place*/) {}
     static void port(uint32_t /*index*/, const SensorPlace& /*place*/, uint8_t /*type*/) {}
     static void unmatched_port(uint32_t /*index*/, const SensorPlace& /*place*/, uint8_t /*type*/)
@@ -31,10 +31,7 @@ struct PhysicalTrace : Untraced {
         CHM_TRACE("%s/%d entry.entPhysicalIndex %d\n", function, __LINE__, index);
     }
 
-    static void step(const ent_sensor_value_rec& found)
-    {
-        transceiver_request(found.entPhysicalIndex);
-    }
+    static void step(const auto& index) { transceiver_request(index[0]); }
 
     static void below_range(uint32_t index)
     {
@@ -163,10 +160,9 @@ struct ThresholdTrace : Untraced {
         }
     }
 
-    static void step(const ent_sensor_thresh_rec& found)
+    static void step(const auto& index)
     {
-        CHM_TRACE("%s: sens_thresh = %d, entPhyIndex = %d\n", function, found.sensor_thrsh.value(),
-                  found.entPhysicalIndex.value());
+        CHM_TRACE("%s: sens_thresh = %d, entPhyIndex = %d\n", function, index[1], index[0]);
     }
 
     static void below_range(uint32_t index)

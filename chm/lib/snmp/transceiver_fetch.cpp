@@ -212,7 +212,7 @@ PortRead read_port_if_old(Fetch& fetch, ent_cache_sensor traced, auto reached)
 }
 
 /// The number of the fetch's sensor in the cache; none for an index that is no sensor.
-std::optional<uint32_t> cached_sensor(const Fetch& fetch)
+inline std::optional<uint32_t> cached_sensor(const Fetch& fetch)
 {
     const auto sensor = static_cast<uint32_t>(chm_match_ent_sensor_type(fetch.code));
     if (sensor >= CACHE_SENSORS) {

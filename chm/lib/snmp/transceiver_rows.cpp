@@ -91,11 +91,9 @@ int32_t find_transceiver_row(chm_req_operation operation, Row& row)
     Trace::transceiver_request(index[0]);
     if (operation == CHM_REQ_GETNEXT) {
         index = Half::next(index);
+        Trace::step(index);
     }
     set_index(half.found, index);
-    if (operation == CHM_REQ_GETNEXT) {
-        Trace::step(half.found);
-    }
     if (index[0] <= ENTITY_SENSOR_END) {
         Trace::below_range(index[0]);
         return no_row;
