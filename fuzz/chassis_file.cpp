@@ -17,7 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     assert(ftruncate(file, 0) == 0 && pwrite(file, data, size, 0) == static_cast<ssize_t>(size));
     try {
         sim::place_chassis(sim::load_chassis(path));
-    } catch (const sim::ChassisFileError& error) {
+    } catch (const sim::FileError& error) {
         assert(std::string(error.what()).starts_with(path + ":"));
         return 0;
     }

@@ -1,6 +1,7 @@
 #include "files/chassis_export.h"
 
 #include "files/chassis_schema.h"
+#include "files/toml_reader.h"
 #include "records/entity_record.h"
 #include "records/transceiver_record.h"
 
@@ -122,7 +123,7 @@ class Writer {
 public:
     explicit Writer(const Chassis& chassis)
         : chassis_(chassis), own_(chassis.entities().at(chassis_index)),
-          source_(parse_chassis_file(chassis.file()))
+          source_(TomlReader(chassis.file()).root())
     {
     }
 

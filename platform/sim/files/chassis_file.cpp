@@ -1,6 +1,7 @@
 #include "files/chassis_file.h"
 
 #include "files/chassis_schema.h"
+#include "files/toml_reader.h"
 #include "records/entity_record.h"
 #include "records/transceiver_record.h"
 
@@ -13,20 +14,6 @@
 
 namespace sim {
 namespace {
-
-/// A table together with the [types] table that it refers to, whose keys it inherits.
-struct Settings {
-    const toml::table& own;
-    const toml::table* type = nullptr;
-
-    const toml::node* find(std::string_view key) const
-    {
-        const toml::node* node = own.get(key);
-        return node == nullptr && type != nullptr ? type->get(key) : node;
-    }
-};
-
-using Keys = std::vector<std::string_view>;
 
 /// Keys that any entity may have, and `more`.
 Keys entity_keys(Keys more)
@@ -64,11 +51,11 @@ Keys transceiver_keys(Keys more = {})
     return more;
 }
 
-/// Reads one file. Every complaint names the line of what it is about.
-class Reader {
+/// Reads one chassis file.
+class Reader : TomlReader {
 public:
     explicit Reader(const std::string& file, Chassis::TimeSource now = Clock::now)
-        : file_(file), root_(parse_chassis_file(file)), chassis_(file, std::move(now))
+        : TomlReader(file), chassis_(file, std::move(now))
     {
     }
 
@@ -77,7 +64,7 @@ public:
         read_entity_entries();
         read_places();
         for (const UnitKind& kind : unit_kinds) {
-            for_each_table(root_.get(kind.entry), kind.entry,
+            for_each_table(root().get(kind.entry), kind.entry,
                            [&](const toml::table& entry) { add_units(kind, entry); });
         }
         plug_unrecognized();
@@ -93,37 +80,37 @@ public:
         };
         const auto* kind = std::ranges::find_if(unit_kinds, in_place);
         if (kind == std::end(unit_kinds)) {
-            throw ChassisFileError(concat(file_, ": no unit fits into ", place));
+            throw FileError(concat(file(), ": no unit fits into ", place));
         }
-        if (!root_["types"][type].is_table()) {
-            throw ChassisFileError(concat(file_, ": there is no [types.", type, "]"));
+        if (!root()["types"][type].is_table()) {
+            throw FileError(concat(file(), ": there is no [types.", type, "]"));
         }
         const toml::table entry{{"type", type}};
         const Settings settings = settings_of(*kind, entry);
-        return make_unit(*kind, place - kind->place_base, settings, settings.type->source());
+        return make_unit(*kind, place - kind->place_base, settings, settings.inherited->source());
     }
 
     Transceiver read_transceiver(const Entity& port, const std::string& type)
     {
         read_places();
-        if (!root_["transceivers"][type].is_table()) {
-            throw ChassisFileError(concat(file_, ": there is no [transceivers.", type, "]"));
+        if (!root()["transceivers"][type].is_table()) {
+            throw FileError(concat(file(), ": there is no [transceivers.", type, "]"));
         }
         const toml::table entry{{"type", type}};
         const Settings settings = with_type(entry, "transceivers");
-        return make_transceiver(settings, port, settings.type->source());
+        return make_transceiver(settings, port, settings.inherited->source());
     }
 
 private:
     /// Everything but the units.
     void read_places()
     {
-        check_keys(root_, {"chassis", "types", "transceivers", "module", "power-supply", "fan-tray",
-                           "entity"});
+        check_keys(root(), {"chassis", "types", "transceivers", "module", "power-supply",
+                            "fan-tray", "entity"});
         check_types();
-        const toml::node* settings = root_.get("chassis");
+        const toml::node* settings = root().get("chassis");
         if (settings == nullptr) {
-            fail(root_.source(), "there is no [chassis] table");
+            fail(root().source(), "there is no [chassis] table");
         }
         add_chassis(as_table(*settings, "chassis"));
         check_transceiver_types();
@@ -135,15 +122,12 @@ private:
     /// Entries for entities that are described with others otherwise.
     void read_entity_entries()
     {
-        for_each_table(root_.get("entity"), "entity", [&](const toml::table& entry) {
+        for_each_table(root().get("entity"), "entity", [&](const toml::table& entry) {
             check_keys(entry, entity_keys({"index", "failed"}));
-            const toml::node* index = entry.get("index");
-            if (index == nullptr) {
-                fail(entry.source(), "[[entity]] has no 'index'");
-            }
-            const uint32_t value = number(*index, "index", 1, INT32_MAX);
+            const toml::node& index = required(entry, "index", "[[entity]]");
+            const uint32_t value = number(index, "index", 1, INT32_MAX);
             if (!entity_entries_.emplace(value, &entry).second) {
-                fail(index->source(), "another [[entity]] has the index ", value);
+                fail(index.source(), "another [[entity]] has the index ", value);
             }
         });
     }
@@ -159,7 +143,7 @@ private:
 
     void plug_unrecognized()
     {
-        const toml::node* places = root_["chassis"]["unrecognized"].node();
+        const toml::node* places = root()["chassis"]["unrecognized"].node();
         if (places == nullptr) {
             return;
         }
@@ -179,24 +163,9 @@ private:
         }
     }
 
-    [[noreturn]] void fail(const toml::source_region& where, const auto&... what) const
-    {
-        const size_t line = std::max<size_t>(where.begin.line, 1);
-        throw ChassisFileError(concat(file_, ":", line, ": ", what...));
-    }
-
-    void check_keys(const toml::table& table, const Keys& known) const
-    {
-        for (const auto& [key, value] : table) {
-            if (std::ranges::find(known, key.str()) == known.end()) {
-                fail(key.source(), "unknown key '", key.str(), "'");
-            }
-        }
-    }
-
     void check_types() const
     {
-        const toml::node* types = root_.get("types");
+        const toml::node* types = root().get("types");
         if (types == nullptr) {
             return;
         }
@@ -212,7 +181,7 @@ private:
     /// Types of transceivers are good as a whole, also those that no port holds.
     void check_transceiver_types() const
     {
-        const toml::node* types = root_.get("transceivers");
+        const toml::node* types = root().get("transceivers");
         if (types == nullptr) {
             return;
         }
@@ -222,101 +191,6 @@ private:
             check_keys(type, transceiver_keys());
             make_transceiver({type}, no_port, type.source());
         }
-    }
-
-    const toml::table& as_table(const toml::node& node, std::string_view what) const
-    {
-        if (!node.is_table()) {
-            fail(node.source(), "'", what, "' is not a table");
-        }
-        return *node.as_table();
-    }
-
-    /// Calls `use` with every table of an array of tables, which may be missing.
-    void for_each_table(const toml::node* node, std::string_view what, auto&& use) const
-    {
-        if (node == nullptr) {
-            return;
-        }
-        if (!node->is_array()) {
-            fail(node->source(), "'", what, "' is not an array of tables");
-        }
-        for (const toml::node& element : *node->as_array()) {
-            use(as_table(element, what));
-        }
-    }
-
-    uint32_t number(const toml::node& node, std::string_view what, uint32_t least,
-                    uint32_t most) const
-    {
-        if (!node.is_integer()) {
-            fail(node.source(), "'", what, "' is not an integer");
-        }
-        const int64_t value = node.as_integer()->get();
-        if (value < least || value > most) {
-            fail(node.source(), "'", what, "' is ", value, ", not within ", least, " to ", most);
-        }
-        return static_cast<uint32_t>(value);
-    }
-
-    /// The number of something that there may be none of.
-    uint32_t count(const Settings& settings, std::string_view what, uint32_t most) const
-    {
-        const toml::node* node = settings.find(what);
-        return node == nullptr ? 0 : number(*node, what, 0, most);
-    }
-
-    /// A number with a fraction or without. One that has no default must be given.
-    double real(const toml::table& table, std::string_view what,
-                std::optional<double> when_not_given, double least, double most) const
-    {
-        const toml::node* node = table.get(what);
-        const toml::source_region& where = (node == nullptr ? table : *node).source();
-        if (node != nullptr && !node->is_number()) {
-            fail(where, "'", what, "' is not a number");
-        }
-        const auto value = node == nullptr ? when_not_given : node->value<double>();
-        if (!value) {
-            fail(where, "there is no '", what, "'");
-        }
-        if (!(*value >= least && *value <= most)) {
-            fail(where, "'", what, "' is ", *value, ", not within ", least, " to ", most);
-        }
-        return *value;
-    }
-
-    bool truth(const toml::node& node, std::string_view what) const
-    {
-        if (!node.is_boolean()) {
-            fail(node.source(), "'", what, "' is not true or false");
-        }
-        return node.as_boolean()->get();
-    }
-
-    /// Whether a setting that may be missing is true.
-    bool is_set(const Settings& settings, std::string_view what) const
-    {
-        const toml::node* node = settings.find(what);
-        return node != nullptr && truth(*node, what);
-    }
-
-    /// The one of some choices whose key a setting gives.
-    template <typename Choice, size_t Count>
-    const Choice& choice(const Settings& settings, std::string_view what,
-                         std::string_view when_not_given, const Choice (&choices)[Count]) const
-    {
-        const toml::node* node = settings.find(what);
-        const auto key =
-            node == nullptr ? when_not_given : node->value_exact<std::string_view>().value_or("");
-        const Choice* found = std::ranges::find(choices, key, &Choice::key);
-        if (found == std::end(choices)) {
-            std::string keys;
-            for (const Choice& one : choices) {
-                keys += concat(keys.empty() ? "'" : ", '", one.key, "'");
-            }
-            fail(node->source(), "'", what, "' is none of ", keys);
-        }
-        return *found;
     }
 
     /// In its record a text ends with the first NUL.
@@ -336,16 +210,13 @@ private:
     void read_texts(Described& described, const Text (&texts)[Count],
                     const Settings& settings) const
     {
-        for (const Text& text : texts) {
-            const toml::node* node = settings.find(text.key);
+        for (const Text& one : texts) {
+            const toml::node* node = settings.find(one.key);
             if (node == nullptr) {
                 continue;
             }
-            if (!node->is_string()) {
-                fail(node->source(), "'", text.key, "' is not a string");
-            }
-            described.*text.text = node->as_string()->get();
-            check_text(node->source(), text, described.*text.text);
+            described.*one.text = text(*node, one.key);
+            check_text(node->source(), one, described.*one.text);
         }
     }
 
@@ -356,9 +227,7 @@ private:
         if (const toml::node* node = settings.find("vendor-type")) {
             entity.vendor_type = number(*node, "vendor-type", 0, UINT32_MAX);
         }
-        if (const toml::node* node = settings.find("replaceable")) {
-            entity.replaceable = truth(*node, "replaceable");
-        }
+        entity.replaceable = is_set(settings, "replaceable", entity.replaceable);
     }
 
     /// An entity with what it has from others, checked.
@@ -419,16 +288,14 @@ private:
     /// An entry with the type that it refers to, if it does, in a table of types.
     Settings with_type(const toml::table& entry, std::string_view types) const
     {
-        const toml::node* name = entry.get("type");
-        if (name == nullptr) {
+        const toml::node* node = entry.get("type");
+        if (node == nullptr) {
             return {entry};
         }
-        if (!name->is_string()) {
-            fail(name->source(), "'type' is not a string");
-        }
-        const toml::node* type = root_[types][name->as_string()->get()].node();
+        const std::string name = text(*node, "type");
+        const toml::node* type = root()[types][name].node();
         if (type == nullptr) {
-            fail(name->source(), "there is no [", types, ".", name->as_string()->get(), "]");
+            fail(node->source(), "there is no [", types, ".", name, "]");
         }
         return {entry, type->as_table()};
     }
@@ -444,8 +311,8 @@ private:
         }
         check_keys(entry, keys);
         const Settings settings = with_type(entry, "types");
-        if (settings.type != nullptr) {
-            check_keys(*settings.type, unit_keys(kind));
+        if (settings.inherited != nullptr) {
+            check_keys(*settings.inherited, unit_keys(kind));
         }
         return settings;
     }
@@ -454,15 +321,12 @@ private:
     void add_units(const UnitKind& kind, const toml::table& entry)
     {
         const Settings settings = settings_of(kind, entry);
-        const toml::node* place = entry.get(kind.place);
-        if (place == nullptr) {
-            fail(entry.source(), "[[", kind.entry, "]] has no '", kind.place, "'");
-        }
-        if (!place->is_array()) {
-            add_unit(kind, *place, settings);
+        const toml::node& place = required(entry, kind.place, concat("[[", kind.entry, "]]"));
+        if (!place.is_array()) {
+            add_unit(kind, place, settings);
             return;
         }
-        for (const toml::node& one : *place->as_array()) {
+        for (const toml::node& one : *place.as_array()) {
             add_unit(kind, one, settings);
         }
     }
@@ -533,20 +397,17 @@ private:
         const toml::node* transceivers = settings.find("transceivers");
         for_each_table(transceivers, "transceivers", [&](const toml::table& entry) {
             check_keys(entry, transceiver_keys({"ports", "type", "unplugged"}));
-            const toml::node* list = entry.get("ports");
-            if (list == nullptr) {
-                fail(entry.source(), "an element of 'transceivers' has no 'ports'");
-            }
-            for (const uint32_t number : port_list(*list, "ports", ports.size())) {
+            const toml::node& list = required(entry, "ports", "an element of 'transceivers'");
+            for (const uint32_t number : port_list(list, "ports", ports.size())) {
                 Entity& entity = ports[number - 1];
                 if (!entity.port->has_cage) {
-                    fail(list->source(), "port ", number, " is electrical");
+                    fail(list.source(), "port ", number, " is electrical");
                 }
                 if (entity.port->transceiver || entity.port->unplugged) {
-                    fail(list->source(), "port ", number, " holds another transceiver");
+                    fail(list.source(), "port ", number, " holds another transceiver");
                 }
                 (is_set({entry}, "unplugged") ? entity.port->unplugged : entity.port->transceiver) =
-                    make_transceiver(with_type(entry, "transceivers"), entity, list->source());
+                    make_transceiver(with_type(entry, "transceivers"), entity, list.source());
             }
         });
     }
@@ -706,15 +567,12 @@ private:
         check_keys(entry, {"value", "relation", "severity", "notify"});
         const double most = max_sensor_value / steps_per_unit(sensor);
         const double value = real(entry, "value", std::nullopt, -most, most);
-        const toml::node* notify = entry.get("notify");
         return {.severity = choice({entry}, "severity", "minor", severities).value,
                 .limit = Threshold(in_steps(sensor, value),
                                    choice({entry}, "relation", ">=", relations).value),
-                .notifies = notify == nullptr || truth(*notify, "notify")};
+                .notifies = is_set({entry}, "notify", true)};
     }
 
-    const std::string& file_;
-    toml::table root_;
     Chassis chassis_;
     int32_t containers_ = 0; ///< so far, in the chassis
     Entity own_; ///< that of the chassis, from which others have their manufacturer and serial

@@ -1,12 +1,8 @@
 #include "files/chassis_schema.h"
 
-#include "files/chassis_file.h"
+#include "files/toml_reader.h"
 #include "if_index.h"
 #include "physical_index.h"
-
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 
 namespace sim {
 namespace {
@@ -88,20 +84,6 @@ Transceiver make_transceiver(const Entity& chassis, uint32_t port)
     transceiver.manufacturer = chassis.manufacturer;
     transceiver.serial = derived_serial(chassis.serial, port);
     return transceiver;
-}
-
-toml::table parse_chassis_file(const std::string& file)
-{
-    std::ifstream stream(file);
-    if (stream.peek() == std::ifstream::traits_type::eof() && !stream.eof()) {
-        throw ChassisFileError(file + ": " + std::strerror(errno));
-    }
-    try {
-        return toml::parse(stream, file);
-    } catch (const toml::parse_error& error) {
-        throw ChassisFileError(
-            concat(file, ":", error.source().begin.line, ": ", error.description()));
-    }
 }
 
 } // namespace sim

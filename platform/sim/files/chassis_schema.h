@@ -4,21 +4,10 @@
 #include "model/chassis.h"
 #include "model/named.h"
 
-#include <toml++/toml.h>
-
-#include <sstream>
 #include <string>
 #include <string_view>
 
 namespace sim {
-
-template <typename... Parts>
-std::string concat(const Parts&... parts)
-{
-    std::ostringstream text;
-    (text << ... << parts);
-    return text.str();
-}
 
 inline constexpr uint32_t max_sensors = 64; ///< of one entity
 
@@ -125,8 +114,5 @@ Entity make_unit(const UnitKind& kind, uint32_t place, const std::string& chassi
 
 /// The transceiver of a port that has a manufacturer and a serial number of its chassis.
 Transceiver make_transceiver(const Entity& chassis, uint32_t port);
-
-/// The tables of a file, whatever they say. Throws ChassisFileError.
-toml::table parse_chassis_file(const std::string& file);
 
 } // namespace sim

@@ -8,7 +8,7 @@ std::string error_in(const std::string& text)
     const ChassisFile file(text);
     try {
         sim::load_chassis(file.path);
-    } catch (const sim::ChassisFileError& error) {
+    } catch (const sim::FileError& error) {
         const std::string what = error.what();
         EXPECT_EQ(what.find(file.path + ":"), 0U) << what;
         return what.substr(file.path.size() + 1);
@@ -68,7 +68,26 @@ TEST(ChassisFile, NamesTheLineOfWhatIsWrong)
               "nothing");
     EXPECT_EQ(error_in(""), "1: there is no [chassis] table");
     EXPECT_EQ(error_in("[chassis]\nslots = = 1\n").find("2: "), 0U);
-    EXPECT_THROW(sim::load_chassis("/nonexistent/chassis.toml"), sim::ChassisFileError);
+    EXPECT_THROW(sim::load_chassis("/nonexistent/chassis.toml"), sim::FileError);
+}
+
+TEST(ChassisFile, ExhaustsNothingHoweverLongItIs)
+{
+    std::string parts = "a";
+    for (int i = 0; i < 200'000; ++i) {
+        parts += " .'a'";
+    }
+    const std::string complaint = "6: a key has more than 16 parts";
+    // Dots in strings and in comments part nothing.
+    const std::string dots(50, '.');
+    const std::string start = "[chassis] # " + dots + "\nname = \"\\\"" + dots +
+                              "\"\ndescription = '''" + dots + "\n'\n" + dots + "'''''\n";
+    EXPECT_EQ(error_in(start + parts + " = 1"), complaint);
+    EXPECT_EQ(error_in(start + "[[" + parts + "]]"), complaint);
+    EXPECT_EQ(error_in(start + "slots = { " + parts + " = 1 }"), complaint);
+    EXPECT_EQ(error_in(start + "slots.b.c.d.e.f.g.h.i.j.k.l.m.n.o.p = 1.5"),
+              "6: 'slots' is not an integer");
+    EXPECT_EQ(error_in(std::string(5'000'000, '\n')), " has more than 4194304 bytes");
 }
 
 TEST(Chassis, HasNoRowAmongTheTransceiversSensorsAndNoneTwice)
