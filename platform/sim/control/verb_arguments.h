@@ -1,6 +1,8 @@
 /// The arguments of what chmctl asks for.
 #pragma once
 
+#include "model/chassis.h"
+
 #include <nlohmann/json.hpp>
 
 #include <stdexcept>
@@ -9,6 +11,9 @@
 #include <utility>
 
 namespace sim {
+
+/// The chassis in place. Throws when there is none.
+Chassis& the_chassis();
 
 /// Whether a value is a whole number that fits the type, which conversions do not ask.
 template <typename Number>

@@ -26,12 +26,6 @@
 #include <unistd.h>
 
 namespace sim {
-namespace {
-
-using nlohmann::json;
-
-/// While this file exists, the MIB modules report the unit status with power events too.
-const char* const marker_file = "/mnt/nvdb/chm_nvdb_hack";
 
 Chassis& the_chassis()
 {
@@ -41,6 +35,13 @@ Chassis& the_chassis()
     }
     return *chassis;
 }
+
+namespace {
+
+using nlohmann::json;
+
+/// While this file exists, the MIB modules report the unit status with power events too.
+const char* const marker_file = "/mnt/nvdb/chm_nvdb_hack";
 
 /// In UTC, with milliseconds.
 std::string time_text(std::chrono::system_clock::time_point time)

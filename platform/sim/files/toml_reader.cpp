@@ -101,12 +101,20 @@ toml::table parse(const std::string& file)
 
 TomlReader::TomlReader(std::string file) : file_(std::move(file)), root_(parse(file_)) {}
 
-void TomlReader::check_keys(const toml::table& table, const Keys& known) const
+const toml::key* TomlReader::unknown_key(const toml::table& table, const Keys& known)
 {
     for (const auto& [key, value] : table) {
         if (std::ranges::find(known, key.str()) == known.end()) {
-            fail(key.source(), "unknown key '", key.str(), "'");
+            return &key;
         }
+    }
+    return nullptr;
+}
+
+void TomlReader::check_keys(const toml::table& table, const Keys& known) const
+{
+    if (const toml::key* key = unknown_key(table, known)) {
+        fail(key->source(), "unknown key '", key->str(), "'");
     }
 }
 
@@ -172,7 +180,7 @@ double TomlReader::real(const toml::table& table, std::string_view what,
     if (!(*value >= least && *value <= most)) {
         fail(where, "'", what, "' is ", *value, ", not within ", least, " to ", most);
     }
-    return *value;
+    return *value + 0.0; // turns -0 into 0, which are not the same as raw words of reals
 }
 
 int64_t TomlReader::whole_number(const toml::node& node, std::string_view what, int64_t least,

@@ -3,6 +3,9 @@
 
 #include "files/file_error.h"
 
+// The library writes numbers in as few digits as they need with this alone: -18.4, not
+// -18.399999999999999.
+#define TOML_FLOAT_CHARCONV 1
 #include <toml++/toml.h>
 
 #include <algorithm>
@@ -59,7 +62,10 @@ public:
         throw FileError(concat(file_, ":", line, ": ", what...));
     }
 
-    /// Refuses every key of a table that is not known.
+    /// The first key of a table that is not known, or null.
+    static const toml::key* unknown_key(const toml::table& table, const Keys& known);
+
+    /// Refuses a table that has an unknown key.
     void check_keys(const toml::table& table, const Keys& known) const;
 
     const toml::table& as_table(const toml::node& node, std::string_view what) const;

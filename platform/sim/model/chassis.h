@@ -6,6 +6,7 @@
 #pragma once
 
 #include "model/entity.h"
+#include "model/fault.h"
 #include "model/reading.h"
 #include "model/redundancy.h"
 #include "model/unit.h"
@@ -39,9 +40,17 @@ enum class RedundancyMode : int32_t {
     spare_half = 3,   ///< the output of half of them, the larger ones, rounded up
 };
 
+inline constexpr Named<RedundancyMode> redundancy_modes[] = {
+    {"none", RedundancyMode::none},
+    {"spare-supply", RedundancyMode::spare_supply},
+    {"spare-half", RedundancyMode::spare_half}};
+
+/// Most watts of default in-line power that an operator may set.
+inline constexpr int32_t max_in_line_power = 12500;
+
 /// What an operator sets for the switch as a whole, and what is only kept for him.
 struct SwitchSettings {
-    int32_t max_default_in_line_power = 12500;
+    int32_t max_default_in_line_power = max_in_line_power;
     bool status_notifications = true; ///< events of units are raised; see Chassis::observe()
     uint32_t type_code = 0;           ///< of the chassis, as the platform database tells it
     std::chrono::milliseconds diagnostics_delay{}; ///< that reading a transceiver takes
@@ -59,6 +68,9 @@ struct Occurrence {
     uint32_t index = 0;                 ///< entPhysicalIndex of what it is about; 0 for none
     std::optional<Crossing> crossing{}; ///< of Event::sensor_threshold_crossed
 };
+
+/// A unit that the switch does not recognize, in the place whose container is given.
+Entity unrecognized_unit(const Entity& container, uint32_t index);
 
 class Chassis {
 public:
@@ -79,12 +91,19 @@ public:
     void add(Entity entity);
 
     /// Adds a place whose container is there, and a unit that is in service from the start, unless
-    /// it has failed or its administrative statuses have it off.
+    /// it is starting or has failed, or its administrative statuses have it off.
     void add_place(Place place) { places_.emplace(place.index, std::move(place)); }
     void add_unit(Assembly assembly);
 
     /// Adds a unit that was pulled from its place and may be inserted.
     void add_pulled(Assembly assembly);
+
+    /// Sets what has become of the supervisors. One that cannot be in charge is followed by
+    /// another.
+    void set_redundancy(const Redundancy& redundancy);
+
+    /// Sets the redundancy mode, whether the power supplies cover what is drawn under it or not.
+    void start_under(RedundancyMode mode) { redundancy_mode_ = mode; }
 
     /// How long a module starts before it goes into service.
     void set_start_time(std::chrono::seconds time) { start_time_ = time; }
@@ -114,6 +133,9 @@ public:
 
     /// The unit with an index, or null.
     const Unit* find_unit(uint32_t index) const;
+
+    /// The unit with an index, in its place or pulled from it, or null.
+    const Unit* known_unit(uint32_t index) const;
 
     /// How an entity is: a unit as its power and its failures say, a part as its unit, unless the
     /// part itself has failed.
@@ -148,6 +170,10 @@ public:
 
     /// Watts that modules and fan trays draw.
     uint32_t drawn_watts() const;
+
+    /// Faults on demand, in the order of their numbers. Spent ones are gone.
+    const std::vector<Fault>& faults() const { return faults_; }
+    std::vector<Fault>& faults() { return faults_; }
 
     RedundancyMode redundancy_mode() const { return redundancy_mode_; }
 
@@ -220,6 +246,9 @@ public:
     /// Sets what a LED shows by hand, or lets it follow its unit again.
     void set_led(uint32_t entity, uint32_t led, std::optional<int32_t> value);
 
+    /// Adds a fault, and numbers it.
+    void set_fault(Fault fault);
+
     /// Plugs what was last unplugged from a port, or another transceiver, into its empty cage.
     void plug(uint32_t index, std::optional<Transceiver> other = std::nullopt);
 
@@ -275,6 +304,8 @@ private:
     Redundancy redundancy_;
     std::map<std::pair<uint32_t, uint32_t>, int32_t> leds_by_hand_;
     SwitchSettings settings_;
+    std::vector<Fault> faults_;
+    uint32_t last_fault_ = 0; ///< number
     Clock::time_point last_change_ = now_();
 };
 

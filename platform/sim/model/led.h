@@ -3,6 +3,7 @@
 #pragma once
 
 #include "model/chassis.h"
+#include "model/named.h"
 #include "records.h"
 
 #include <optional>
@@ -12,10 +13,19 @@ namespace sim {
 /// What a LED shows.
 enum class LedColour : int32_t { off = 1, green = 2, amber = 3, red = 4, blinking_green = 5 };
 
+inline constexpr Named<LedColour> led_colours[] = {{"off", LedColour::off},
+                                                   {"green", LedColour::green},
+                                                   {"amber", LedColour::amber},
+                                                   {"red", LedColour::red},
+                                                   {"blinking-green", LedColour::blinking_green}};
+
 /// The LEDs of the chassis as a whole and of each unit are numbered from 1: first the one of its
 /// status, then, on a supervisor, the one that is green while it is in charge and amber otherwise.
 inline constexpr uint32_t status_led = 1;
 inline constexpr uint32_t role_led = 2;
+
+/// How many LEDs a unit has.
+uint32_t number_of_leds(const Unit& unit);
 
 /// A LED with its colour, nothing for one that there is not.
 std::optional<led_entry> find_led(const Chassis& chassis, uint32_t entity, uint32_t led);

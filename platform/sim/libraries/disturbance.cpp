@@ -1,13 +1,13 @@
-#include "libraries/fault.h"
+#include "libraries/disturbance.h"
+
+#include "libraries/platform_manager.h"
+#include "model/fault.h"
 
 #include <chrono>
 #include <thread>
 
 namespace sim {
 namespace {
-
-std::vector<Fault> set_faults;
-uint32_t last_number = 0;
 
 void strike(const Fault& fault, Disturbance& disturbance)
 {
@@ -32,28 +32,11 @@ void strike(const Fault& fault, Disturbance& disturbance)
 
 } // namespace
 
-const std::vector<Fault>& faults()
-{
-    return set_faults;
-}
-
-uint32_t set_fault(Fault fault)
-{
-    fault.number = ++last_number;
-    set_faults.push_back(fault);
-    return fault.number;
-}
-
-bool clear_fault(uint32_t number)
-{
-    return std::erase_if(set_faults, [=](const Fault& fault) { return fault.number == number; }) !=
-           0;
-}
-
 Disturbance disturb(uint32_t request, int32_t operation)
 {
     Disturbance disturbance;
-    for (Fault& fault : set_faults) {
+    std::vector<Fault>& faults = chassis_in_place()->faults();
+    for (Fault& fault : faults) {
         if (fault.request != request || fault.operation.value_or(operation) != operation) {
             continue;
         }
@@ -63,7 +46,7 @@ Disturbance disturb(uint32_t request, int32_t operation)
             --*fault.left;
         }
     }
-    std::erase_if(set_faults, [](const Fault& fault) { return fault.left == 0; });
+    std::erase_if(faults, [](const Fault& fault) { return fault.left == 0; });
     return disturbance;
 }
 
