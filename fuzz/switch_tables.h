@@ -68,6 +68,7 @@ inline void walk_ports()
 inline void walk_all_tables()
 {
     sim::chassis_in_place()->settings().diagnostics_delay = {};
+    sim::chassis_in_place()->faults().clear();
     walk_ports();
     walk_table<ent_sensor_value_rec>(Opcode::sensor_value);
     walk_table<ent_sensor_thresh_rec, 2>(Opcode::sensor_threshold);
