@@ -1,5 +1,6 @@
 #include "files/toml_reader.h"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -12,12 +13,15 @@ constexpr size_t max_file_size = 4U << 20U; ///< far beyond any chassis or scena
 std::string contents_of(const std::string& file)
 {
     std::ifstream stream(file, std::ios::binary);
-    std::string text(max_file_size + 1, '\0');
-    stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+    std::string text;
+    std::array<char, 65536> chunk{};
+    do {
+        stream.read(chunk.data(), chunk.size());
+        text.append(chunk.data(), static_cast<size_t>(stream.gcount()));
+    } while (stream && text.size() <= max_file_size);
     if (!stream.is_open() || stream.bad()) {
         throw FileError(file + ": " + std::strerror(errno));
     }
-    text.resize(static_cast<size_t>(stream.gcount()));
     if (text.size() > max_file_size) {
         throw FileError(concat(file, ": has more than ", max_file_size, " bytes"));
     }

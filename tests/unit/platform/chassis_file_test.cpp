@@ -96,6 +96,39 @@ TEST(ChassisFile, NamesTheLineOfWhatIsWrong)
     EXPECT_THROW(sim::load_chassis("/nonexistent/chassis.toml"), sim::FileError);
 }
 
+TEST(ChassisFile, HasWhatFollowsFromANameFollowItInTheEnd)
+{
+    const ChassisFile file(R"(
+[chassis]
+slots = 1
+manufacturer = "Maker"
+serial = "S"
+sensors = [{ name = "inlet" }]
+[[module]]
+slot = 1
+sensors = [{}, {}]
+[[entity]]
+index = 1
+name = "Box"
+serial = "T"
+[[entity]]
+index = 1001
+name = "Core"
+manufacturer = ""
+[[entity]]
+index = 21654
+name = { hex = "5072c3b662fF" }
+)");
+    const sim::Chassis chassis = sim::load_chassis(file.path);
+    for (const auto& [index, expected] : {std::pair(21589U, "Box inlet, Maker, "),
+                                          {21653U, "Core sensor 1, Maker, "},
+                                          {21654U, "Pröb\xff, Maker, "},
+                                          {1001U, "Core, , T-1001"}}) {
+        const sim::Entity& entity = chassis.entities().at(index);
+        EXPECT_EQ(entity.name + ", " + entity.manufacturer + ", " + entity.serial, expected);
+    }
+}
+
 TEST(ChassisFile, ExhaustsNothingHoweverLongItIs)
 {
     std::string parts = "a";
