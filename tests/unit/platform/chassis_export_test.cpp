@@ -4,6 +4,7 @@
 #include "model/led.h"
 #include "switch_test.h"
 
+#include <iomanip>
 #include <iterator>
 #include <random>
 
@@ -64,13 +65,19 @@ public:
               << "[types.tray]\nfans = 2\n[transceivers.sr]\nmodel = \"SR\"\nlanes = 2\n"
               << "receive-power = { held = \"none\", low-alarm = -18.4 }\n";
         for (uint32_t slot = 1; slot <= slots; ++slot) {
-            unit("module", "slot", slot) ? module() : void();
+            if (unit("module", "slot", slot)) {
+                module();
+            }
         }
         for (uint32_t bay = 1; bay <= supplies; ++bay) {
-            unit("power-supply", "bay", bay) ? maybe(2, "output = 400") : void();
+            if (unit("power-supply", "bay", bay)) {
+                maybe(2, "output = 400");
+            }
         }
         for (uint32_t bay = 1; bay <= trays; ++bay) {
-            unit("fan-tray", "bay", bay) ? maybe(2, "fans = 2\npower = 30") : void();
+            if (unit("fan-tray", "bay", bay)) {
+                maybe(2, "fans = 2\npower = 30");
+            }
         }
         return text_.str();
     }
@@ -270,8 +277,7 @@ protected:
     static std::map<std::string, Bytes> everything()
     {
         std::map<std::string, Bytes> all;
-        std::string& faults = told;
-        faults.clear();
+        std::string faults;
         for (const sim::Fault& fault : sim::chassis_in_place()->faults()) {
             faults += std::to_string(fault.request) + " " +
                       std::to_string(fault.operation.value_or(0)) + std::string(fault.kind->key) +
@@ -280,21 +286,7 @@ protected:
         all["faults"] = Bytes(faults.begin(), faults.end());
         sim::chassis_in_place()->faults().clear(); // they would strike
         for (const auto& [opcode, size] : tables) {
-            for (Bytes key(size);;) {
-                Answer answer = request(opcode, 2, key);
-                if (answer.result == 1 && !answer.block.empty()) {
-                    answer = ask(opcode, 2, 287958);
-                }
-                if (answer.result != 0) {
-                    break;
-                }
-                key = answer.block;
-                const size_t times = opcode == 1029 ? 16 : opcode == 1031 ? 24 : size;
-                std::fill_n(answer.block.begin() + static_cast<ptrdiff_t>(times),
-                            std::min(size - times, size_t{opcode == 1029 ? 16U : 8U}), 0);
-                all[std::to_string(opcode) + " " + std::to_string(wire_word(key, 0)) + "." +
-                    std::to_string(wire_word(key, 4))] = answer.block;
-            }
+            add_table(all, opcode, size);
         }
         for (const uint32_t opcode : {1030U, 1040U, 1042U}) {
             all[std::to_string(opcode)] = request(opcode, 1, {}).block;
@@ -305,6 +297,28 @@ protected:
             }
         }
         return all;
+    }
+
+    static void add_table(std::map<std::string, Bytes>& all, uint32_t opcode, size_t size)
+    {
+        for (Bytes key(size);;) {
+            Answer answer = request(opcode, 2, key);
+            if (answer.result == 1 && !answer.block.empty()) {
+                answer = ask(opcode, 2, 287958); // beyond the transceivers' sensors
+            }
+            if (answer.result != 0) {
+                return;
+            }
+            key = answer.block;
+            if (opcode == 1029) {
+                std::fill_n(&answer.block.at(16), 16, 0);
+            } else if (opcode == 1031) {
+                std::fill_n(&answer.block.at(24), 8, 0);
+            }
+            const bool two_indexes = opcode == 1032 || opcode == 3242;
+            all[std::to_string(opcode) + " " + std::to_string(wire_word(key, 0)) +
+                (two_indexes ? "." + std::to_string(wire_word(key, 4)) : "")] = answer.block;
+        }
     }
 
     static Bytes port(uint32_t if_index)
