@@ -69,6 +69,7 @@ inline void walk_ports()
 inline void walk_all_tables()
 {
     sim::chassis_in_place()->settings().diagnostics_delay = {};
+    sim::chassis_in_place()->faults().clear();
     walk_ports();
     walk_table(sensor_value_table);
     walk_table(sensor_threshold_table);

@@ -159,16 +159,25 @@ def test_scenarios_play_and_notify(switch):
     assert "\x1b" not in view
 
 
-@pytest.mark.parametrize("text, line, complaint", [
-    ('x = 1', 1, "'x'"), ('[[step]]\nat = 1\ndo = ["pull"]', 3, "UNIT"), ("a = ", 1, ""),
-    ('[[step]]\nat = 1\ndo = []', 1, "do"), ('[[step]]\ndo = ["announce"]', 1, "at"),
-    ('[[step]]\nat = 2\ndo = ["announce"]\n[[step]]\nat = 1\ndo = ["announce"]', 4, "before"),
-    ('[[step]]\nat = 0\ndo = ["pull", "Module 99"]', 3, "Module 99"),
+@pytest.mark.parametrize("text, complaint", [
+    ("x = 1", "1: unknown key 'x'"), ("a = ", "1: .+"), ("", "1: there is no [[step]]"),
+    ("description = 5", "1: 'description' is not a string"),
+    ("step = [1]", "1: 'step' is not a table"),
+    ('[[step]]\nat = 1\ndo = ["pull"]', "3: UNIT is required"),
+    ('[[step]]\nat = 1\ndo = ["fly", "x"]', "3: there is no verb 'fly'; see chmctl --help"),
+    ("[[step]]\nat = 1\ndo = []", "3: 'do' is not a list of the words of a command"),
+    ("[[step]]\nat = 1", "1: a step has no 'do'"),
+    ('[[step]]\ndo = ["announce"]', "1: there is no 'at'"),
+    ('[[step]]\nat = 2\ndo = ["announce"]\n[[step]]\nat = 1\ndo = ["announce"]',
+     "4: this step is before the one above it"),
+    ('[[step]]\nat = 0\ndo = ["pull", "Module 99"]', "3: there is no entity named 'Module 99'"),
 ])
-def test_bad_scenarios_name_the_line(switch, tmp_path, text, line, complaint):
+def test_bad_scenarios_name_the_line(switch, tmp_path, text, complaint):
     (tmp_path / "bad.toml").write_text(text)
     answer = switch.chmctl("play", tmp_path / "bad.toml")
-    assert answer.returncode == 1 and re.search(f"bad.toml:{line}: .*{complaint}", answer.stderr)
+    complaint = complaint if complaint.endswith("+") else re.escape(complaint)
+    assert answer.returncode == 1
+    assert re.fullmatch(f"chmctl: .+/bad.toml:{complaint}\n", answer.stderr), answer.stderr
 
 
 @pytest.mark.parametrize("words, found", [

@@ -1,8 +1,8 @@
 #include "libraries/platform_manager.h"
 
+#include "libraries/disturbance.h"
 #include "libraries/event_log.h"
 #include "libraries/event_queue.h"
-#include "libraries/fault.h"
 #include "libraries/result_code.h"
 #include "model/led.h"
 #include "model/ports.h"

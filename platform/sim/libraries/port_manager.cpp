@@ -1,8 +1,9 @@
 #include "libraries/c_boundary.h"
-#include "libraries/fault.h"
+#include "libraries/disturbance.h"
 #include "libraries/malloc_copy.h"
 #include "libraries/platform_manager.h"
 #include "libraries/result_code.h"
+#include "model/fault.h"
 #include "model/ports.h"
 #include "records/transceiver_record.h"
 

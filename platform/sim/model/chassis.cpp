@@ -16,6 +16,18 @@ bool is_about_unit(uint32_t event)
 
 } // namespace
 
+Entity unrecognized_unit(const Entity& container, uint32_t index)
+{
+    return {.index = index,
+            .entity_class = EntityClass::unknown,
+            .contained_in = container.index,
+            .position = 1,
+            .replaceable = true,
+            .failed = true,
+            .description = "Unit that the switch does not recognize",
+            .name = "Unknown unit in " + container.name};
+}
+
 void Chassis::add(Entity entity)
 {
     const uint32_t index = entity.index;
@@ -34,10 +46,13 @@ void Chassis::add(Entity entity)
 void Chassis::add_unit(Assembly assembly)
 {
     Unit& unit = fit(std::move(assembly));
-    unit.status = EntityStatus::ok;
     unit.powered = true;
     unit.status_changed = unit.went_into_service = last_change_;
-    unit.starts = 1;
+    if (unit.status == EntityStatus::starting) {
+        unit.ready_at = last_change_ + settings_.start_time;
+    } else {
+        unit.status = EntityStatus::ok;
+    }
     settle(unit);
 }
 
@@ -46,6 +61,12 @@ void Chassis::add_pulled(Assembly assembly)
     const auto place = std::ranges::find_if(
         places_, [&](const auto& entry) { return entry.second.unit_index == assembly.unit.index; });
     place->second.pulled = std::move(assembly);
+}
+
+void Chassis::set_redundancy(const Redundancy& redundancy)
+{
+    redundancy_ = redundancy;
+    settle_roles();
 }
 
 const Entity* Chassis::find(uint32_t index) const
@@ -58,6 +79,16 @@ const Unit* Chassis::find_unit(uint32_t index) const
 {
     const auto found = units_.find(index);
     return found == units_.end() ? nullptr : &found->second;
+}
+
+const Unit* Chassis::known_unit(uint32_t index) const
+{
+    for (const auto& [container, place] : places_) {
+        if (place.unit_index == index && place.pulled) {
+            return &place.pulled->unit;
+        }
+    }
+    return find_unit(index);
 }
 
 EntityStatus Chassis::status(const Entity& entity) const
@@ -222,13 +253,18 @@ void Chassis::pull(uint32_t index)
 void Chassis::insert(uint32_t index, std::optional<Assembly> other)
 {
     Place& place = empty_place(index);
-    std::optional<Assembly> assembly = std::move(other ? other : place.pulled);
-    if (!assembly) {
+    if (other) {
+        // What was set by hand goes with the unit that was there.
+        std::erase_if(settings_.leds_by_hand,
+                      [&](const auto& led) { return led.first.first == place.unit_index; });
+        place.pulled = std::move(other);
+    }
+    if (!place.pulled) {
         throw Refusal("nothing was pulled from " + entities_.at(index).name +
                       "; say which type of unit to insert");
     }
+    Unit& unit = fit(std::move(*place.pulled));
     place.pulled.reset();
-    Unit& unit = fit(std::move(*assembly));
     tell({fru_inserted, unit.index});
     announce_change();
     settle(unit);
@@ -237,22 +273,21 @@ void Chassis::insert(uint32_t index, std::optional<Assembly> other)
 void Chassis::plug_unknown(uint32_t index)
 {
     const uint32_t unit = empty_place(index).unit_index;
-    add({.index = unit,
-         .entity_class = EntityClass::unknown,
-         .contained_in = index,
-         .position = 1,
-         .replaceable = true,
-         .failed = true,
-         .description = "Unit that the switch does not recognize",
-         .name = "Unknown unit in " + entities_.at(index).name});
+    add(unrecognized_unit(entities_.at(index), unit));
     tell({unrecognized_fru, unit});
     announce_change();
+}
+
+void Chassis::set_fault(Fault fault)
+{
+    fault.number = ++last_fault_;
+    faults_.push_back(fault);
 }
 
 void Chassis::set_reading(uint32_t index, std::optional<double> value)
 {
     Sensor& sensor = sensor_of(index);
-    if (value && !(std::abs(*value * steps_per_unit(sensor)) <= max_sensor_value)) {
+    if (value && !(std::abs(*value) <= most_reading(sensor.scale, sensor.precision))) {
         throw Refusal(entities_.at(index).name + " cannot tell such a value");
     }
     // What moved since the last measurement is not the hand's doing.
@@ -422,9 +457,8 @@ void Chassis::start(Unit& unit)
         unit.ready_at = now_() + settings_.start_time;
         change_status(unit, EntityStatus::starting, true);
     }
-    if (now_() >= unit.ready_at) {
-        change_status(unit, EntityStatus::ok, true);
-    }
+    const bool ready = now_() >= unit.ready_at;
+    change_status(unit, ready ? EntityStatus::ok : EntityStatus::starting, true);
 }
 
 /// Settles a unit, but one that runs goes off first.

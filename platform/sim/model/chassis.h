@@ -6,6 +6,7 @@
 #pragma once
 
 #include "model/entity.h"
+#include "model/fault.h"
 #include "model/power.h"
 #include "model/reading.h"
 #include "model/redundancy.h"
@@ -35,7 +36,7 @@ struct Place {
 
 /// What is set for the switch as a whole.
 struct SwitchSettings {
-    int32_t max_default_in_line_power = 12500;
+    int32_t max_default_in_line_power = max_in_line_power;
     bool status_notifications = true; ///< events of units are raised; see Chassis::observe()
     uint32_t type_code = 0;           ///< of the chassis, as the platform database tells it
     std::chrono::milliseconds diagnostics_delay{}; ///< that reading a transceiver takes
@@ -57,6 +58,9 @@ struct Occurrence {
     std::optional<Crossing> crossing{}; ///< of sensor_threshold_crossed
 };
 
+/// A unit that the switch does not recognize, in the place whose container is given.
+Entity unrecognized_unit(const Entity& container, uint32_t index);
+
 class Chassis {
 public:
     using Observer = std::function<void(const Occurrence& occurrence)>;
@@ -76,12 +80,19 @@ public:
     void add(Entity entity);
 
     /// Adds a place whose container is there, and a unit that is in service from the start, unless
-    /// it has failed or its administrative statuses have it off.
+    /// it is starting or has failed, or its administrative statuses have it off.
     void add_place(Place place) { places_.emplace(place.index, std::move(place)); }
     void add_unit(Assembly assembly);
 
     /// Adds a unit that was pulled from its place and may be inserted.
     void add_pulled(Assembly assembly);
+
+    /// Sets what has become of the supervisors. One that cannot be in charge is followed by
+    /// another.
+    void set_redundancy(const Redundancy& redundancy);
+
+    /// Sets the redundancy mode, whether the power supplies cover what is drawn under it or not.
+    void start_under(RedundancyMode mode) { redundancy_mode_ = mode; }
 
     // How it is.
 
@@ -106,6 +117,9 @@ public:
     /// The unit with an index, or null.
     const Unit* find_unit(uint32_t index) const;
 
+    /// The unit with an index, in its place or pulled from it, or null.
+    const Unit* known_unit(uint32_t index) const;
+
     /// How an entity is: a unit as its power and its failures say, a part as its unit, unless the
     /// part itself has failed.
     EntityStatus status(const Entity& entity) const;
@@ -119,6 +133,10 @@ public:
     const Redundancy& redundancy() const { return redundancy_; }
 
     RedundancyMode redundancy_mode() const { return redundancy_mode_; }
+
+    /// Faults on demand, in the order of their numbers. Spent ones are gone.
+    const std::vector<Fault>& faults() const { return faults_; }
+    std::vector<Fault>& faults() { return faults_; }
 
     /// When the inventory last changed; at first when the chassis was made.
     Clock::time_point last_change() const { return last_change_; }
@@ -165,6 +183,9 @@ public:
 
     /// Sets the supervisors' state code by hand, or lets it follow them again.
     void set_supervisor_state(std::optional<int32_t> state) { redundancy_.state_by_hand = state; }
+
+    /// Adds a fault, and numbers it.
+    void set_fault(Fault fault);
 
     /// Plugs what was last unplugged from a port, or another transceiver, into its empty cage.
     void plug(uint32_t index, std::optional<Transceiver> other = std::nullopt);
@@ -219,6 +240,8 @@ private:
     RedundancyMode redundancy_mode_ = RedundancyMode::none;
     Redundancy redundancy_;
     SwitchSettings settings_;
+    std::vector<Fault> faults_;
+    uint32_t last_fault_ = 0; ///< number
     Clock::time_point last_change_ = now_();
 };
 

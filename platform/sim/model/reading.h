@@ -19,7 +19,11 @@ public:
     double at(Clock::time_point time) const;
 
     /// Has the reading stay at a value, within the bounds or not, or move again.
-    void set_by_hand(std::optional<double> value) { by_hand_ = value; }
+    void set_by_hand(std::optional<double> value)
+    {
+        // -0 becomes 0: they differ as raw words of reals, and nobody writes -0 on purpose.
+        by_hand_ = value ? std::optional(*value + 0.0) : std::nullopt;
+    }
 
     bool is_by_hand() const { return by_hand_.has_value(); }
 

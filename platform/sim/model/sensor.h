@@ -111,6 +111,12 @@ inline double steps_per_unit(const Sensor& sensor)
     return steps_per_unit(sensor.scale, sensor.precision);
 }
 
+/// The largest value, in the unit, that a sensor can tell; the least is minus it.
+inline double most_reading(SensorScale scale, uint32_t precision)
+{
+    return max_sensor_value / steps_per_unit(scale, precision);
+}
+
 /// What a sensor tells of a value in the unit of its kind, which must not be beyond what it can.
 inline int32_t in_steps(const Sensor& sensor, double value)
 {

@@ -6,12 +6,10 @@
 #include "wire/requests.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <optional>
 #include <string_view>
-#include <vector>
 
 namespace sim {
 
@@ -74,36 +72,8 @@ struct Fault {
     const FaultKind* kind;
     uint32_t amount = 0;
     std::optional<uint32_t> left{}; ///< how often it still strikes, none for until it is cleared
-    uint32_t number = 0;            ///< given when it is set
+    uint32_t number = 0;            ///< that the chassis gives it
     uint64_t strikes = 0;
 };
-
-/// What the faults make of one request, besides the time that it takes.
-struct Disturbance {
-    std::optional<int32_t> result{}; ///< with which the request is answered without being served
-    ptrdiff_t more_bytes = 0;        ///< of each block, or fewer
-
-    /// The size of a block of so many bytes.
-    size_t disturbed(size_t size) const
-    {
-        const auto whole = static_cast<ptrdiff_t>(size) + more_bytes;
-        return whole > 0 ? static_cast<size_t>(whole) : 0;
-    }
-};
-
-/// The faults that are set, in the order of their numbers. Spent ones are gone.
-const std::vector<Fault>& faults();
-
-/// Sets a fault. @return its number
-uint32_t set_fault(Fault fault);
-
-/// Clears the fault with a number. @return false when there is none
-bool clear_fault(uint32_t number);
-
-/// Has the faults strike one request: waits as long as they say. Comes before every answer.
-Disturbance disturb(std::string_view request, int32_t operation);
-
-/// The same for a request of the platform manager.
-Disturbance disturb(uint32_t opcode, int32_t operation);
 
 } // namespace sim
