@@ -105,7 +105,10 @@ bool Chassis::is_beyond(const Entity& sensor, const SensorThreshold& threshold) 
 const Unit* Chassis::active_supervisor() const
 {
     const Unit* unit = find_unit(redundancy_.active);
-    return unit != nullptr && unit->status == EntityStatus::ok ? unit : nullptr;
+    // A line card may have come into the slot of a supervisor that failed and was pulled.
+    const bool in_service =
+        unit != nullptr && is_supervisor(*unit) && unit->status == EntityStatus::ok;
+    return in_service ? unit : nullptr;
 }
 
 const Unit* Chassis::standby_supervisor() const

@@ -201,6 +201,15 @@ TEST_F(Units, HaveASupervisorInCharge)
     follow("repair 1005 -> 1035 1005 2, 1034 1005 5, 1034 1005 2\n"
            "repair 1001 -> 1035 1001 2, 1034 1001 5, 1034 1001 2\n");
     EXPECT_EQ(redundancy(), "2 5 1 2 2 3 3 1 ") << "the role does not come back";
+    follow("fail 1001 -> 1035 1001 4, 1034 1001 4\n"
+           "fail 1005 -> 1035 1005 4, 1034 1005 4\n"
+           "pull 1005 -> 1035 1005 3, 1034 1005 3, 1037 1005 3, 1033\n"
+           "insert 105, \"type\": \"other\" -> 1036 1005 3, 1033, 1035 1005 2, 1034 1005 5, "
+           "1034 1005 2 | 1005=2/1/1\n");
+    EXPECT_EQ(redundancy(), "1 0 0 1 1 3 3 1 ") << "a line card takes no role over";
+    follow("repair 1001 -> 1035 1001 2, 1034 1001 5, 1034 1001 2, 1043\n"
+           "pull 1005 -> 1035 1005 3, 1034 1005 3, 1037 1005 3, 1033\n");
+    EXPECT_EQ(redundancy(), "1 1 0 2 1 3 4 1 ");
     sim::chassis_in_place()->set_supervisor_state(7);
     EXPECT_EQ(hactl_supstate_get(), 7);
 }
