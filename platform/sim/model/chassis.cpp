@@ -251,6 +251,12 @@ void Chassis::set_failed(uint32_t index, bool failed)
 
 void Chassis::pull(uint32_t index)
 {
+    if (const auto named = places_.find(index); named != places_.end()) {
+        if (find(named->second.unit_index) == nullptr) {
+            throw Refusal(entities_.at(index).name + " is empty");
+        }
+        index = named->second.unit_index;
+    }
     const Entity& entity = entities_.at(index);
     const auto place = places_.find(entity.contained_in);
     if (place == places_.end() || !entity.replaceable) {

@@ -198,7 +198,7 @@ public:
     /// Has a unit or a fan fail, or repairs it; a fan tray is repaired with its fans.
     void set_failed(uint32_t index, bool failed);
 
-    /// Pulls the unit with an index out of its place.
+    /// Pulls a unit out of its place, by its own index or by that of the place's container.
     void pull(uint32_t index);
 
     /// Fills an empty place, by the index of its container, with what was last pulled from it or

@@ -30,7 +30,9 @@ TEST_F(Units, StayAsTheyAreWhenAChangeIsRefused)
         }
     }
     follow(R"(
-pull 101 -> Slot 1 cannot be pulled
+pull 101 -> Module 1 is the active supervisor
+pull 103 -> Slot 3 is empty
+pull 1 -> Box cannot be pulled
 pull 4033 -> Fan 2/1 cannot be pulled
 pull 2003 -> Power supply 3 cannot be pulled
 insert 102, "type": "other" -> Slot 2 is not empty
@@ -140,10 +142,10 @@ TEST_F(Units, ArePulledAndInserted)
     follow(R"(
 pull 1002 -> 1035 1002 3, 1034 1002 3, 1037 1002 3, 1033 | 1002= 302001= 102=2
 plug-unknown 102 -> 3224 1002 4, 1033 | 1002=4
-pull 1002 -> 1037 1002 4, 1033 | 1002=
+pull "Slot 2" -> 1037 1002 4, 1033 | 1002=
 insert "Slot 2" -> 1036 1002 3, 1033, 1035 1002 2, 1034 1002 5, 1034 1002 2 | 1002=2/1/1 302001=2
 word 1029 1002 12 -> 2
-pull 2002 -> 1121 2002 0, 1037 2002 3, 1033 | 2002=
+pull "Power supply bay 2" -> 1121 2002 0, 1037 2002 3, 1033 | 2002=
 insert 202 -> 1036 2002 3, 1033, 1121 2002 400 | 2002=2
 fail 4034 -> 1047 3002 4 | 3002=4
 pull 3002 -> 1035 3002 3, 1047 3002 3, 1037 3002 3, 1033 | 3002= 4034=
