@@ -10,6 +10,8 @@
 
 #include <net-snmp/agent/agent_callbacks.h>
 
+#include <sys/eventfd.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace {
@@ -137,6 +139,100 @@ TEST(RequestUser, IsTheCommunityOrTheUserUntilTheRequestEnds)
     EXPECT_EQ(get_snmp_username(nullptr), nullptr);
 }
 
+/// Does what the agent's loop does when it comes around, without waiting.
+/// @return the number of descriptors that were ready
+int come_around()
+{
+    int number = 0;
+    fd_set readable;
+    fd_set writable;
+    fd_set exceptional;
+    for (fd_set* set : {&readable, &writable, &exceptional}) {
+        FD_ZERO(set);
+    }
+    netsnmp_external_event_info(&number, &readable, &writable, &exceptional);
+    timeval none{};
+    int ready = select(number, &readable, &writable, &exceptional, &none);
+    const int count = ready;
+    netsnmp_dispatch_external_events(&ready, &readable, &writable, &exceptional);
+    return count;
+}
+
+/// A client of a control socket.
+struct Client {
+    explicit Client(const std::string& path)
+    {
+        EXPECT_EQ(sim::connect_to(socket, *sim::unix_address(path)), 0) << path;
+    }
+
+    /// What the switch answers to a request, nothing when it closed the connection.
+    std::string ask(const std::string& request) const
+    {
+        char answer[65536];
+        EXPECT_GT(send(socket.get(), request.data(), request.size(), MSG_NOSIGNAL), 0);
+        while (come_around() > 0) {
+        }
+        const ssize_t size = recv(socket.get(), answer, sizeof answer, MSG_DONTWAIT);
+        return {answer, static_cast<size_t>(std::max<ssize_t>(size, 0))};
+    }
+
+    sim::Descriptor socket = sim::new_unix_socket();
+};
+
+const std::string no_request = "{}\n";
+
+TEST(ControlSocketTest, RestsWhenThereIsNoDescriptorForAClient)
+{
+    const std::string path = temporary_path("rest");
+    sim::ControlSocket socket;
+    socket.open(path);
+    const Client client(path);
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit none{3, limit.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    EXPECT_EQ(come_around(), 1);
+    EXPECT_EQ(come_around(), 0) << "the agent would come around again and again";
+    setrlimit(RLIMIT_NOFILE, &limit);
+    socket.resume();
+    EXPECT_NE(client.ask(no_request), "");
+    socket.close();
+}
+
+TEST(ControlSocketTest, DoesWithoutWhatTheAgentDoesNotWatch)
+{
+    const std::string path = temporary_path("unwatched");
+    std::deque<sim::Descriptor> others;
+    const auto crowd = [&] { // takes every place that the agent has
+        do {
+            others.emplace_back(eventfd(0, EFD_CLOEXEC));
+        } while (register_readfd(
+                     others.back().get(), [](int, void*) {}, nullptr) == 0);
+    };
+    const auto make_room = [&] {
+        unregister_readfd(others.front().get());
+        others.pop_front();
+    };
+    crowd();
+    sim::ControlSocket socket;
+    EXPECT_THROW(socket.open(path), std::runtime_error);
+    EXPECT_THROW(sim::start_event_delivery(), std::runtime_error);
+    sim::stop_event_delivery();
+    struct stat status {};
+    EXPECT_NE(lstat(path.c_str(), &status), 0);
+    make_room();
+    socket.open(path);
+    const Client unheard(path);
+    EXPECT_EQ(unheard.ask(no_request), "");
+    make_room();
+    const Client heard(path);
+    EXPECT_NE(heard.ask(no_request), "");
+    while (!others.empty()) {
+        make_room();
+    }
+    socket.close();
+}
+
 TEST(ControlSocketTest, TakesThePlaceOfADeadSwitchOnly)
 {
     const std::string path = temporary_path("control");
@@ -156,10 +252,15 @@ TEST(ControlSocketTest, TakesThePlaceOfADeadSwitchOnly)
     const auto address = sim::unix_address(path);
     const auto* bound = reinterpret_cast<const sockaddr*>(&*address);
     EXPECT_EQ(bind(sim::new_unix_socket().get(), bound, sizeof *address), 0); // and is dead now
+    first.open(path);
+    EXPECT_EQ(std::remove(path.c_str()), 0);
     second.open(path);
-    EXPECT_EQ(sim::connect_to(sim::new_unix_socket(), *address), 0);
+    first.close();
+    for (const std::string& wrong : {std::string(200, 'x'), std::string()}) {
+        EXPECT_THROW(second.open(wrong), std::runtime_error);
+    }
+    EXPECT_EQ(sim::connect_to(sim::new_unix_socket(), *address), 0) << "it is not the first one's";
     second.close();
-    EXPECT_THROW(second.open(std::string(200, 'x')), std::runtime_error);
 }
 
 } // namespace
