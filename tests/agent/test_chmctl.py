@@ -80,6 +80,7 @@ def test_a_control_socket_without_a_path_is_refused():
     (["fault", "led", "nothing", "3"], 1, "amount"),
     (["fault", "17", "nothing"], 1, "17"),
     (["fault", "fan", "nothing"], 1, "fan-tray-status"),
+    (["fault", "transceiver-diagnostics", "short", "1"], 1, "without a length"),
     (["clear-faults", "999"], 1, "999"),
     (["check", "/nonexistent.toml"], 1, "/nonexistent.toml"),
     (["fly"], 2, ""),

@@ -1,7 +1,9 @@
 #include "libraries/fault.h"
 
-#include <chrono>
-#include <thread>
+#include "libraries/heartbeat.h"
+
+#include <stdexcept>
+#include <string>
 
 namespace sim {
 namespace {
@@ -25,8 +27,58 @@ void strike(const Fault& fault, Disturbance& disturbance)
         disturbance.more_bytes += fault.amount;
         break;
     case FaultEffect::delay:
-        std::this_thread::sleep_for(std::chrono::milliseconds(fault.amount));
+        take_time(std::chrono::milliseconds(fault.amount));
         break;
+    }
+}
+
+bool concerns(const Fault& fault, uint32_t request, int32_t operation)
+{
+    return fault.request == request && fault.operation.value_or(operation) == operation;
+}
+
+/// What the faults of a kind add up to in one request.
+uint32_t sum_of(const FaultKind* kind, uint32_t request, int32_t operation)
+{
+    uint32_t sum = 0;
+    for (const Fault& fault : set_faults) {
+        if (fault.kind == kind && concerns(fault, request, operation)) {
+            sum += fault.amount;
+        }
+    }
+    return sum;
+}
+
+void refuse_without_length(const Fault& fault)
+{
+    const bool resizes =
+        fault.kind->effect == FaultEffect::cut || fault.kind->effect == FaultEffect::pad;
+    if (resizes && fault.request <= static_cast<uint32_t>(PortCall::diagnostics)) {
+        throw std::invalid_argument("answers to '" +
+                                    std::string(key_of(request_names, fault.request)) +
+                                    "' come without a length: they cannot be short or long");
+    }
+}
+
+void refuse_excess(const Fault& fault)
+{
+    if (set_faults.size() == max_faults) {
+        throw std::invalid_argument(std::to_string(max_faults) + " faults are set already");
+    }
+    if (fault.kind->effect == FaultEffect::fail) {
+        return; // the code of the last one counts
+    }
+    for (const auto& [key, operation] : operation_names) {
+        if (!concerns(fault, fault.request, operation)) {
+            continue;
+        }
+        const uint32_t sum = sum_of(fault.kind, fault.request, operation) + fault.amount;
+        if (sum > fault.kind->most) {
+            const std::string unit(fault.kind->amount);
+            throw std::invalid_argument("the faults of a " + std::string(key) +
+                                        " would add up to " + std::to_string(sum) + " " + unit +
+                                        ", and the most is " + std::to_string(fault.kind->most));
+        }
     }
 }
 
@@ -39,6 +91,8 @@ const std::vector<Fault>& faults()
 
 uint32_t set_fault(Fault fault)
 {
+    refuse_without_length(fault);
+    refuse_excess(fault);
     fault.number = ++last_number;
     set_faults.push_back(fault);
     return fault.number;
@@ -54,7 +108,7 @@ Disturbance disturb(uint32_t request, int32_t operation)
 {
     Disturbance disturbance;
     for (Fault& fault : set_faults) {
-        if (fault.request != request || fault.operation.value_or(operation) != operation) {
+        if (!concerns(fault, request, operation)) {
             continue;
         }
         strike(fault, disturbance);

@@ -45,8 +45,8 @@ inline constexpr Named<int32_t> operation_names[] = {
 enum class FaultEffect {
     fail,    ///< the request is not served; the amount is the result code
     nothing, ///< the request is not served either, but answered with success and no block
-    cut,     ///< the blocks of the answer miss as many bytes as the amount says
-    pad,     ///< they have as many more, all zero
+    cut,     ///< the block of the answer misses as many bytes as the amount says
+    pad,     ///< it has as many more, all zero
     delay,   ///< the answer takes as many milliseconds more
 };
 
@@ -54,7 +54,7 @@ struct FaultKind {
     std::string_view key; ///< for chmctl
     FaultEffect effect;
     std::string_view amount; ///< what it is, empty for none
-    uint32_t most;           ///< of the amount, which is 1 at least
+    uint32_t most;           ///< of the amount, which is 1 at least; see set_fault()
 };
 
 inline constexpr FaultKind fault_kinds[] = {
@@ -78,7 +78,7 @@ struct Fault {
 /// What the faults make of one request, besides the time that it takes.
 struct Disturbance {
     std::optional<int32_t> result{}; ///< with which the request is answered without being served
-    ptrdiff_t more_bytes = 0;        ///< of each block, or fewer
+    ptrdiff_t more_bytes = 0;        ///< of the block, or fewer
 
     /// The size of a block of so many bytes.
     size_t disturbed(size_t size) const
@@ -91,7 +91,13 @@ struct Disturbance {
 /// The faults that are set, in the order of their numbers. Spent ones are gone.
 const std::vector<Fault>& faults();
 
-/// Sets a fault. @return its number
+/// Most faults that may be set at a time.
+inline constexpr size_t max_faults = 100;
+
+/// Sets a fault. Throws std::invalid_argument for one too many, for one with which delays, cut or
+/// padded bytes of a single request would add up to more than the most of their kind, and for an
+/// answer of the port manager's that is cut or padded: without a length, its bytes are relied on.
+/// @return its number
 uint32_t set_fault(Fault fault);
 
 /// Clears the fault with a number. @return false when there is none

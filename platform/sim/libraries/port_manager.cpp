@@ -1,12 +1,12 @@
 #include "libraries/c_boundary.h"
 #include "libraries/fault.h"
+#include "libraries/heartbeat.h"
 #include "libraries/malloc_copy.h"
 #include "libraries/platform_manager.h"
 #include "libraries/result_code.h"
 #include "records/transceiver_record.h"
 
 #include <array>
-#include <thread>
 
 namespace sim {
 namespace {
@@ -33,24 +33,13 @@ PortConfig encode_config(const Chassis& chassis, const Entity& port)
     return config;
 }
 
-/// The blocks of one answer on their way to the caller.
-class HandOver {
-public:
-    explicit HandOver(const Disturbance& disturbance) : disturbance_(disturbance) {}
-
-    template <typename Block>
-    ResultCode operator()(const Block& block, void** response) const
-    {
-        const auto bytes = std::as_bytes(std::span(block));
-        std::vector<std::byte> copy(bytes.begin(), bytes.end());
-        copy.resize(disturbance_.disturbed(copy.size()));
-        *response = malloc_copy(copy);
-        return ResultCode::ok;
-    }
-
-private:
-    Disturbance disturbance_;
-};
+/// Hands a copy of a block over to the caller.
+template <typename Block>
+ResultCode hand_over(const Block& block, void** response)
+{
+    *response = malloc_copy(std::as_bytes(std::span(block)));
+    return ResultCode::ok;
+}
 
 /// Runs the body of a call with the chassis in place. @return the call's result
 template <typename Body>
@@ -64,8 +53,7 @@ int32_t with_chassis(PortCall call, Body body)
         const Disturbance disturbance =
             disturb(static_cast<uint32_t>(call),
                     call == PortCall::next_port ? CHM_REQ_GETNEXT : CHM_REQ_GET);
-        return disturbance.result ? *disturbance.result
-                                  : static_cast<int32_t>(body(*chassis, HandOver(disturbance)));
+        return disturbance.result ? *disturbance.result : static_cast<int32_t>(body(*chassis));
     });
 }
 
@@ -73,9 +61,9 @@ int32_t with_chassis(PortCall call, Body body)
 template <typename Body>
 int32_t with_port(PortCall call, uint32_t if_index, Body body)
 {
-    return with_chassis(call, [&](Chassis& chassis, const HandOver& hand_over) {
+    return with_chassis(call, [&](Chassis& chassis) {
         const Entity* port = chassis.find_port(if_index);
-        return port == nullptr ? ResultCode::no_such_entry : body(chassis, *port, hand_over);
+        return port == nullptr ? ResultCode::no_such_entry : body(chassis, *port);
     });
 }
 
@@ -84,7 +72,6 @@ int32_t with_port(PortCall call, uint32_t if_index, Body body)
 
 using sim::Chassis;
 using sim::Entity;
-using sim::HandOver;
 using sim::PortCall;
 using sim::ResultCode;
 
@@ -93,11 +80,10 @@ int32_t pm_cmi_get_port_config(uint32_t /*queue*/, int32_t /*operation*/, uint32
                                uint32_t /*req_class*/)
 {
     *response = nullptr;
-    return sim::with_port(
-        PortCall::configuration, *if_index,
-        [&](const Chassis& chassis, const Entity& port, const HandOver& hand_over) {
-            return hand_over(sim::encode_config(chassis, port), response);
-        });
+    return sim::with_port(PortCall::configuration, *if_index,
+                          [&](const Chassis& chassis, const Entity& port) {
+                              return sim::hand_over(sim::encode_config(chassis, port), response);
+                          });
 }
 
 int32_t pm_get_next_port_fcot_info_with_ddm(uint32_t /*queue*/, int32_t /*operation*/,
@@ -106,14 +92,13 @@ int32_t pm_get_next_port_fcot_info_with_ddm(uint32_t /*queue*/, int32_t /*operat
                                             uint32_t /*req_class*/)
 {
     *response = nullptr;
-    return sim::with_chassis(
-        PortCall::next_port, [&](const Chassis& chassis, const HandOver& hand_over) {
-            const Entity* port = chassis.next_port_with_diagnostics(*if_index);
-            if (port == nullptr) {
-                return ResultCode::no_such_entry;
-            }
-            return hand_over(std::array{port->port.value().if_index}, response);
-        });
+    return sim::with_chassis(PortCall::next_port, [&](const Chassis& chassis) {
+        const Entity* port = chassis.next_port_with_diagnostics(*if_index);
+        if (port == nullptr) {
+            return ResultCode::no_such_entry;
+        }
+        return sim::hand_over(std::array{port->port.value().if_index}, response);
+    });
 }
 
 int32_t pm_cmi_get_fcot_info(uint32_t /*queue*/, int32_t /*operation*/, uint32_t /*arg*/,
@@ -122,13 +107,12 @@ int32_t pm_cmi_get_fcot_info(uint32_t /*queue*/, int32_t /*operation*/, uint32_t
 {
     *response = nullptr;
     return sim::with_port(
-        PortCall::information, *if_index,
-        [&](const Chassis& chassis, const Entity& port, const HandOver& hand_over) {
+        PortCall::information, *if_index, [&](const Chassis& chassis, const Entity& port) {
             const sim::Transceiver* transceiver = chassis.transceiver_in_service(port);
             if (transceiver == nullptr) {
                 return ResultCode::no_such_entry;
             }
-            return hand_over(sim::encode_information(*transceiver), response);
+            return sim::hand_over(sim::encode_information(*transceiver), response);
         });
 }
 
@@ -138,18 +122,17 @@ int32_t pm_get_sfp_diag_info(uint32_t /*queue*/, uint32_t if_index, void** diag,
     *diag = nullptr;
     *aux = nullptr;
     *num_of_lanes = 0;
-    return sim::with_port(PortCall::diagnostics, if_index,
-                          [&](Chassis& chassis, const Entity& port, const HandOver& hand_over) {
-                              if (chassis.transceiver_in_service(port) == nullptr) {
-                                  return ResultCode::no_such_entry;
-                              }
-                              std::this_thread::sleep_for(chassis.settings().diagnostics_delay);
-                              const std::vector<diag_info> lanes =
-                                  chassis.read_diagnostics(port.index);
-                              const std::vector<sim::Auxiliary> auxiliaries(lanes.size());
-                              hand_over(lanes, diag);
-                              hand_over(auxiliaries, aux);
-                              *num_of_lanes = static_cast<uint32_t>(lanes.size());
-                              return ResultCode::ok;
-                          });
+    return sim::with_port(
+        PortCall::diagnostics, if_index, [&](Chassis& chassis, const Entity& port) {
+            if (chassis.transceiver_in_service(port) == nullptr) {
+                return ResultCode::no_such_entry;
+            }
+            sim::take_time(chassis.settings().diagnostics_delay);
+            const std::vector<diag_info> lanes = chassis.read_diagnostics(port.index);
+            const std::vector<sim::Auxiliary> auxiliaries(lanes.size());
+            sim::hand_over(lanes, diag);
+            sim::hand_over(auxiliaries, aux);
+            *num_of_lanes = static_cast<uint32_t>(lanes.size());
+            return ResultCode::ok;
+        });
 }

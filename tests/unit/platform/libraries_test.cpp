@@ -2,6 +2,7 @@
 
 #include "control/control_socket.h"
 #include "libraries/event_log.h"
+#include "libraries/fault.h"
 #include "libraries/request_user.h"
 #include "libraries/unix_socket.h"
 #include "switch_test.h"
@@ -137,6 +138,49 @@ TEST(RequestUser, IsTheCommunityOrTheUserUntilTheRequestEnds)
     sim::stop_tracking_requests();
     check_access(v3);
     EXPECT_EQ(get_snmp_username(nullptr), nullptr);
+}
+
+TEST(Faults, AddUpToNoMoreThanOneMayDo)
+{
+    const auto set = [](const std::string& fault) {
+        const std::string answer =
+            sim::answer_request(R"({"verb": "fault", "request": )" + fault + "}");
+        return answer.find(R"("ok":true)") != std::string::npos
+                   ? "set"
+                   : answer.substr(10, answer.rfind(R"(","ok")") - 10); // after {"error":"
+    };
+    const std::pair<const char*, const char*> cases[] = {
+        {R"("module", "effect": "delay", "amount": 6000, "operation": "get")", "set"},
+        {R"("module", "effect": "delay", "amount": 6000, "operation": "set")", "set"},
+        {R"("module", "effect": "delay", "amount": 4001)",
+         "the faults of a get would add up to 10001 milliseconds, and the most is 10000"},
+        {R"("module", "effect": "delay", "amount": 4000)", "set"},
+        {R"(1029, "effect": "delay", "amount": 1, "operation": "set")",
+         "the faults of a set would add up to 10001 milliseconds, and the most is 10000"},
+        {R"("led", "effect": "delay", "amount": 10000)", "set"},
+        {R"("module", "effect": "long", "amount": 65536)", "set"},
+        {R"("module", "effect": "long", "amount": 1)",
+         "the faults of a get would add up to 65537 bytes, and the most is 65536"},
+        {R"("module", "effect": "short", "amount": 65536)", "set"},
+        {R"("module", "effect": "fail", "amount": 2147483647)", "set"},
+        {R"("module", "effect": "fail", "amount": 2147483647)", "set"}};
+    for (const auto& [fault, outcome] : cases) {
+        EXPECT_EQ(set(fault), outcome) << fault;
+    }
+    for (const std::string request : {"port-configuration", "next-port", "transceiver-information",
+                                      "transceiver-diagnostics"}) {
+        for (const std::string effect : {"short", "long"}) {
+            EXPECT_EQ(set('"' + request + R"(", "effect": ")" + effect + R"(", "amount": 1)"),
+                      "answers to '" + request +
+                          "' come without a length: they cannot be short or long");
+        }
+    }
+    while (sim::faults().size() < 100) {
+        EXPECT_EQ(set(R"("led", "effect": "nothing")"), "set");
+    }
+    EXPECT_EQ(set(R"("led", "effect": "nothing")"), "100 faults are set already");
+    sim::answer_request(R"({"verb": "clear-faults"})");
+    EXPECT_TRUE(sim::faults().empty());
 }
 
 /// Does what the agent's loop does when it comes around, without waiting.
