@@ -167,12 +167,12 @@ TEST(Faults, AddUpToNoMoreThanOneMayDo)
     for (const auto& [fault, outcome] : cases) {
         EXPECT_EQ(set(fault), outcome) << fault;
     }
-    for (const std::string request : {"port-configuration", "next-port", "transceiver-information",
-                                      "transceiver-diagnostics"}) {
-        for (const std::string effect : {"short", "long"}) {
-            EXPECT_EQ(set('"' + request + R"(", "effect": ")" + effect + R"(", "amount": 1)"),
-                      "answers to '" + request +
-                          "' come without a length: they cannot be short or long");
+    for (const char* request : {R"("port-configuration")", R"("next-port")",
+                                R"("transceiver-information")", R"("transceiver-diagnostics")"}) {
+        for (const char* effect :
+             {R"(, "effect": "short", "amount": 1)", R"(, "effect": "long", "amount": 1)"}) {
+            EXPECT_NE(set(std::string(request) + effect).find("without a length"),
+                      std::string::npos);
         }
     }
     while (sim::faults().size() < 100) {
