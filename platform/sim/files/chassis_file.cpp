@@ -252,7 +252,11 @@ private:
         if (const toml::node* node = entry.get("count")) {
             fault.left = number(*node, "count", 1, UINT32_MAX);
         }
-        chassis_.set_fault(fault);
+        try {
+            chassis_.set_fault(fault);
+        } catch (const Refusal& refusal) {
+            fail(entry.source(), refusal.what());
+        }
     }
 
     void add_chassis(const toml::table& settings)

@@ -1,12 +1,12 @@
 #include "libraries/disturbance.h"
 
+#include "libraries/heartbeat.h"
 #include "libraries/platform_manager.h"
 #include "model/fault.h"
 
 #include <algorithm>
 #include <chrono>
 #include <iterator>
-#include <thread>
 
 namespace sim {
 namespace {
@@ -27,7 +27,7 @@ void strike(const Fault& fault, Disturbance& disturbance)
         disturbance.more_bytes += fault.amount;
         break;
     case FaultEffect::delay:
-        std::this_thread::sleep_for(std::chrono::milliseconds(fault.amount));
+        take_time(std::chrono::milliseconds(fault.amount));
         break;
     }
 }
@@ -39,7 +39,7 @@ Disturbance disturb(std::string_view request, int32_t operation)
     Disturbance disturbance;
     std::vector<Fault>& faults = chassis_in_place()->faults();
     for (Fault& fault : faults) {
-        if (fault.request != request || fault.operation.value_or(operation) != operation) {
+        if (!concerns(fault, request, operation)) {
             continue;
         }
         strike(fault, disturbance);

@@ -11,7 +11,7 @@ namespace sim {
 /// What the faults make of one request, besides the time that it takes.
 struct Disturbance {
     std::optional<int32_t> result{}; ///< with which the request is answered without being served
-    ptrdiff_t more_bytes = 0;        ///< of each block, or fewer
+    ptrdiff_t more_bytes = 0;        ///< of the block, or fewer
 
     /// The size of a block of so many bytes.
     size_t disturbed(size_t size) const

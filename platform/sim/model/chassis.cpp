@@ -223,6 +223,12 @@ void Chassis::set_failed(uint32_t index, bool failed)
 
 void Chassis::pull(uint32_t index)
 {
+    if (const auto named = places_.find(index); named != places_.end()) {
+        if (find(named->second.unit_index) == nullptr) {
+            throw Refusal(entities_.at(index).name + " is empty");
+        }
+        index = named->second.unit_index;
+    }
     const Entity& entity = entities_.at(index);
     const auto place = places_.find(entity.contained_in);
     if (place == places_.end() || !entity.replaceable) {
@@ -276,12 +282,6 @@ void Chassis::plug_unknown(uint32_t index)
     add(unrecognized_unit(entities_.at(index), unit));
     tell({unrecognized_fru, unit});
     announce_change();
-}
-
-void Chassis::set_fault(Fault fault)
-{
-    fault.number = ++last_fault_;
-    faults_.push_back(fault);
 }
 
 void Chassis::set_reading(uint32_t index, std::optional<double> value)

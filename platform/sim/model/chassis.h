@@ -165,7 +165,7 @@ public:
     /// Has a unit or a fan fail, or repairs it; a fan tray is repaired with its fans.
     void set_failed(uint32_t index, bool failed);
 
-    /// Pulls the unit with an index out of its place.
+    /// Pulls a unit out of its place, by its own index or by that of the place's container.
     void pull(uint32_t index);
 
     /// Fills an empty place, by the index of its container, with what was last pulled from it or
@@ -184,7 +184,9 @@ public:
     /// Sets the supervisors' state code by hand, or lets it follow them again.
     void set_supervisor_state(std::optional<int32_t> state) { redundancy_.state_by_hand = state; }
 
-    /// Adds a fault, and numbers it.
+    /// Adds a fault, and numbers it. Refused are one too many, one with which delays, cut or padded
+    /// bytes of a single request would add up to more than the most of their kind, and an answer of
+    /// the port manager's that is cut or padded: without a length, its bytes are relied on.
     void set_fault(Fault fault);
 
     /// Plugs what was last unplugged from a port, or another transceiver, into its empty cage.

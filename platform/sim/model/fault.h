@@ -6,6 +6,7 @@
 #include "wire/requests.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <optional>
@@ -46,8 +47,8 @@ inline constexpr Named<int32_t> operation_names[] = {
 enum class FaultEffect {
     fail,    ///< the request is not served; the amount is the result code
     nothing, ///< the request is not served either, but answered with success and no block
-    cut,     ///< the blocks of the answer miss as many bytes as the amount says
-    pad,     ///< they have as many more, all zero
+    cut,     ///< the block of the answer misses as many bytes as the amount says
+    pad,     ///< it has as many more, all zero
     delay,   ///< the answer takes as many milliseconds more
 };
 
@@ -55,7 +56,7 @@ struct FaultKind {
     std::string_view key; ///< for chmctl
     FaultEffect effect;
     std::string_view amount; ///< what it is, empty for none
-    uint32_t most;           ///< of the amount, which is 1 at least
+    uint32_t most;           ///< of the amount, which is 1 at least; see Chassis::set_fault()
 };
 
 inline constexpr FaultKind fault_kinds[] = {
@@ -75,5 +76,14 @@ struct Fault {
     uint32_t number = 0;            ///< that the chassis gives it
     uint64_t strikes = 0;
 };
+
+/// Most faults that may be set at a time.
+inline constexpr size_t max_faults = 100;
+
+/// Whether a fault strikes such a request.
+constexpr bool concerns(const Fault& fault, std::string_view request, int32_t operation)
+{
+    return fault.request == request && fault.operation.value_or(operation) == operation;
+}
 
 } // namespace sim

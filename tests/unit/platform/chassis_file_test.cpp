@@ -74,6 +74,7 @@ redundancy-mode = "some" -> 4: 'redundancy-mode' is none of 'none', 'spare-suppl
 [[fault]];request = "led" -> 4: [[fault]] has no 'effect'
 [[fault]];request = "led";effect = "short" -> 4: a fault 'short' has no 'amount'
 [[fault]];request = "led";effect = "nothing";amount = 3 -> 7: 'nothing' takes no 'amount'
+[[fault]];request = "next-port";effect = "short";amount = 1 -> 4: answers to 'next-port' come without a length: they cannot be short or long
 )";
 
 TEST(ChassisFile, NamesTheLineOfWhatIsWrong)
