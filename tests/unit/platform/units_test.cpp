@@ -283,6 +283,7 @@ TEST_F(Units, LetAMessageReachTheTerminalsOnce)
         const std::string message = "0='\5' 4='\36' 8='" + text + "' 268='" + trigger + "'";
         return request(1016, 3, record(272, message)).result;
     };
+    sim::terminals() = {};
     const auto& delivered = sim::terminals().delivered();
     EXPECT_EQ(write_message("in the making", "\1"), 0);
     EXPECT_TRUE(delivered.empty());
