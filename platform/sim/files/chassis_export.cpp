@@ -188,7 +188,7 @@ private:
     void put_chassis()
     {
         toml::table table;
-        put_entity(table, own_, make_chassis());
+        put_entity(table, own_, usual_chassis());
         put(table, "start-seconds", static_cast<int64_t>(chassis_.settings().start_time.count()));
         put(table, "type-code", chassis_.settings().type_code);
         put(table, "diagnostics-delay-ms",
@@ -211,7 +211,7 @@ private:
         uint32_t count = 0;
         while (const Entity* container = chassis_.find(kind.place_base + count + 1)) {
             ++count;
-            put_part(*container, make_container(kind, own_, count));
+            put_part(*container, usual_container(kind, own_, count));
         }
         return count;
     }
@@ -365,7 +365,7 @@ private:
                            const Parts& parts)
     {
         toml::table table;
-        put_entity(table, own, make_unit(kind, own_, unit.number));
+        put_entity(table, own, usual_unit(kind, own_, unit.number));
         put(table, kind.place, unit.number);
         put(table, kind.watts, unit.watts);
         put_unusual(table, "admin-status", key_of(admin_statuses, unit.admin_status),
@@ -377,7 +377,7 @@ private:
         uint32_t count = 0;
         for (const Entity* part : parts) {
             if (!part->sensor) {
-                put_part(*part, kind.make_part(own_, unit.number, ++count));
+                put_part(*part, kind.usual_part(own_, unit.number, ++count));
             }
         }
         if (!kind.parts.empty()) {
@@ -405,7 +405,7 @@ private:
     {
         const Sensor& sensor = *entity.sensor;
         const SensorKind& kind = *sensor.kind;
-        Entity usual = make_sensor(own_, holder, 0, number);
+        Entity usual = usual_sensor(own_, holder, 0, number);
         usual.description = kind.description;
         Entity named = entity;
         named.name = name_within(holder, entity, usual.name);
@@ -496,7 +496,7 @@ private:
         if (known != nullptr) {
             put(table, "type", transceiver.type);
         }
-        const Transceiver usual = make_transceiver(own_, port);
+        const Transceiver usual = usual_transceiver(own_, port);
         for (const TransceiverText& text : transceiver_texts) {
             put_unusual(table, text.key, transceiver.*text.text, usual.*text.text, type);
         }

@@ -65,8 +65,8 @@ public:
             throw FileError(concat(file(), ": there is no [types.", type, "]"));
         }
         const toml::table entry{{"type", type}};
-        const Settings settings = settings_of(*kind, entry);
-        return make_unit(*kind, place - kind->place_base, settings);
+        const InheritingTable table = table_of(*kind, entry);
+        return make_unit(*kind, place - kind->place_base, table);
     }
 
     Transceiver read_transceiver(const Entity& port, const std::string& type)
@@ -76,8 +76,8 @@ public:
             throw FileError(concat(file(), ": there is no [transceivers.", type, "]"));
         }
         const toml::table entry{{"type", type}};
-        const Settings settings = with_type(entry, "transceivers");
-        return make_transceiver(settings, port);
+        const InheritingTable table = with_type(entry, "transceivers");
+        return make_transceiver(table, port);
     }
 
     toml::table read_types()
@@ -108,10 +108,10 @@ private:
             fail(root().source(), "there is no [chassis] table");
         }
         read_entries();
-        const toml::table& settings = as_table(*node, "chassis");
-        add_chassis(settings);
+        const toml::table& table = as_table(*node, "chassis");
+        add_chassis(table);
         for (const UnitKind& kind : unit_kinds) {
-            add_places(kind, settings);
+            add_places(kind, table);
         }
     }
 
@@ -120,7 +120,7 @@ private:
     {
         for_each_type("transceivers", [&](const toml::table& type) {
             check_keys(type, transceiver_keys());
-            make_transceiver({type}, make_port({}, 1, 1));
+            make_transceiver({type}, usual_port({}, 1, 1));
         });
         for_each_type("types",
                       [&](const toml::table& type) { make_unit(kind_of(type), 1, {type}); });
@@ -259,7 +259,7 @@ private:
         }
     }
 
-    void add_chassis(const toml::table& settings)
+    void add_chassis(const toml::table& table)
     {
         Keys keys =
             entity_keys({"sensors", "start-seconds", "type-code", "diagnostics-delay-ms",
@@ -267,33 +267,33 @@ private:
         for (const UnitKind& kind : unit_kinds) {
             keys.push_back(kind.place_count);
         }
-        check_keys(settings, keys);
+        check_keys(table, keys);
 
-        read_own(settings);
+        read_own(table);
         chassis_.add(own());
-        for (Entity& sensor : make_sensors(own(), 0, {settings})) {
+        for (Entity& sensor : make_sensors(own(), 0, {table})) {
             chassis_.add(std::move(sensor));
         }
 
-        chassis_.start_under(choice({settings}, "redundancy-mode", "none", redundancy_modes).value);
-        SwitchSettings& switch_settings = chassis_.settings();
-        const auto usual_seconds = static_cast<uint32_t>(switch_settings.start_time.count());
-        switch_settings.start_time =
-            std::chrono::seconds(count({settings}, "start-seconds", 3600, usual_seconds));
-        switch_settings.type_code = count({settings}, "type-code", UINT32_MAX);
-        switch_settings.diagnostics_delay =
-            std::chrono::milliseconds(count({settings}, "diagnostics-delay-ms", 10000));
-        switch_settings.max_default_in_line_power = static_cast<int32_t>(
-            count({settings}, "max-default-in-line-power", max_in_line_power, max_in_line_power));
-        switch_settings.status_notifications = is_set({settings}, "status-notifications", true);
+        chassis_.start_under(choice({table}, "redundancy-mode", "none", redundancy_modes).value);
+        SwitchSettings& settings = chassis_.settings();
+        const auto usual_seconds = static_cast<uint32_t>(settings.start_time.count());
+        settings.start_time =
+            std::chrono::seconds(count({table}, "start-seconds", 3600, usual_seconds));
+        settings.type_code = count({table}, "type-code", UINT32_MAX);
+        settings.diagnostics_delay =
+            std::chrono::milliseconds(count({table}, "diagnostics-delay-ms", 10000));
+        settings.max_default_in_line_power = static_cast<int32_t>(
+            count({table}, "max-default-in-line-power", max_in_line_power, max_in_line_power));
+        settings.status_notifications = is_set({table}, "status-notifications", true);
     }
 
     /// Slots and bays are all containers in the chassis, so their positions follow on each other.
-    void add_places(const UnitKind& kind, const toml::table& settings)
+    void add_places(const UnitKind& kind, const toml::table& table)
     {
-        const uint32_t places = count({settings}, kind.place_count, kind.max_places);
+        const uint32_t places = count({table}, kind.place_count, kind.max_places);
         for (uint32_t place = 1; place <= places; ++place) {
-            Entity container = completed(make_container(kind, own(), place));
+            Entity container = completed(usual_container(kind, own(), place));
             container.position = ++containers_;
             const uint32_t index = container.index;
             chassis_.add(std::move(container));
@@ -302,35 +302,35 @@ private:
         }
     }
 
-    Settings settings_of(const UnitKind& kind, const toml::table& entry) const
+    InheritingTable table_of(const UnitKind& kind, const toml::table& entry) const
     {
         Keys keys = unit_keys(kind, {"type", kind.place, "pulled"});
         if (kind.type == UnitType::module) {
             keys.insert(keys.end(), {"starting", "starts"});
         }
         check_keys(entry, keys);
-        const Settings settings = with_type(entry, "types");
-        if (settings.inherited != nullptr) {
-            check_keys(*settings.inherited, unit_keys(kind));
+        const InheritingTable table = with_type(entry, "types");
+        if (table.inherited != nullptr) {
+            check_keys(*table.inherited, unit_keys(kind));
         }
-        return settings;
+        return table;
     }
 
     /// One entry describes the unit in one place, or like units in several.
     void add_units(const UnitKind& kind, const toml::table& entry)
     {
-        const Settings settings = settings_of(kind, entry);
+        const InheritingTable table = table_of(kind, entry);
         const toml::node& place = required(entry, kind.place, concat("[[", kind.entry, "]]"));
         if (!place.is_array()) {
-            add_unit(kind, place, settings);
+            add_unit(kind, place, table);
             return;
         }
         for (const toml::node& one : *place.as_array()) {
-            add_unit(kind, one, settings);
+            add_unit(kind, one, table);
         }
     }
 
-    void add_unit(const UnitKind& kind, const toml::node& node, const Settings& settings)
+    void add_unit(const UnitKind& kind, const toml::node& node, const InheritingTable& table)
     {
         const uint32_t place = number(node, kind.place, 1, kind.max_places);
         if (chassis_.find(kind.place_base + place) == nullptr) {
@@ -344,23 +344,23 @@ private:
             fail(node.source(), "another ", kind.entry, " was pulled from ", kind.place, " ",
                  place);
         }
-        Assembly assembly = make_unit(kind, place, settings);
-        const bool pulled = is_set(settings, "pulled");
-        assembly.unit.starts = count(settings, "starts", UINT32_MAX, pulled ? 0 : 1);
+        Assembly assembly = make_unit(kind, place, table);
+        const bool pulled = is_set(table, "pulled");
+        assembly.unit.starts = count(table, "starts", UINT32_MAX, pulled ? 0 : 1);
         if (pulled) {
             chassis_.add_pulled(std::move(assembly));
         } else {
             assembly.unit.status =
-                is_set(settings, "starting") ? EntityStatus::starting : EntityStatus::off;
+                is_set(table, "starting") ? EntityStatus::starting : EntityStatus::off;
             chassis_.add_unit(std::move(assembly));
         }
     }
 
     /// A unit for a place, with its parts.
-    Assembly make_unit(const UnitKind& kind, uint32_t place, const Settings& settings)
+    Assembly make_unit(const UnitKind& kind, uint32_t place, const InheritingTable& table)
     {
-        Entity entity = sim::make_unit(kind, own(), place);
-        describe(entity, settings);
+        Entity entity = usual_unit(kind, own(), place);
+        describe(entity, table);
         entity = completed(std::move(entity));
         check_derived(entity);
 
@@ -368,21 +368,21 @@ private:
             .unit = {.type = kind.type,
                      .index = entity.index,
                      .number = place,
-                     .role = choice(settings, "role", "line-card", module_roles).value,
-                     .watts = count(settings, kind.watts, max_watts),
-                     .admin_status = choice(settings, "admin-status", "on", admin_statuses).value,
+                     .role = choice(table, "role", "line-card", module_roles).value,
+                     .watts = count(table, kind.watts, max_watts),
+                     .admin_status = choice(table, "admin-status", "on", admin_statuses).value,
                      .power_admin_status =
-                         choice(settings, "power-admin-status", "on", power_admin_statuses).value},
-            .entities = make_sensors(entity, kind.sensor_holder_base + place, settings)};
-        const uint32_t parts = count(settings, kind.parts, kind.max_parts);
+                         choice(table, "power-admin-status", "on", power_admin_statuses).value},
+            .entities = make_sensors(entity, kind.sensor_holder_base + place, table)};
+        const uint32_t parts = count(table, kind.parts, kind.max_parts);
         for (uint32_t number = 1; number <= parts; ++number) {
-            Entity part = completed(kind.make_part(own(), place, number));
+            Entity part = completed(kind.usual_part(own(), place, number));
             part.contained_in = entity.index;
             part.position = static_cast<int32_t>(number);
             assembly.entities.push_back(std::move(part));
         }
         if (kind.type == UnitType::module) {
-            fit_ports(std::span(assembly.entities).last(parts), settings);
+            fit_ports(std::span(assembly.entities).last(parts), table);
         }
         assembly.entities.push_back(std::move(entity));
         return assembly;

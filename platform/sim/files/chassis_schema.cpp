@@ -13,7 +13,7 @@ std::string derived_serial(const std::string& chassis_serial, uint32_t index)
 
 } // namespace
 
-Entity make_chassis()
+Entity usual_chassis()
 {
     return {.index = chassis_index,
             .entity_class = EntityClass::chassis,
@@ -21,7 +21,7 @@ Entity make_chassis()
             .name = "Chassis"};
 }
 
-Entity make_port(const Entity& chassis, uint32_t slot, uint32_t number)
+Entity usual_port(const Entity& chassis, uint32_t slot, uint32_t number)
 {
     // The codec numbers slots and ports from 0.
     uint32_t if_index = 0;
@@ -38,7 +38,7 @@ Entity make_port(const Entity& chassis, uint32_t slot, uint32_t number)
             .port = Port{.if_index = if_index}};
 }
 
-Entity make_fan(const Entity& chassis, uint32_t tray, uint32_t number)
+Entity usual_fan(const Entity& chassis, uint32_t tray, uint32_t number)
 {
     return {.index = 4000 + 16 * tray + number,
             .entity_class = EntityClass::fan,
@@ -47,8 +47,8 @@ Entity make_fan(const Entity& chassis, uint32_t tray, uint32_t number)
             .manufacturer = chassis.manufacturer};
 }
 
-Entity make_sensor(const Entity& chassis, const Entity& holder, uint32_t holder_number,
-                   uint32_t number)
+Entity usual_sensor(const Entity& chassis, const Entity& holder, uint32_t holder_number,
+                    uint32_t number)
 {
     return {.index = ENTITY_SENSOR_START + max_sensors * holder_number + number - 1,
             .entity_class = EntityClass::sensor,
@@ -58,7 +58,7 @@ Entity make_sensor(const Entity& chassis, const Entity& holder, uint32_t holder_
             .manufacturer = chassis.manufacturer};
 }
 
-Entity make_container(const UnitKind& kind, const Entity& chassis, uint32_t place)
+Entity usual_container(const UnitKind& kind, const Entity& chassis, uint32_t place)
 {
     return {.index = kind.place_base + place,
             .entity_class = EntityClass::container,
@@ -69,7 +69,7 @@ Entity make_container(const UnitKind& kind, const Entity& chassis, uint32_t plac
             .manufacturer = chassis.manufacturer};
 }
 
-Entity make_unit(const UnitKind& kind, const Entity& chassis, uint32_t place)
+Entity usual_unit(const UnitKind& kind, const Entity& chassis, uint32_t place)
 {
     return {.index = kind.base + place,
             .entity_class = kind.entity_class,
@@ -83,7 +83,7 @@ Entity make_unit(const UnitKind& kind, const Entity& chassis, uint32_t place)
             .manufacturer = chassis.manufacturer};
 }
 
-Transceiver make_transceiver(const Entity& chassis, uint32_t port)
+Transceiver usual_transceiver(const Entity& chassis, uint32_t port)
 {
     Transceiver transceiver;
     transceiver.manufacturer = chassis.manufacturer;

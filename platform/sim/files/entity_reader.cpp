@@ -62,13 +62,13 @@ std::string EntityReader::bytes(const toml::node& node, std::string_view what) c
     return value;
 }
 
-/// Overwrites the texts of something with what its settings say.
+/// Overwrites the texts of something with what its table says.
 template <typename Described, typename Text, size_t Count>
 void EntityReader::read_texts(Described& described, const Text (&texts)[Count],
-                              const Settings& settings) const
+                              const InheritingTable& table) const
 {
     for (const Text& one : texts) {
-        const toml::node* node = settings.find(one.key);
+        const toml::node* node = table.find(one.key);
         if (node == nullptr) {
             continue;
         }
@@ -85,7 +85,7 @@ void EntityReader::read_texts(Described& described, const Text (&texts)[Count],
     }
 }
 
-/// Refuses texts that are too long: those which their settings do not give derive from the
+/// Refuses texts that are too long: those which their table does not give derive from the
 /// chassis's.
 template <typename Described, typename Text, size_t Count>
 void EntityReader::check_lengths(const Described& described, const Text (&texts)[Count],
@@ -94,21 +94,21 @@ void EntityReader::check_lengths(const Described& described, const Text (&texts)
     for (const Text& one : texts) {
         const std::string& value = described.*one.text;
         if (value.size() > one.capacity) {
-            fail(own_settings_->find(one.key)->source(), "'", one.key, "' is too long: that of ",
+            fail(own_table_->find(one.key)->source(), "'", one.key, "' is too long: that of ",
                  whose, ", which derives from it, has ", value.size(), " bytes, more than ",
                  one.capacity);
         }
     }
 }
 
-void EntityReader::describe(Entity& entity, const Settings& settings) const
+void EntityReader::describe(Entity& entity, const InheritingTable& table) const
 {
-    read_texts(entity, entity_texts, settings);
-    if (const toml::node* node = settings.find("vendor-type")) {
+    read_texts(entity, entity_texts, table);
+    if (const toml::node* node = table.find("vendor-type")) {
         entity.vendor_type = number(*node, "vendor-type", 0, UINT32_MAX);
     }
-    entity.replaceable = is_set(settings, "replaceable", entity.replaceable);
-    entity.failed = is_set(settings, "failed", entity.failed);
+    entity.replaceable = is_set(table, "replaceable", entity.replaceable);
+    entity.failed = is_set(table, "failed", entity.failed);
 }
 
 void EntityReader::check_derived(const Entity& entity) const
@@ -124,12 +124,12 @@ void EntityReader::check_entries_used() const
     }
 }
 
-void EntityReader::read_own(const toml::table& settings)
+void EntityReader::read_own(const toml::table& table)
 {
     const auto entry = entries_.extract(chassis_index);
-    own_settings_.emplace(entry ? Settings{*entry.mapped(), &settings} : Settings{settings});
-    own_ = make_chassis();
-    describe(own_, *own_settings_);
+    own_table_.emplace(entry ? InheritingTable{*entry.mapped(), &table} : InheritingTable{table});
+    own_ = usual_chassis();
+    describe(own_, *own_table_);
 }
 
 Entity EntityReader::completed(Entity entity)
@@ -140,7 +140,7 @@ Entity EntityReader::completed(Entity entity)
     return entity;
 }
 
-Settings EntityReader::with_type(const toml::table& entry, std::string_view types) const
+InheritingTable EntityReader::with_type(const toml::table& entry, std::string_view types) const
 {
     const toml::node* node = entry.get("type");
     if (node == nullptr) {
@@ -154,14 +154,14 @@ Settings EntityReader::with_type(const toml::table& entry, std::string_view type
     return {entry, type->as_table()};
 }
 
-void EntityReader::fit_ports(std::span<Entity> ports, const Settings& settings) const
+void EntityReader::fit_ports(std::span<Entity> ports, const InheritingTable& table) const
 {
-    if (const toml::node* electrical = settings.find("electrical")) {
+    if (const toml::node* electrical = table.find("electrical")) {
         for (const uint32_t number : port_list(*electrical, "electrical", ports.size())) {
             ports[number - 1].port->has_cage = false;
         }
     }
-    const toml::node* transceivers = settings.find("transceivers");
+    const toml::node* transceivers = table.find("transceivers");
     for_each_table(transceivers, "transceivers", [&](const toml::table& entry) {
         check_keys(entry, transceiver_keys({"ports", "type", "unplugged"}));
         const toml::node& list = required(entry, "ports", "an element of 'transceivers'");
@@ -221,19 +221,19 @@ std::vector<uint32_t> EntityReader::port_list(const toml::node& node, std::strin
     return numbers;
 }
 
-Transceiver EntityReader::make_transceiver(const Settings& settings, const Entity& port) const
+Transceiver EntityReader::make_transceiver(const InheritingTable& table, const Entity& port) const
 {
-    Transceiver transceiver = sim::make_transceiver(own_, port.index);
-    transceiver.type = settings.own["type"].value_or(std::string());
-    read_texts(transceiver, transceiver_texts, settings);
+    Transceiver transceiver = usual_transceiver(own_, port.index);
+    transceiver.type = table.own["type"].value_or(std::string());
+    read_texts(transceiver, transceiver_texts, table);
     check_lengths(transceiver, transceiver_texts, "the transceiver in " + port.name);
-    transceiver.diagnostics = choice(settings, "diagnostics", "internal", diagnostics_kinds).value;
-    if (const toml::node* lanes = settings.find("lanes")) {
+    transceiver.diagnostics = choice(table, "diagnostics", "internal", diagnostics_kinds).value;
+    if (const toml::node* lanes = table.find("lanes")) {
         transceiver.lanes = number(*lanes, "lanes", 1, 8);
     }
     for (const Quantity& quantity : quantities) {
         transceiver.measurements.push_back(
-            make_measurement(quantity, settings.find(quantity.key), threshold_format(transceiver),
+            make_measurement(quantity, table.find(quantity.key), threshold_format(transceiver),
                              sensor_index(port.port->if_index, quantity)));
     }
     return transceiver;
@@ -294,17 +294,17 @@ ReadingRange EntityReader::range_of(const Quantity& quantity, const toml::table&
 }
 
 std::vector<Entity> EntityReader::make_sensors(const Entity& holder, uint32_t holder_number,
-                                               const Settings& settings)
+                                               const InheritingTable& table)
 {
     std::vector<Entity> sensors;
-    for_each_table(settings.find("sensors"), "sensors", [&](const toml::table& entry) {
+    for_each_table(table.find("sensors"), "sensors", [&](const toml::table& entry) {
         check_keys(entry, entity_keys({"kind", "scale", "precision", "low", "high", "held", "last",
                                        "thresholds"}));
         const auto number = static_cast<uint32_t>(sensors.size() + 1);
         if (number > max_sensors) {
             fail(entry.source(), "more than ", max_sensors, " sensors");
         }
-        Entity sensor = sim::make_sensor(own_, holder, holder_number, number);
+        Entity sensor = usual_sensor(own_, holder, holder_number, number);
         sensor.sensor = make_sensor(sensor.index, entry);
         sensor.description = sensor.sensor->kind->description;
         describe(sensor, {entry});

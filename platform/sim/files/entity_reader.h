@@ -34,12 +34,12 @@ protected:
 
     /// Describes the chassis, from which other entities have their manufacturer and serial number.
     /// Before that they have none.
-    void read_own(const toml::table& settings);
+    void read_own(const toml::table& table);
 
     const Entity& own() const { return own_; }
 
-    /// Overwrites the entity's defaults with what its settings say.
-    void describe(Entity& entity, const Settings& settings) const;
+    /// Overwrites the entity's defaults with what its table says.
+    void describe(Entity& entity, const InheritingTable& table) const;
 
     /// An entity as its own entry says, if there is one.
     Entity completed(Entity entity);
@@ -48,24 +48,24 @@ protected:
     void check_derived(const Entity& entity) const;
 
     /// An entry with the type that it refers to, if it does, in a table of types.
-    Settings with_type(const toml::table& entry, std::string_view types) const;
+    InheritingTable with_type(const toml::table& entry, std::string_view types) const;
 
-    /// The sensors that a holder's settings list. @param holder_number see make_sensor
+    /// The sensors that a holder's table lists. @param holder_number see usual_sensor
     std::vector<Entity> make_sensors(const Entity& holder, uint32_t holder_number,
-                                     const Settings& settings);
+                                     const InheritingTable& table);
 
     /// Says of a module's ports, in the order of their numbers, which have a cage and what is in
     /// it.
-    void fit_ports(std::span<Entity> ports, const Settings& settings) const;
+    void fit_ports(std::span<Entity> ports, const InheritingTable& table) const;
 
     /// A transceiver in a port.
-    Transceiver make_transceiver(const Settings& settings, const Entity& port) const;
+    Transceiver make_transceiver(const InheritingTable& table, const Entity& port) const;
 
 private:
     std::string bytes(const toml::node& node, std::string_view what) const;
     template <typename Described, typename Text, size_t Count>
     void read_texts(Described& described, const Text (&texts)[Count],
-                    const Settings& settings) const;
+                    const InheritingTable& table) const;
     template <typename Described, typename Text, size_t Count>
     void check_lengths(const Described& described, const Text (&texts)[Count],
                        const std::string& whose) const;
@@ -79,7 +79,7 @@ private:
     SensorThreshold make_threshold(const Sensor& sensor, const toml::table& entry) const;
 
     Entity own_;
-    std::optional<Settings> own_settings_;           ///< what it is described with
+    std::optional<InheritingTable> own_table_;       ///< what it is described with
     std::map<uint32_t, const toml::table*> entries_; ///< by index, those not yet used
 };
 

@@ -156,16 +156,17 @@ const toml::node& TomlReader::required(const toml::table& table, std::string_vie
     return *node;
 }
 
-uint32_t TomlReader::count(const Settings& settings, std::string_view what, uint32_t most,
+uint32_t TomlReader::count(const InheritingTable& table, std::string_view what, uint32_t most,
                            uint32_t when_not_given) const
 {
-    const toml::node* node = settings.find(what);
+    const toml::node* node = table.find(what);
     return node == nullptr ? when_not_given : number(*node, what, 0, most);
 }
 
-bool TomlReader::is_set(const Settings& settings, std::string_view what, bool when_not_given) const
+bool TomlReader::is_set(const InheritingTable& table, std::string_view what,
+                        bool when_not_given) const
 {
-    const toml::node* node = settings.find(what);
+    const toml::node* node = table.find(what);
     return node == nullptr ? when_not_given : truth(*node, what);
 }
 

@@ -29,7 +29,7 @@ std::string concat(const Parts&... parts)
 }
 
 /// A table together with another one, if any, whose keys it inherits.
-struct Settings {
+struct InheritingTable {
     const toml::table& own;
     const toml::table* inherited = nullptr;
 
@@ -98,11 +98,12 @@ public:
                                std::string_view owner) const;
 
     /// A whole number that may be missing, from 0 on.
-    uint32_t count(const Settings& settings, std::string_view what, uint32_t most,
+    uint32_t count(const InheritingTable& table, std::string_view what, uint32_t most,
                    uint32_t when_not_given = 0) const;
 
     /// Whether a setting that may be missing is true.
-    bool is_set(const Settings& settings, std::string_view what, bool when_not_given = false) const;
+    bool is_set(const InheritingTable& table, std::string_view what,
+                bool when_not_given = false) const;
 
     /// A number with a fraction or without. One that has no default must be given.
     double real(const toml::table& table, std::string_view what,
@@ -110,10 +111,10 @@ public:
 
     /// The one of some choices whose key a setting gives.
     template <typename Choice, size_t Count>
-    const Choice& choice(const Settings& settings, std::string_view what,
+    const Choice& choice(const InheritingTable& table, std::string_view what,
                          std::string_view when_not_given, const Choice (&choices)[Count]) const
     {
-        const toml::node* node = settings.find(what);
+        const toml::node* node = table.find(what);
         const auto key =
             node == nullptr ? when_not_given : node->value_exact<std::string_view>().value_or("");
         const Choice* found = std::ranges::find(choices, key, &Choice::key);
