@@ -75,7 +75,7 @@ void ControlSocket::open(const std::string& path)
     remove_stale(path, *address);
 
     Descriptor listener = new_socket();
-    const mode_t mask = umask(0177); // nobody else may connect, not even for a moment
+    const mode_t mask = umask(0177); // no other user may connect, not even for a moment
     const int bound =
         bind(listener.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address);
     umask(mask);

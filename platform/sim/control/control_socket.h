@@ -31,7 +31,7 @@ public:
 private:
     enum class Waiting { to_receive, to_send };
 
-    /// A file's device and number, by which it is told from another one of the same path.
+    /// A file's device and number, by which it differs from another one of the same path.
     using FileIdentity = std::pair<dev_t, ino_t>;
 
     struct Client {

@@ -1,4 +1,4 @@
-/// Chassis files: the description of a chassis in TOML. docs/chassis-file.md tells the format.
+/// Chassis files: the description of a chassis in TOML. docs/chassis-file.md gives the format.
 #pragma once
 
 #include "files/file_error.h"

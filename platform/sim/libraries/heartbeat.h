@@ -10,10 +10,10 @@ namespace sim {
 /// address out of its environment when it has started.
 void find_watchdog();
 
-/// Tells the service manager, if there is one, that the agent lives.
+/// Shows the service manager, if there is one, that the agent lives.
 void feed_watchdog();
 
-/// Waits as a slow answer has the agent wait, and tells the service manager before it does: a
+/// Waits as a slow answer has the agent wait, and feeds the watchdog before it does: a
 /// request may take many such answers.
 void take_time(std::chrono::milliseconds time);
 

@@ -144,7 +144,7 @@ void Chassis::write(uint32_t index, std::span<const TextChange> changes)
 void Chassis::announce_change()
 {
     last_change_ = now_();
-    tell({inventory_change});
+    notify({inventory_change});
 }
 
 void Chassis::set_admin_status(uint32_t index, AdminStatus status)
@@ -198,7 +198,7 @@ void Chassis::set_output(uint32_t index, uint32_t watts)
     }
     const Unit before = found->second;
     found->second.watts = watts;
-    tell_changes(before, found->second);
+    notify_changes(before, found->second);
 }
 
 void Chassis::set_failed(uint32_t index, bool failed)
@@ -239,7 +239,7 @@ void Chassis::pull(uint32_t index)
         refuse_for_active_supervisor(unit->second);
         change_status(unit->second, EntityStatus::off, false);
     }
-    tell({fru_removed, index});
+    notify({fru_removed, index});
 
     std::vector<Entity> entities;
     std::erase_if(entities_, [&](auto& entry) {
@@ -271,7 +271,7 @@ void Chassis::insert(uint32_t index, std::optional<Assembly> other)
     }
     Unit& unit = fit(std::move(*place.pulled));
     place.pulled.reset();
-    tell({fru_inserted, unit.index});
+    notify({fru_inserted, unit.index});
     announce_change();
     settle(unit);
 }
@@ -280,7 +280,7 @@ void Chassis::plug_unknown(uint32_t index)
 {
     const uint32_t unit = empty_place(index).unit_index;
     add(unrecognized_unit(entities_.at(index), unit));
-    tell({unrecognized_fru, unit});
+    notify({unrecognized_fru, unit});
     announce_change();
 }
 
@@ -288,7 +288,7 @@ void Chassis::set_reading(uint32_t index, std::optional<double> value)
 {
     Sensor& sensor = sensor_of(index);
     if (value && !(std::abs(*value) <= most_reading(sensor.scale, sensor.precision))) {
-        throw Refusal(entities_.at(index).name + " cannot tell such a value");
+        throw Refusal(entities_.at(index).name + " cannot report such a value");
     }
     // What moved since the last measurement is not the hand's doing.
     measure(entities_.at(index));
@@ -313,7 +313,7 @@ void Chassis::advance()
     }
 }
 
-void Chassis::tell(const Occurrence& occurrence)
+void Chassis::notify(const Occurrence& occurrence)
 {
     if (is_about_unit(occurrence.event) && !settings_.status_notifications) {
         return;
@@ -342,7 +342,7 @@ Sensor& Chassis::sensor_of(uint32_t index)
     return *entity.sensor;
 }
 
-/// Takes the readings of an entity that measures, and tells of the thresholds that they crossed.
+/// Takes the readings of an entity that measures, and reports the thresholds that they crossed.
 void Chassis::measure(Entity& entity)
 {
     if (entity.port && entity.port->transceiver) {
@@ -364,8 +364,8 @@ void Chassis::measure(Entity& entity)
     for (SensorThreshold& threshold : sensor.thresholds) {
         ++number;
         if (threshold.is_crossed_by(sensor.value) && threshold.notifies) {
-            tell({sensor_threshold_crossed, entity.index,
-                  Crossing{sensor.value, static_cast<int32_t>(threshold.value()), number}});
+            notify({sensor_threshold_crossed, entity.index,
+                    Crossing{sensor.value, static_cast<int32_t>(threshold.value()), number}});
         }
     }
 }
@@ -412,25 +412,25 @@ void Chassis::change_status(Unit& unit, EntityStatus status, bool powered)
             unit.went_into_service = unit.status_changed;
         }
     }
-    tell_changes(before, unit);
+    notify_changes(before, unit);
     measure_parts(unit);
     settle_roles();
 }
 
-void Chassis::tell_changes(const Unit& before, const Unit& unit)
+void Chassis::notify_changes(const Unit& before, const Unit& unit)
 {
     if (unit.type == UnitType::power_supply) {
         if (watts_now(unit) != watts_now(before)) {
-            tell({power_supply_output_change, unit.index});
+            notify({power_supply_output_change, unit.index});
         }
         return;
     }
     if (power_status(unit) != power_status(before)) {
-        tell({power_status_change, unit.index});
+        notify({power_status_change, unit.index});
     }
     if (unit.status != before.status) {
-        tell({unit.type == UnitType::module ? module_status_change : fan_tray_status_change,
-              unit.index});
+        notify({unit.type == UnitType::module ? module_status_change : fan_tray_status_change,
+                unit.index});
     }
 }
 

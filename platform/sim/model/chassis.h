@@ -1,8 +1,8 @@
 /// The model of the simulated switch: the physical entities that a chassis is made of, and the
 /// units among them.
 ///
-/// Whatever changes in it changes here, and the change itself is what tells the observers; nobody
-/// else raises events.
+/// Whatever changes in it changes here, and the change itself is what notifies the observers;
+/// nothing else raises events.
 #pragma once
 
 #include "model/entity.h"
@@ -38,7 +38,7 @@ struct Place {
 struct SwitchSettings {
     int32_t max_default_in_line_power = max_in_line_power;
     bool status_notifications = true; ///< events of units are raised; see Chassis::observe()
-    uint32_t type_code = 0;           ///< of the chassis, as the platform database tells it
+    uint32_t type_code = 0;           ///< of the chassis, as the platform database shows it
     std::chrono::milliseconds diagnostics_delay{}; ///< that reading a transceiver takes
     std::chrono::seconds start_time{3}; ///< that a module starts before it goes into service
     /// What LEDs show that were set by hand, by entity and number of the LED.
@@ -73,7 +73,7 @@ public:
     {
     }
 
-    // While the chassis is put together; nothing of it is a change that anybody is told of.
+    // While the chassis is put together; nothing of it is a change that observers see.
 
     /// Adds an entity. Throws std::invalid_argument when its index is taken or lies among the
     /// transceivers' rows.
@@ -97,7 +97,7 @@ public:
     // How it is.
 
     /// Has `observer` called at every change: when it happened, but before a removed unit is gone.
-    /// While status notifications are off, nothing is told of units.
+    /// While status notifications are off, they learn nothing of units.
     void observe(Observer observer) { observers_.push_back(std::move(observer)); }
 
     const std::string& file() const { return file_; }
@@ -149,7 +149,7 @@ public:
     /// Writes texts of an entity; values that are already there change nothing.
     void write(uint32_t index, std::span<const TextChange> changes);
 
-    /// Counts as a change of the inventory, and tells the observers so.
+    /// Counts as a change of the inventory, and notifies the observers.
     void announce_change();
 
     /// Switches a module, or the power of a module or fan tray.
@@ -204,7 +204,7 @@ public:
     std::vector<diag_info> read_diagnostics(uint32_t index);
 
     /// Sets what a sensor measures by hand, in the unit of its kind, or lets it move again. Refused
-    /// when the sensor could not tell it.
+    /// when the sensor could not report it.
     void set_reading(uint32_t index, std::optional<double> value);
 
     /// Has the crossings of a threshold of a sensor, counted from 1, raise events or not.
@@ -215,7 +215,7 @@ public:
     void advance();
 
 private:
-    void tell(const Occurrence& occurrence);
+    void notify(const Occurrence& occurrence);
     Unit& fit(Assembly assembly);
     Sensor& sensor_of(uint32_t index);
     void measure(Entity& entity);
@@ -226,7 +226,7 @@ private:
     bool has_failed_part(const Unit& unit) const;
     void refuse_for_active_supervisor(const Unit& unit) const;
     void change_status(Unit& unit, EntityStatus status, bool powered);
-    void tell_changes(const Unit& before, const Unit& unit);
+    void notify_changes(const Unit& before, const Unit& unit);
     void settle_roles();
     void put_in_charge(uint32_t supervisor, int32_t reason);
     void settle(Unit& unit);

@@ -87,7 +87,7 @@ void Chassis::put_in_charge(uint32_t supervisor, int32_t reason)
     }
     ++redundancy_.switchovers;
     redundancy_.last_reason = reason;
-    tell({supervisor_switchover});
+    notify({supervisor_switchover});
 }
 
 } // namespace sim

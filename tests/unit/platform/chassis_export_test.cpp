@@ -271,7 +271,7 @@ protected:
         }
     }
 
-    /// All that the platform manager and the port manager tell, but times: when a module's status
+    /// All that the platform manager and the port manager answer, but times: when a module's status
     /// changed and when it went into service, when a sensor was measured, when the inventory
     /// changed.
     static std::map<std::string, Bytes> everything()

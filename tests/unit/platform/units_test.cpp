@@ -1,5 +1,5 @@
-// What is written to the switch, what is done to it and what time does, with the events that tell
-// of it.
+// What is written to the switch, what is done to it and what time does, with the events that
+// report it.
 
 #include "model/led.h"
 #include "model/terminals.h"
@@ -44,7 +44,7 @@ insert 104, "type": "other" -> Slot 4 is not empty
 repair 1004 -> Unknown unit in Slot 4 is no module, power supply, fan tray or fan
 output 2001, "watts": -1 -> 'watts' is not within 0 to 100000
 output 2001, "watts": 9e300 -> argument 'watts' is missing or wrong
-reading 21717, "value": 1.1e5 -> Module 2 sensor 1 cannot tell such a value
+reading 21717, "value": 1.1e5 -> Module 2 sensor 1 cannot report such a value
 set 4294967297, "field": "alias", "value": "new" -> there is no entity 4294967297
 set 1, "field": "alias", "value": "\u0000" -> 'alias' holds at most 32 bytes, none of them NUL
 )");
@@ -96,7 +96,7 @@ TEST_F(Units, GoThroughARestartByTheClock)
     put_word(written, 4, 3);
     EXPECT_EQ(request(1029, 3, written).result, 0);
     EXPECT_EQ(events(), "1035 1002 3, 1034 1002 3, 1035 1002 2, 1034 1002 5");
-    // Each event tells what was so when it happened.
+    // Each event says what was so when it happened.
     EXPECT_EQ(payloads[0], record(16, "0=1002 4=1 8=3"));
     EXPECT_EQ(text_at(payloads[1], 32), "without power");
     EXPECT_EQ(payloads[2], record(16, "0=1002 4=1 8=2 12=300"));
