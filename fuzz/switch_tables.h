@@ -11,14 +11,13 @@
 #include <cassert>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 
 /// Walks a table to its end: whole records whose indexes, their first words, increase.
 template <typename Record>
 void walk_table(const Request<Record>& table)
 {
     // In wire order, so that bytes compare like numbers.
-    constexpr size_t key_size = std::size(row_key<Record>) * 4;
+    constexpr size_t key_size = row_key<Record> * 4;
     Record record = {};
     for (;;) {
         void* block = nullptr;
