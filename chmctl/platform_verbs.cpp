@@ -1,7 +1,7 @@
 // What goes on between the MIB modules and the platform.
 
 #include "libraries/event_log.h"
-#include "libraries/fault.h"
+#include "model/fault.h"
 #include "output.h"
 #include "verb.h"
 

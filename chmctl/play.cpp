@@ -1,18 +1,14 @@
 #include "play.h"
 
+#include "files/toml_reader.h"
 #include "output.h"
 #include "switch_client.h"
 #include "verb.h"
 
-#include <toml++/toml.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <cstring>
-#include <fstream>
-#include <stdexcept>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -32,81 +28,47 @@ struct Scenario {
     std::vector<Step> steps;
 };
 
-/// Reads one file. Every complaint names the line of what it is about.
-class Reader {
+/// Reads one scenario file.
+class Reader : sim::TomlReader {
 public:
-    explicit Reader(std::string file) : file_(std::move(file)) {}
+    explicit Reader(const std::string& file) : TomlReader(file) {}
 
     Scenario read() const
     {
-        const toml::table root = parse();
-        check_keys(root, {"description", "step"});
-        Scenario scenario{root["description"].value_or(std::string()), {}};
-        const toml::array* steps = root["step"].as_array();
-        if (steps == nullptr || steps->empty()) {
-            fail(root.source(), "there is no [[step]]");
+        check_keys(root(), {"description", "step"});
+        Scenario scenario;
+        if (const toml::node* node = root().get("description")) {
+            scenario.description = text(*node, "description");
         }
-        for (const toml::node& node : *steps) {
-            Step step = read_step(node);
+        for_each_table(root().get("step"), "step", [&](const toml::table& table) {
+            Step step = read_step(table);
             if (!scenario.steps.empty() && step.at < scenario.steps.back().at) {
-                fail(node.source(), "this step is before the one above it");
+                fail(table.source(), "this step is before the one above it");
             }
             scenario.steps.push_back(std::move(step));
+        });
+        if (scenario.steps.empty()) {
+            fail(root().source(), "there is no [[step]]");
         }
         return scenario;
     }
 
 private:
-    [[noreturn]] void fail(const toml::source_region& where, const std::string& what) const
+    Step read_step(const toml::table& table) const
     {
-        throw std::runtime_error(file_ + ":" + std::to_string(std::max(where.begin.line, 1U)) +
-                                 ": " + what);
-    }
-
-    toml::table parse() const
-    {
-        std::ifstream stream(file_);
-        if (stream.peek() == std::ifstream::traits_type::eof() && !stream.eof()) {
-            throw std::runtime_error(file_ + ": " + std::strerror(errno));
-        }
-        try {
-            return toml::parse(stream, file_);
-        } catch (const toml::parse_error& error) {
-            fail(error.source(), std::string(error.description()));
-        }
-    }
-
-    void check_keys(const toml::table& table, std::initializer_list<std::string_view> known) const
-    {
-        for (const auto& [key, value] : table) {
-            if (std::ranges::find(known, key.str()) == known.end()) {
-                fail(key.source(), "unknown key '" + std::string(key.str()) + "'");
-            }
-        }
-    }
-
-    Step read_step(const toml::node& node) const
-    {
-        if (!node.is_table()) {
-            fail(node.source(), "a step is a table");
-        }
-        const toml::table& table = *node.as_table();
         check_keys(table, {"at", "do"});
-        const auto at = table["at"].value<double>();
-        if (!at || !(*at >= 0 && *at <= 1e6)) {
-            fail(node.source(), "a step has 'at', its time in seconds from 0 to 1000000");
+        const double at = real(table, "at", std::nullopt, 0, 1e6);
+        const toml::node& words = required(table, "do", "a step");
+        if (!words.is_array() || words.as_array()->empty()) {
+            fail(words.source(), "'do' is not a list of the words of a command");
         }
-        const toml::array* words = table["do"].as_array();
-        if (words == nullptr || words->empty() || !words->is_homogeneous(toml::node_type::string)) {
-            fail(node.source(), "a step has 'do', the words of a command");
-        }
-        Step step{.at = *at, .line = words->source().begin.line, .command = {}, .request = {}};
+        Step step{.at = at, .line = words.source().begin.line, .command = {}, .request = {}};
         std::vector<std::string> arguments;
-        for (const toml::node& word : *words) {
-            arguments.push_back(word.as_string()->get());
+        for (const toml::node& word : *words.as_array()) {
+            arguments.push_back(text(word, "do"));
             step.command += (step.command.empty() ? "" : " ") + arguments.back();
         }
-        step.request = request_of(std::move(arguments), *words);
+        step.request = request_of(std::move(arguments), words);
         return step;
     }
 
@@ -118,6 +80,10 @@ private:
         app.set_help_flag();
         app.require_subcommand(1, 1);
         add_verbs(app, [&](const Verb& /*verb*/, const json& made) { request = made; });
+        const auto is_given = [&](const CLI::App* verb) { return verb->check_name(words.front()); };
+        if (app.get_subcommands(is_given).empty()) {
+            fail(where.source(), "there is no verb '", words.front(), "'; see chmctl --help");
+        }
         std::ranges::reverse(words); // as the parser takes them
         try {
             app.parse(std::move(words));
@@ -126,8 +92,6 @@ private:
         }
         return request;
     }
-
-    std::string file_;
 };
 
 } // namespace

@@ -18,7 +18,7 @@ public:
     {
         const auto address = sim::unix_address(path);
         if (!address) {
-            throw NoSwitch(path + ": too long for a socket's path");
+            throw NoSwitch("'" + path + "' is empty or too long for a socket's path");
         }
         const timeval patience{.tv_sec = 10, .tv_usec = 0};
         setsockopt(socket_.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);

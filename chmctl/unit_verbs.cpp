@@ -67,6 +67,14 @@ void unit_options(CLI::App& command, const Arguments& arguments)
                "The module, power supply, fan tray or fan, by its index or its name");
 }
 
+void pull_options(CLI::App& command, const Arguments& arguments)
+{
+    add_entity(
+        command, arguments, "UNIT",
+        "The module, power supply, fan tray or unknown unit, or its slot or bay, by index or "
+        "name");
+}
+
 void place_options(CLI::App& command, const Arguments& arguments)
 {
     add_entity(command, arguments, "PLACE", "The empty slot or bay, by its index or its name");
@@ -104,7 +112,7 @@ constexpr Verb verbs[] = {
     {"units", "Show modules, power supplies and fan trays", "", no_options, print_units},
     {"set", "Change a text of an entity", R"("Slot 3" alias "row 4")", set_options, print_nothing},
     {"announce", "Announce a change of the inventory", "", no_options, print_nothing},
-    {"pull", "Pull a unit out of its slot or bay", "\"Module 3\"", unit_options, print_nothing},
+    {"pull", "Pull a unit out of its slot or bay", "\"Module 3\"", pull_options, print_nothing},
     {"insert", "Insert what was pulled, or a new unit", "\"Slot 3\"", insert_options,
      print_nothing},
     {"fail", "Have a unit or a fan fail", "\"Fan 1/2\"", unit_options, print_nothing},

@@ -11,14 +11,13 @@
 #include <cassert>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 
 /// Walks a table to its end: whole records whose indexes, their first words, increase.
 template <typename Record>
 void walk_table(const Request<Record>& table)
 {
     // In wire order, so that bytes compare like numbers.
-    constexpr size_t key_size = std::size(row_key<Record>) * 4;
+    constexpr size_t key_size = row_key<Record> * 4;
     Record record = {};
     for (;;) {
         void* block = nullptr;
@@ -69,6 +68,7 @@ inline void walk_ports()
 inline void walk_all_tables()
 {
     sim::chassis_in_place()->settings().diagnostics_delay = {};
+    sim::chassis_in_place()->faults().clear();
     walk_ports();
     walk_table(sensor_value_table);
     walk_table(sensor_threshold_table);

@@ -75,6 +75,7 @@ void on_second(unsigned int /*alarm*/, void* /*unused*/)
     leave_request();
     guard([] {
         feed_watchdog();
+        control_socket.resume();
         if (Chassis* chassis = chassis_in_place()) {
             chassis->advance();
         }

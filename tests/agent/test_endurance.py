@@ -16,7 +16,7 @@ from pathlib import Path
 
 import pytest
 
-from lab import ALIAS, DESCR, NAME, OPERATOR, Switch
+from lab import ALIAS, DESCR, NAME, OPERATOR, SOURCE, Switch
 
 REQUESTS = int(os.environ.get("CHM_ENDURANCE", 10_000))
 UNDER = os.environ.get("CHM_UNDER", "").split()
@@ -24,6 +24,7 @@ GET, GETNEXT, SET, GETBULK = 0xa0, 0xa1, 0xa3, 0xa5
 MAIN, ALT = "1.3.6.1.4.1.32473.9", "1.3.6.1.4.1.99999"
 ROOTS = ["1.3.6.1.2.1.47", *(f"{MAIN}.{module}" for module in (91, 117, 176, 195, 198)),
          f"{ALT}.9.92", f"{ALT}.2.9"]
+BEFORE_READINGS = f"{MAIN}.91.1.1.1.1.4.25812"  # of transceivers
 BAD_COMMUNITIES, PARSE_ERRORS = "1.3.6.1.2.1.11.4.0", "1.3.6.1.2.1.11.6.0"
 MODULE_STATUS = "1.3.6.1.4.1.2021.13.14.2.1.5"  # of the agent's loaded modules
 MODULE_NAMES = "1.3.6.1.4.1.8072.1.2.1.1.4"  # of the subtrees registered with the agent
@@ -206,17 +207,32 @@ def test_kills_reloads_and_unloaded_modules():
 
 
 @pytest.mark.parametrize("name", ["@chm-{}", "/tmp/chm-{}.notify"])
-def test_a_service_manager_hears_that_the_agent_lives(name):
+def test_a_service_manager_hears_that_the_agent_lives(name, tmp_path):
+    chassis = tmp_path / "slow.toml"
+    chassis.write_text((SOURCE / "chassis/small.toml").read_text().replace(
+        "[chassis]\n", "[chassis]\ndiagnostics-delay-ms = 1000\n"))
     address = name.format(os.getpid())
     with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
         manager.settimeout(10)
         manager.bind(address.replace("@", "\0"))
+
+        def heard():
+            """What came since the last look."""
+            messages = []
+            while select.select([manager], [], [], 0)[0]:
+                messages.append(manager.recv(100))
+            return messages
+
         try:
-            with Switch("small", under=["env", f"NOTIFY_SOCKET={address}"]) as switch:
+            with Switch(chassis, under=["env", f"NOTIFY_SOCKET={address}"]) as switch:
                 assert [manager.recv(100).strip() for _ in range(2)] == [b"READY=1", b"WATCHDOG=1"]
                 switch.reload()
-                while select.select([manager], [], [], 0)[0]:
-                    manager.recv(100)  # from before the reload
+                heard()
                 assert manager.recv(100) == b"WATCHDOG=1"
+                heard()
+                # One request that reads three slow transceivers.
+                rows = switch.snmp("snmpbulkget", BEFORE_READINGS, options=("-t", "30", "-Cr15"))
+                assert rows.stdout.count("\n") == 15
+                assert heard().count(b"WATCHDOG=1") >= 3
         finally:
             Path(address).unlink(missing_ok=True)

@@ -24,16 +24,20 @@ def receiver():
 def fleet(receiver, tmp_path_factory):
     """The port of an agent in front of three switches."""
     port = free_port(following=3)
+    state = tmp_path_factory.mktemp("fleet")
     with subprocess.Popen(
             [SOURCE / "scripts/fleet", "--build-dir", BUILD, "--port", str(port),
              "--trap-sink", f"127.0.0.1:{receiver.port}",
              *(SOURCE / f"chassis/{name}.toml" for name in ("small", "ten-slot", "small"))],
-            env={**ENVIRONMENT, "XDG_RUNTIME_DIR": str(tmp_path_factory.mktemp("fleet"))},
+            env={**ENVIRONMENT, "XDG_RUNTIME_DIR": str(state), "TMPDIR": str(state)},
             stdout=subprocess.PIPE, text=True) as process:
         assert any("Ctrl-C" in line for line in process.stdout)
         yield port
+        outputs = [output.read_text() for output in state.glob("*/switch?")]
         process.terminate()
         assert process.wait(timeout=20) == 0
+        # What the switches showed once they were ready is kept nowhere.
+        assert len(outputs) == 3 and "entConfigChange" not in "".join(outputs)
 
 
 def ask(port, tool, auth, *words):

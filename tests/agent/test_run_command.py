@@ -9,8 +9,8 @@ import subprocess
 import pytest
 
 from lab import (
-    BUILD, ENT_CONFIG_CHANGE, ENVIRONMENT, OPERATOR, READER, SOURCE, TrapReceiver, free_port, run,
-    wait_for)
+    BUILD, DESCR, ENT_CONFIG_CHANGE, ENVIRONMENT, OPERATOR, READER, SOURCE, TrapReceiver, free_port,
+    run, wait_for)
 
 ENGINE_BOOTS = "1.3.6.1.6.3.10.2.1.2.0"
 
@@ -94,6 +94,29 @@ def test_it_shows_notifications_by_name_and_the_death_of_its_agent(bring_up, run
     _, err = process.communicate(timeout=20)
     assert process.returncode == 1 and "snmpd has ended by itself" in err
     assert not os.listdir(runtime)
+
+
+def test_its_logs_do_not_grow_for_ever(bring_up, runtime):
+    run(SOURCE / "scripts/with-mibs", BUILD, "true")  # has the base modules installed
+    port = free_port()
+    process = bring_up(port=port)
+    until_ready(process)
+    state, = runtime.iterdir()
+    logs = [state / "snmpd.log", state / "notifications.log"]
+    for log in logs:
+        with log.open("a") as lines:
+            lines.write("long\n" * 1_000_000)
+    wait_for(lambda: all(log.stat().st_size < 1_000_000 for log in logs), "shorter logs")
+    assert all((state / f"{log.name}.1").read_text().endswith("long\n") for log in logs)
+
+    # What comes after that is at the new end, and shown.
+    for words in ("trace", "debug", "on"), ("pull", "Module 3"):
+        run(BUILD / "bin/chmctl", "--socket", state / "control", *words)
+    assert any(" qefcFRURemoved " in line for line in process.stdout)
+    run("snmpget", *READER, f"127.0.0.1:{port}", f"{DESCR}.1")
+    for log, text in zip(logs, ("header_entPhysicalTable", "qefcFRURemoved")):
+        wait_for(lambda: text in log.read_text(), text)
+        assert log.stat().st_size < 1_000_000
 
 
 @pytest.mark.parametrize("options, complaint", [

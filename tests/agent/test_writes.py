@@ -50,6 +50,33 @@ def test_a_refused_write_says_why_and_changes_nothing(switch):
     assert [switch.walk(root) for root in ROOTS] == before
 
 
+@pytest.mark.parametrize("refused, others_take_effect", [
+    ((f"{FRU}.1.2.1.1.1.1005", "i", "2"), True),  # by the switch: the active supervisor
+    ((f"{ALIAS}.21589", "s", "a sensor"), True),
+    ((f"{ALIAS}.999999", "s", "nothing"), True),  # for want of a row
+    ((f"{FRU}.1.2.1.1.1.1003", "i", "5"), False),  # for its value, type and access
+    ((f"{FRU}.1.2.1.1.1.1003", "s", "1"), False),
+    ((f"{SERIAL_NUM}.1", "s", "S1"), False)])
+def test_a_set_of_several_is_not_undone(switch, refused, others_take_effect):
+    first, last = (f"{ALIAS}.1", f"{FRU}.1.1.3.0")
+    assert switch.set(first, "s", "before") is switch.set(last, "i", "1") is None
+    words = first, "s", "written", *refused, last, "i", "2"
+    answer = switch.snmp("snmpset", *words, auth=WRITER)
+    assert f"Failed object: .{refused[0]}\n" in answer.stderr
+    assert [switch.get(first), switch.get(last)] == (
+        ["written", "2"] if others_take_effect else ["before", "1"])
+
+
+@pytest.mark.parametrize("scalar", [f"{FRU}.1.1.3", f"{FRU}.1.3.1"])
+def test_a_set_of_any_instance_writes_a_scalar_of_the_fru_module(switch, scalar):
+    for value, instance in enumerate(("", ".7", ".0.5", ".0")):
+        value = str(value % 2 + 1)
+        assert switch.set(scalar + instance, "i", value) is None
+        assert switch.get(f"{scalar}.0") == value
+        assert instance == ".0" or "No Such" in switch.get(scalar + instance)
+    assert switch.set(f"{scalar}.0", "i", "1") is None
+
+
 def test_a_message_of_one_request_appears_once(switch):
     words = (TEXT, "s", "at noon", DURATION, "i", "30", INTERVAL, "i", "5", SEND, "i", "2")
     assert switch.snmp("snmpset", *words, auth=WRITER).returncode == 0

@@ -67,15 +67,15 @@ bool send_some(int descriptor, std::string& unsent)
 
 void ControlSocket::open(const std::string& path)
 {
-    close();
     const auto address = unix_address(path);
     if (!address) {
-        throw std::runtime_error(path + ": too long for a socket's path");
+        throw std::runtime_error("'" + path + "' is empty or too long for a socket's path");
     }
+    close();
     remove_stale(path, *address);
 
     Descriptor listener = new_socket();
-    const mode_t mask = umask(0177); // nobody else may connect, not even for a moment
+    const mode_t mask = umask(0177); // no other user may connect, not even for a moment
     const int bound =
         bind(listener.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address);
     umask(mask);
@@ -83,11 +83,17 @@ void ControlSocket::open(const std::string& path)
         fail(path);
     }
     path_ = path;
+    file_ = identity_of(path);
     listener_ = listener.release();
     if (listen(listener_, max_clients) != 0) {
         fail(path);
     }
-    register_readfd(listener_, on_connection, this);
+    resting_ = true;
+    resume();
+    if (resting_) {
+        close();
+        throw std::runtime_error(path + ": the agent watches no further descriptor");
+    }
 }
 
 void ControlSocket::close()
@@ -96,10 +102,30 @@ void ControlSocket::close()
         drop(clients_.begin()->first);
     }
     if (listener_ >= 0) {
+        // While the listener is open, no other file gets the number of its own.
+        if (identity_of(path_) == file_) {
+            unlink(path_.c_str());
+        }
         unregister_readfd(listener_);
         ::close(std::exchange(listener_, -1));
-        unlink(path_.c_str());
+        resting_ = false;
     }
+}
+
+void ControlSocket::resume()
+{
+    if (resting_) {
+        resting_ = register_readfd(listener_, on_connection, this) != FD_REGISTERED_OK;
+    }
+}
+
+std::optional<ControlSocket::FileIdentity> ControlSocket::identity_of(const std::string& path)
+{
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0) {
+        return std::nullopt;
+    }
+    return FileIdentity{status.st_dev, status.st_ino};
 }
 
 void ControlSocket::on_connection(int /*listener*/, void* socket)
@@ -123,6 +149,12 @@ void ControlSocket::accept_client()
 {
     Descriptor connection(accept4(listener_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
     if (connection.get() < 0) {
+        const bool is_gone = errno == EAGAIN || errno == EINTR || errno == ECONNABORTED;
+        if (!is_gone) {
+            unregister_readfd(listener_);
+            resting_ = true;
+            fail(path_ + ": no client for a second");
+        }
         return;
     }
     if (clients_.size() == max_clients) {
@@ -132,7 +164,10 @@ void ControlSocket::accept_client()
         drop(quietest->first);
     }
     clients_.try_emplace(connection.get());
-    register_readfd(connection.release(), on_readable, this);
+    const int descriptor = connection.release();
+    if (register_readfd(descriptor, on_readable, this) != FD_REGISTERED_OK) {
+        drop(descriptor);
+    }
 }
 
 void ControlSocket::drop(int descriptor)
@@ -187,12 +222,16 @@ void ControlSocket::wait_for(int descriptor, Client& client, Waiting what)
         return;
     }
     client.waiting = what;
+    int watched = 0;
     if (what == Waiting::to_send) {
         unregister_readfd(descriptor);
-        register_writefd(descriptor, on_writable, this);
+        watched = register_writefd(descriptor, on_writable, this);
     } else {
         unregister_writefd(descriptor);
-        register_readfd(descriptor, on_readable, this);
+        watched = register_readfd(descriptor, on_readable, this);
+    }
+    if (watched != FD_REGISTERED_OK) {
+        drop(descriptor);
     }
 }
 

@@ -7,20 +7,32 @@
 
 #include <chrono>
 #include <map>
+#include <optional>
 #include <string>
+#include <sys/types.h>
+#include <utility>
 
 namespace sim {
 
 class ControlSocket {
 public:
-    /// Begins to listen. Throws std::runtime_error when the path is somebody else's.
+    /// Begins to listen, in place of where it listened before. Throws std::runtime_error when the
+    /// path is somebody else's or none, or the agent watches no further descriptor.
     void open(const std::string& path);
 
-    /// Drops all clients and removes the socket; does nothing when it is not open.
+    /// Drops all clients and removes the socket, unless another one has taken its path since; does
+    /// nothing when it is not open.
     void close();
+
+    /// Takes clients again after a rest; to be called every second. It rests when the agent has no
+    /// descriptor for a client that waits, as it would be woken for that client again and again.
+    void resume();
 
 private:
     enum class Waiting { to_receive, to_send };
+
+    /// A file's device and number, by which it differs from another one of the same path.
+    using FileIdentity = std::pair<dev_t, ino_t>;
 
     struct Client {
         Waiting waiting = Waiting::to_receive;
@@ -33,6 +45,8 @@ private:
     static void on_readable(int descriptor, void* socket);
     static void on_writable(int descriptor, void* socket);
 
+    static std::optional<FileIdentity> identity_of(const std::string& path);
+
     void accept_client();
     void drop(int descriptor);
     void receive(int descriptor);
@@ -40,7 +54,9 @@ private:
     void wait_for(int descriptor, Client& client, Waiting what);
 
     std::string path_;
+    std::optional<FileIdentity> file_; ///< that the listener is bound to
     int listener_ = -1;
+    bool resting_ = false;
     std::map<int, Client> clients_;
 };
 

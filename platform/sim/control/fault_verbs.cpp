@@ -1,7 +1,7 @@
 // Faults on demand.
 
 #include "control/verb_arguments.h"
-#include "libraries/fault.h"
+#include "model/fault.h"
 
 namespace sim {
 namespace {
@@ -50,14 +50,14 @@ json fault(const json& arguments)
     if (arguments.contains("count")) {
         fault.left = whole_number(arguments, "count", 1, UINT32_MAX);
     }
-    set_fault(fault);
-    return shown(faults().back());
+    the_chassis().set_fault(fault);
+    return shown(the_chassis().faults().back());
 }
 
 json show_faults(const json& /*arguments*/)
 {
     json list = json::array();
-    for (const Fault& fault : faults()) {
+    for (const Fault& fault : the_chassis().faults()) {
         list.push_back(shown(fault));
     }
     return list;
@@ -67,13 +67,12 @@ json clear_faults(const json& arguments)
 {
     if (arguments.contains("number")) {
         const auto number = argument<uint32_t>(arguments, "number");
-        if (!clear_fault(number)) {
+        if (std::erase_if(the_chassis().faults(),
+                          [=](const Fault& fault) { return fault.number == number; }) == 0) {
             throw std::runtime_error("there is no fault " + std::to_string(number));
         }
     } else {
-        while (!faults().empty()) {
-            clear_fault(faults().back().number);
-        }
+        the_chassis().faults().clear();
     }
     return show_faults(arguments);
 }

@@ -69,7 +69,7 @@ json thresholds_of(const Quantity& quantity, const Measurement& measurement, dou
     return list;
 }
 
-/// What a port's transceiver measures, as the sensor tables tell it once they read it anew.
+/// What a port's transceiver measures, as the sensor tables show it once they read it anew.
 json readings_of(const Chassis& chassis, const Port& port)
 {
     json list = json::array();

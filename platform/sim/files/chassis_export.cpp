@@ -1,19 +1,60 @@
 #include "files/chassis_export.h"
 
 #include "files/chassis_schema.h"
+#include "model/led.h"
 #include "records/entity_record.h"
 #include "records/transceiver_record.h"
 
 #include <algorithm>
 #include <cmath>
+#include <iomanip>
 #include <sstream>
 
 namespace sim {
 namespace {
 
+/// Strings on one line each: the library's others do not hold every text.
+constexpr auto format_flags =
+    toml::toml_formatter::default_flags &
+    ~(toml::format_flags::allow_literal_strings | toml::format_flags::allow_multi_line_strings);
+
+std::string formatted(const toml::table& table)
+{
+    std::ostringstream text;
+    text << toml::toml_formatter(table, format_flags) << '\n';
+    return text.str();
+}
+
+/// Whether a text can be read again once it is written: anything but UTF-8 cannot.
+bool is_utf8(const std::string& text)
+{
+    try {
+        const toml::table read = toml::parse(formatted(toml::table{{"text", text}}));
+        return read["text"].value_exact<std::string>() == text;
+    } catch (const toml::parse_error&) {
+        return false;
+    }
+}
+
 void put(toml::table& table, std::string_view key, const auto& value)
 {
     table.insert_or_assign(key, value);
+}
+
+void put(toml::table& table, std::string_view key, const std::string& text)
+{
+    if (is_utf8(text)) {
+        table.insert_or_assign(key, text);
+        return;
+    }
+    std::ostringstream hex;
+    hex << std::hex << std::setfill('0');
+    for (const char byte : text) {
+        hex << std::setw(2) << static_cast<unsigned>(static_cast<unsigned char>(byte));
+    }
+    toml::table bytes{{"hex", hex.str()}};
+    bytes.is_inline(true);
+    table.insert_or_assign(key, std::move(bytes));
 }
 
 /// A number as people write it: without a fraction where it has none.
@@ -73,7 +114,7 @@ void put_entity(toml::table& table, const Entity& entity, const Entity& usual)
     }
     put_unusual(table, "vendor-type", entity.vendor_type, usual.vendor_type);
     put_unusual(table, "replaceable", entity.replaceable, usual.replaceable);
-    put_if(table, "failed", entity.failed);
+    put_unusual(table, "failed", entity.failed, usual.failed);
 }
 
 /// A list such as "1-8,10" of increasing numbers.
@@ -122,25 +163,23 @@ class Writer {
 public:
     explicit Writer(const Chassis& chassis)
         : chassis_(chassis), own_(chassis.entities().at(chassis_index)),
-          source_(parse_chassis_file(chassis.file()))
+          types_(read_types(chassis.file()))
     {
     }
 
     std::string write()
     {
+        root_ = types_;
         put_chassis();
-        for (const std::string_view types : {"types", "transceivers"}) {
-            if (const toml::node* node = source_.get(types)) {
-                root_.insert(types, *node);
-            }
-        }
         for (const UnitKind& kind : unit_kinds) {
             put_units(kind);
         }
+        put_unrecognized();
         put_array(root_, "entity", std::move(entities_));
-        std::ostringstream text;
-        text << toml::toml_formatter(root_) << '\n';
-        return text.str();
+        put_supervisors();
+        put_leds();
+        put_faults();
+        return formatted(root_);
     }
 
 private:
@@ -149,20 +188,17 @@ private:
     void put_chassis()
     {
         toml::table table;
-        put_entity(table, own_, make_chassis());
+        put_entity(table, own_, usual_chassis());
         put(table, "start-seconds", static_cast<int64_t>(chassis_.settings().start_time.count()));
         put(table, "type-code", chassis_.settings().type_code);
         put(table, "diagnostics-delay-ms",
             static_cast<int64_t>(chassis_.settings().diagnostics_delay.count()));
+        put_unusual(table, "redundancy-mode", key_of(redundancy_modes, chassis_.redundancy_mode()),
+                    key_of(redundancy_modes, RedundancyMode::none));
+        put_unusual(table, "max-default-in-line-power",
+                    chassis_.settings().max_default_in_line_power, max_in_line_power);
+        put_unusual(table, "status-notifications", chassis_.settings().status_notifications, true);
         put_array(table, "sensors", sensors(own_, parts_of(chassis_index)));
-        toml::array unrecognized;
-        for (const auto& [index, place] : chassis_.places()) {
-            const Entity* filler = chassis_.find(place.unit_index);
-            if (filler != nullptr && filler->entity_class == EntityClass::unknown) {
-                unrecognized.push_back(static_cast<int64_t>(index));
-            }
-        }
-        put_array(table, "unrecognized", std::move(unrecognized));
         for (const UnitKind& kind : unit_kinds) {
             put(table, kind.place_count, static_cast<int64_t>(put_places(kind)));
         }
@@ -175,15 +211,14 @@ private:
         uint32_t count = 0;
         while (const Entity* container = chassis_.find(kind.place_base + count + 1)) {
             ++count;
-            put_part(*container, make_container(kind, count));
+            put_part(*container, usual_container(kind, own_, count));
         }
         return count;
     }
 
     /// An entity of its own, if anything of it is unusual.
-    void put_part(const Entity& entity, Entity usual)
+    void put_part(const Entity& entity, const Entity& usual)
     {
-        usual.manufacturer = own_.manufacturer;
         toml::table table;
         put_entity(table, entity, usual);
         if (!table.empty()) {
@@ -192,30 +227,96 @@ private:
         }
     }
 
-    /// The supervisor in charge comes first, as it does in the file of a chassis that starts.
     void put_units(const UnitKind& kind)
     {
         toml::array units;
-        const auto put_fitted = [&](const Unit& unit) {
-            units.push_back(
-                unit_table(kind, unit, chassis_.entities().at(unit.index), parts_of(unit.index)));
-        };
-        const Unit* active = active_supervisor(chassis_);
-        if (active != nullptr && active->type == kind.type) {
-            put_fitted(*active);
-        }
         for (const auto& [index, place] : chassis_.places()) {
-            const Unit* unit = chassis_.find_unit(place.unit_index);
-            if (place.type != kind.type || (unit != nullptr && unit == active)) {
+            if (place.type != kind.type) {
                 continue;
             }
-            if (unit != nullptr) {
-                put_fitted(*unit);
+            if (const Unit* unit = chassis_.find_unit(place.unit_index)) {
+                units.push_back(fitted_table(kind, *unit));
             } else if (place.pulled) {
                 units.push_back(pulled_table(kind, *place.pulled));
             }
         }
         put_array(root_, kind.entry, std::move(units));
+    }
+
+    void put_unrecognized()
+    {
+        toml::array list;
+        for (const auto& [index, place] : chassis_.places()) {
+            const Entity* unit = chassis_.find(place.unit_index);
+            if (unit == nullptr || unit->entity_class != EntityClass::unknown) {
+                continue;
+            }
+            toml::table table;
+            put(table, "place", index);
+            put_entity(table, *unit,
+                       unrecognized_unit(chassis_.entities().at(index), place.unit_index));
+            list.push_back(std::move(table));
+        }
+        put_array(root_, "unrecognized", std::move(list));
+    }
+
+    void put_supervisors()
+    {
+        const Redundancy usual;
+        const Redundancy& redundancy = chassis_.redundancy();
+        toml::table table;
+        if (redundancy.active != 0) {
+            const auto* modules = std::ranges::find(unit_kinds, UnitType::module, &UnitKind::type);
+            put(table, "in-charge", redundancy.active - modules->base);
+        }
+        put_unusual(table, "switchovers", redundancy.switchovers, usual.switchovers);
+        put_unusual(table, "last-reason", redundancy.last_reason, usual.last_reason);
+        put_unusual(table, "last-action", static_cast<int32_t>(redundancy.last_action),
+                    static_cast<int32_t>(usual.last_action));
+        if (redundancy.state_by_hand) {
+            put(table, "state", *redundancy.state_by_hand);
+        }
+        if (!table.empty()) {
+            root_.insert("supervisors", std::move(table));
+        }
+    }
+
+    void put_leds()
+    {
+        toml::array list;
+        for (const auto& [led, value] : chassis_.settings().leds_by_hand) {
+            toml::table table;
+            put(table, "entity", led.first);
+            put(table, "led", led.second);
+            const auto* colour = std::ranges::find(led_colours, static_cast<LedColour>(value),
+                                                   &Named<LedColour>::value);
+            if (colour == std::end(led_colours)) {
+                put(table, "value", value);
+            } else {
+                put(table, "value", colour->key);
+            }
+            list.push_back(std::move(table));
+        }
+        put_array(root_, "led", std::move(list));
+    }
+
+    void put_faults()
+    {
+        toml::array list;
+        for (const Fault& fault : chassis_.faults()) {
+            toml::table table;
+            put(table, "request", fault.request);
+            if (fault.operation) {
+                put(table, "operation", key_of(operation_names, *fault.operation));
+            }
+            put(table, "effect", fault.kind->key);
+            put_unusual(table, "amount", fault.amount, 0U);
+            if (fault.left) {
+                put(table, "count", *fault.left);
+            }
+            list.push_back(std::move(table));
+        }
+        put_array(root_, "fault", std::move(list));
     }
 
     Parts parts_of(uint32_t holder) const
@@ -227,6 +328,17 @@ private:
             }
         }
         return parts;
+    }
+
+    toml::table fitted_table(const UnitKind& kind, const Unit& unit)
+    {
+        toml::table table =
+            unit_table(kind, unit, chassis_.entities().at(unit.index), parts_of(unit.index));
+        put_if(table, "starting", unit.status == EntityStatus::starting);
+        if (kind.type == UnitType::module) {
+            put_unusual(table, "starts", unit.starts, 1U);
+        }
+        return table;
     }
 
     toml::table pulled_table(const UnitKind& kind, const Assembly& assembly)
@@ -243,6 +355,9 @@ private:
         std::ranges::sort(parts, {}, &Entity::index);
         toml::table table = unit_table(kind, assembly.unit, *own, parts);
         put(table, "pulled", true);
+        if (kind.type == UnitType::module) {
+            put_unusual(table, "starts", assembly.unit.starts, 0U);
+        }
         return table;
     }
 
@@ -250,9 +365,7 @@ private:
                            const Parts& parts)
     {
         toml::table table;
-        Entity usual = make_unit(kind, unit.number, own_.serial);
-        usual.manufacturer = own_.manufacturer;
-        put_entity(table, own, usual);
+        put_entity(table, own, usual_unit(kind, own_, unit.number));
         put(table, kind.place, unit.number);
         put(table, kind.watts, unit.watts);
         put_unusual(table, "admin-status", key_of(admin_statuses, unit.admin_status),
@@ -264,7 +377,7 @@ private:
         uint32_t count = 0;
         for (const Entity* part : parts) {
             if (!part->sensor) {
-                put_part(*part, kind.make_part(unit.number, ++count));
+                put_part(*part, kind.usual_part(own_, unit.number, ++count));
             }
         }
         if (!kind.parts.empty()) {
@@ -277,7 +390,7 @@ private:
         return table;
     }
 
-    toml::array sensors(const Entity& holder, const Parts& parts) const
+    toml::array sensors(const Entity& holder, const Parts& parts)
     {
         toml::array list;
         for (const Entity* part : parts) {
@@ -288,16 +401,16 @@ private:
         return list;
     }
 
-    toml::table sensor_table(const Entity& holder, Entity entity, uint32_t number) const
+    toml::table sensor_table(const Entity& holder, const Entity& entity, uint32_t number)
     {
         const Sensor& sensor = *entity.sensor;
         const SensorKind& kind = *sensor.kind;
-        Entity usual = make_sensor(holder, 0, number);
+        Entity usual = usual_sensor(own_, holder, 0, number);
         usual.description = kind.description;
-        usual.manufacturer = own_.manufacturer;
-        entity.name.erase(0, holder.name.size() + 1);
+        Entity named = entity;
+        named.name = name_within(holder, entity, usual.name);
         toml::table table;
-        put_entity(table, entity, usual);
+        put_entity(table, named, usual);
         put(table, "kind", kind.key);
         put(table, "low", sensor.reading.low());
         put(table, "high", sensor.reading.high());
@@ -305,12 +418,32 @@ private:
                     key_of(sensor_scales, kind.scale));
         put_unusual(table, "precision", sensor.precision, 0U);
         put_held(table, sensor.reading);
+        const bool measures = chassis_.find(entity.index) == &entity &&
+                              chassis_.sensor_status(entity) == SensorStatus::ok;
+        if (!measures) {
+            put_unusual(table, "last", sensor.value / steps_per_unit(sensor), 0.0);
+        }
         toml::array thresholds;
         for (const SensorThreshold& threshold : sensor.thresholds) {
             thresholds.push_back(threshold_table(sensor, threshold));
         }
         put_array(table, "thresholds", std::move(thresholds));
         return table;
+    }
+
+    /// The name of a sensor as its holder's entry says it. One that does not follow its holder's
+    /// has an entry of its own.
+    std::string name_within(const Entity& holder, const Entity& sensor, const std::string& usual)
+    {
+        const std::string start = holder.name + " ";
+        if (sensor.name.starts_with(start)) {
+            return sensor.name.substr(start.size());
+        }
+        toml::table table;
+        put(table, "index", sensor.index);
+        put(table, "name", sensor.name);
+        entities_.push_back(std::move(table));
+        return usual;
     }
 
     /// Like transceivers share an element.
@@ -357,13 +490,13 @@ private:
     toml::table transceiver_table(uint32_t port, const Transceiver& transceiver) const
     {
         static const toml::table no_type;
-        const toml::table* known = source_["transceivers"][transceiver.type].as_table();
+        const toml::table* known = types_["transceivers"][transceiver.type].as_table();
         const toml::table& type = known == nullptr ? no_type : *known;
         toml::table table;
         if (known != nullptr) {
             put(table, "type", transceiver.type);
         }
-        const Transceiver usual = make_transceiver(own_, port);
+        const Transceiver usual = usual_transceiver(own_, port);
         for (const TransceiverText& text : transceiver_texts) {
             put_unusual(table, text.key, transceiver.*text.text, usual.*text.text, type);
         }
@@ -380,8 +513,8 @@ private:
     }
 
     const Chassis& chassis_;
-    const Entity& own_; ///< that of the chassis
-    toml::table source_;
+    const Entity& own_;       ///< that of the chassis
+    const toml::table types_; ///< of the file that the chassis came from
     toml::table root_;
     toml::array entities_; ///< those that are described by themselves
 };

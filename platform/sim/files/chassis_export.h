@@ -7,9 +7,9 @@
 
 namespace sim {
 
-/// A chassis file of the chassis as it is, with the types of the file that it came from. What LEDs
-/// show by hand, the redundancy mode and what was counted are not in it. Throws ChassisFileError
-/// when that file cannot be read any more.
+/// A chassis file of the chassis as it is, faults included, with the types of the file that it came
+/// from. Only times are not in it, and what was read of transceivers and sent to terminals. Throws
+/// FileError when that file cannot be read any more.
 std::string export_chassis(const Chassis& chassis);
 
 } // namespace sim

@@ -1,42 +1,13 @@
 #include "files/chassis_file.h"
 
 #include "files/chassis_schema.h"
-#include "records/entity_record.h"
-#include "records/transceiver_record.h"
+#include "files/entity_reader.h"
+#include "model/led.h"
 
 #include <algorithm>
-#include <cmath>
-#include <map>
-#include <optional>
-#include <regex>
-#include <set>
 
 namespace sim {
 namespace {
-
-/// A table together with the [types] table that it refers to, whose keys it inherits.
-struct Settings {
-    const toml::table& own;
-    const toml::table* type = nullptr;
-
-    const toml::node* find(std::string_view key) const
-    {
-        const toml::node* node = own.get(key);
-        return node == nullptr && type != nullptr ? type->get(key) : node;
-    }
-};
-
-using Keys = std::vector<std::string_view>;
-
-/// Keys that any entity may have, and `more`.
-Keys entity_keys(Keys more)
-{
-    more.insert(more.end(), {"vendor-type", "replaceable"});
-    for (const EntityText& text : entity_texts) {
-        more.push_back(text.key);
-    }
-    return more;
-}
 
 /// Keys that a unit of a kind may have, and `more`.
 Keys unit_keys(const UnitKind& kind, Keys more = {})
@@ -46,429 +17,320 @@ Keys unit_keys(const UnitKind& kind, Keys more = {})
         more.push_back(kind.parts);
     }
     if (kind.type == UnitType::module) {
-        more.insert(more.end(), {"role", "transceivers", "electrical"});
+        more.insert(more.end(), {"role", "admin-status", "transceivers", "electrical"});
+    }
+    if (kind.type != UnitType::power_supply) {
+        more.emplace_back("power-admin-status");
     }
     return entity_keys(std::move(more));
 }
 
-/// Keys that a transceiver may have, and `more`.
-Keys transceiver_keys(Keys more = {})
-{
-    more.insert(more.end(), {"diagnostics", "lanes"});
-    for (const TransceiverText& text : transceiver_texts) {
-        more.push_back(text.key);
-    }
-    for (const Quantity& quantity : quantities) {
-        more.push_back(quantity.key);
-    }
-    return more;
-}
-
-/// Reads one file. Every complaint names the line of what it is about.
-class Reader {
+/// Reads one chassis file.
+class Reader : EntityReader {
 public:
     explicit Reader(const std::string& file, Chassis::TimeSource now = Clock::now)
-        : file_(file), root_(parse_chassis_file(file)), chassis_(file, std::move(now))
+        : EntityReader(file), chassis_(file, std::move(now))
     {
     }
 
     Chassis read()
     {
-        read_entity_entries();
         read_places();
         for (const UnitKind& kind : unit_kinds) {
-            for_each_table(root_.get(kind.entry), kind.entry,
+            for_each_table(root().get(kind.entry), kind.entry,
                            [&](const toml::table& entry) { add_units(kind, entry); });
         }
-        plug_unrecognized();
-        check_entity_entries();
+        for_each_table(root().get("unrecognized"), "unrecognized",
+                       [&](const toml::table& entry) { plug_unrecognized(entry); });
+        check_entries_used();
+        read_supervisors();
+        for_each_table(root().get("led"), "led", [&](const toml::table& entry) { set_led(entry); });
+        for_each_table(root().get("fault"), "fault",
+                       [&](const toml::table& entry) { set_fault(entry); });
         return std::move(chassis_);
     }
 
     Assembly read_unit(uint32_t place, const std::string& type)
     {
         read_places();
+        forget_entries(); // they are about the units of the file
         const auto in_place = [&](const UnitKind& kind) {
             return place > kind.place_base && place <= kind.place_base + kind.max_places;
         };
         const auto* kind = std::ranges::find_if(unit_kinds, in_place);
         if (kind == std::end(unit_kinds)) {
-            throw ChassisFileError(concat(file_, ": no unit fits into ", place));
+            throw FileError(concat(file(), ": no unit fits into ", place));
         }
-        if (!root_["types"][type].is_table()) {
-            throw ChassisFileError(concat(file_, ": there is no [types.", type, "]"));
+        if (!root()["types"][type].is_table()) {
+            throw FileError(concat(file(), ": there is no [types.", type, "]"));
         }
         const toml::table entry{{"type", type}};
-        const Settings settings = settings_of(*kind, entry);
-        return make_unit(*kind, place - kind->place_base, settings, settings.type->source());
+        const InheritingTable table = table_of(*kind, entry);
+        return make_unit(*kind, place - kind->place_base, table);
     }
 
     Transceiver read_transceiver(const Entity& port, const std::string& type)
     {
         read_places();
-        if (!root_["transceivers"][type].is_table()) {
-            throw ChassisFileError(concat(file_, ": there is no [transceivers.", type, "]"));
+        if (!root()["transceivers"][type].is_table()) {
+            throw FileError(concat(file(), ": there is no [transceivers.", type, "]"));
         }
         const toml::table entry{{"type", type}};
-        const Settings settings = with_type(entry, "transceivers");
-        return make_transceiver(settings, port, settings.type->source());
+        const InheritingTable table = with_type(entry, "transceivers");
+        return make_transceiver(table, port);
+    }
+
+    toml::table read_types()
+    {
+        check_types();
+        toml::table types;
+        for (const std::string_view key : {"types", "transceivers"}) {
+            if (const toml::node* node = root().get(key)) {
+                types.insert(key, *node);
+            }
+        }
+        return types;
     }
 
 private:
     /// Everything but the units.
     void read_places()
     {
-        check_keys(root_, {"chassis", "types", "transceivers", "module", "power-supply", "fan-tray",
-                           "entity"});
+        Keys keys = {"chassis",      "types", "transceivers", "entity",
+                     "unrecognized", "led",   "supervisors",  "fault"};
+        for (const UnitKind& kind : unit_kinds) {
+            keys.push_back(kind.entry);
+        }
+        check_keys(root(), keys);
         check_types();
-        const toml::node* settings = root_.get("chassis");
-        if (settings == nullptr) {
-            fail(root_.source(), "there is no [chassis] table");
+        const toml::node* node = root().get("chassis");
+        if (node == nullptr) {
+            fail(root().source(), "there is no [chassis] table");
         }
-        add_chassis(as_table(*settings, "chassis"));
-        check_transceiver_types();
+        read_entries();
+        const toml::table& table = as_table(*node, "chassis");
+        add_chassis(table);
         for (const UnitKind& kind : unit_kinds) {
-            add_places(kind, as_table(*settings, "chassis"));
+            add_places(kind, table);
         }
     }
 
-    /// Entries for entities that are described with others otherwise.
-    void read_entity_entries()
+    /// Types are good as a whole, also those that nothing has.
+    void check_types()
     {
-        for_each_table(root_.get("entity"), "entity", [&](const toml::table& entry) {
-            check_keys(entry, entity_keys({"index", "failed"}));
-            const toml::node* index = entry.get("index");
-            if (index == nullptr) {
-                fail(entry.source(), "[[entity]] has no 'index'");
-            }
-            const uint32_t value = number(*index, "index", 1, INT32_MAX);
-            if (!entity_entries_.emplace(value, &entry).second) {
-                fail(index->source(), "another [[entity]] has the index ", value);
-            }
-        });
-    }
-
-    void check_entity_entries() const
-    {
-        for (const auto& [index, entry] : entity_entries_) {
-            if (!described_.contains(index)) {
-                fail(entry->source(), "there is no entity ", index);
-            }
-        }
-    }
-
-    void plug_unrecognized()
-    {
-        const toml::node* places = root_["chassis"]["unrecognized"].node();
-        if (places == nullptr) {
-            return;
-        }
-        if (!places->is_array()) {
-            fail(places->source(), "'unrecognized' is not an array");
-        }
-        for (const toml::node& node : *places->as_array()) {
-            const uint32_t place = number(node, "unrecognized", 1, INT32_MAX);
-            if (!chassis_.places().contains(place)) {
-                fail(node.source(), "there is no slot or bay ", place);
-            }
-            try {
-                chassis_.plug_unknown(place);
-            } catch (const Refusal& refusal) {
-                fail(node.source(), refusal.what());
-            }
-        }
-    }
-
-    [[noreturn]] void fail(const toml::source_region& where, const auto&... what) const
-    {
-        const size_t line = std::max<size_t>(where.begin.line, 1);
-        throw ChassisFileError(concat(file_, ":", line, ": ", what...));
-    }
-
-    void check_keys(const toml::table& table, const Keys& known) const
-    {
-        for (const auto& [key, value] : table) {
-            if (std::ranges::find(known, key.str()) == known.end()) {
-                fail(key.source(), "unknown key '", key.str(), "'");
-            }
-        }
-    }
-
-    void check_types() const
-    {
-        const toml::node* types = root_.get("types");
-        if (types == nullptr) {
-            return;
-        }
-        Keys keys;
-        for (const UnitKind& kind : unit_kinds) {
-            keys = unit_keys(kind, std::move(keys));
-        }
-        for (const auto& [name, type] : as_table(*types, "types")) {
-            check_keys(as_table(type, name.str()), keys);
-        }
-    }
-
-    /// Types of transceivers are good as a whole, also those that no port holds.
-    void check_transceiver_types() const
-    {
-        const toml::node* types = root_.get("transceivers");
-        if (types == nullptr) {
-            return;
-        }
-        const Entity no_port{.port = Port{}};
-        for (const auto& [name, node] : as_table(*types, "transceivers")) {
-            const toml::table& type = as_table(node, name.str());
+        for_each_type("transceivers", [&](const toml::table& type) {
             check_keys(type, transceiver_keys());
-            make_transceiver({type}, no_port, type.source());
+            make_transceiver({type}, usual_port({}, 1, 1));
+        });
+        for_each_type("types",
+                      [&](const toml::table& type) { make_unit(kind_of(type), 1, {type}); });
+    }
+
+    void for_each_type(std::string_view types, auto&& use) const
+    {
+        if (const toml::node* node = root().get(types)) {
+            for (const auto& [name, type] : as_table(*node, types)) {
+                use(as_table(type, name.str()));
+            }
         }
     }
 
-    const toml::table& as_table(const toml::node& node, std::string_view what) const
+    /// A kind of units that may have all keys of a type.
+    const UnitKind& kind_of(const toml::table& type) const
     {
-        if (!node.is_table()) {
-            fail(node.source(), "'", what, "' is not a table");
+        Keys all;
+        for (const UnitKind& kind : unit_kinds) {
+            const Keys keys = unit_keys(kind);
+            if (unknown_key(type, keys) == nullptr) {
+                return kind;
+            }
+            all.insert(all.end(), keys.begin(), keys.end());
         }
-        return *node.as_table();
+        check_keys(type, all);
+        fail(type.source(), "no module, power supply or fan tray may have all of these keys");
     }
 
-    /// Calls `use` with every table of an array of tables, which may be missing.
-    void for_each_table(const toml::node* node, std::string_view what, auto&& use) const
+    void plug_unrecognized(const toml::table& entry)
     {
+        check_keys(entry, entity_keys({"place"}));
+        const toml::node& node = required(entry, "place", "[[unrecognized]]");
+        const uint32_t place = number(node, "place", 1, INT32_MAX);
+        const auto found = chassis_.places().find(place);
+        if (found == chassis_.places().end()) {
+            fail(node.source(), "there is no slot or bay ", place);
+        }
+        const Entity& container = chassis_.entities().at(place);
+        if (chassis_.find(found->second.unit_index) != nullptr) {
+            fail(node.source(), container.name, " is not empty");
+        }
+        Entity unit = unrecognized_unit(container, found->second.unit_index);
+        describe(unit, {entry});
+        chassis_.add(std::move(unit));
+    }
+
+    void read_supervisors()
+    {
+        const toml::node* node = root().get("supervisors");
         if (node == nullptr) {
             return;
         }
-        if (!node->is_array()) {
-            fail(node->source(), "'", what, "' is not an array of tables");
+        const toml::table& table = as_table(*node, "supervisors");
+        check_keys(table, {"in-charge", "switchovers", "last-reason", "last-action", "state"});
+        Redundancy redundancy = chassis_.redundancy();
+        if (const toml::node* slot = table.get("in-charge")) {
+            redundancy.active = in_charge(*slot);
         }
-        for (const toml::node& element : *node->as_array()) {
-            use(as_table(element, what));
-        }
-    }
-
-    uint32_t number(const toml::node& node, std::string_view what, uint32_t least,
-                    uint32_t most) const
-    {
-        if (!node.is_integer()) {
-            fail(node.source(), "'", what, "' is not an integer");
-        }
-        const int64_t value = node.as_integer()->get();
-        if (value < least || value > most) {
-            fail(node.source(), "'", what, "' is ", value, ", not within ", least, " to ", most);
-        }
-        return static_cast<uint32_t>(value);
-    }
-
-    /// The number of something that there may be none of.
-    uint32_t count(const Settings& settings, std::string_view what, uint32_t most) const
-    {
-        const toml::node* node = settings.find(what);
-        return node == nullptr ? 0 : number(*node, what, 0, most);
-    }
-
-    /// A number with a fraction or without. One that has no default must be given.
-    double real(const toml::table& table, std::string_view what,
-                std::optional<double> when_not_given, double least, double most) const
-    {
-        const toml::node* node = table.get(what);
-        const toml::source_region& where = (node == nullptr ? table : *node).source();
-        if (node != nullptr && !node->is_number()) {
-            fail(where, "'", what, "' is not a number");
-        }
-        const auto value = node == nullptr ? when_not_given : node->value<double>();
-        if (!value) {
-            fail(where, "there is no '", what, "'");
-        }
-        if (!(*value >= least && *value <= most)) {
-            fail(where, "'", what, "' is ", *value, ", not within ", least, " to ", most);
-        }
-        return *value;
-    }
-
-    bool truth(const toml::node& node, std::string_view what) const
-    {
-        if (!node.is_boolean()) {
-            fail(node.source(), "'", what, "' is not true or false");
-        }
-        return node.as_boolean()->get();
-    }
-
-    /// Whether a setting that may be missing is true.
-    bool is_set(const Settings& settings, std::string_view what) const
-    {
-        const toml::node* node = settings.find(what);
-        return node != nullptr && truth(*node, what);
-    }
-
-    /// The one of some choices whose key a setting gives.
-    template <typename Choice, size_t Count>
-    const Choice& choice(const Settings& settings, std::string_view what,
-                         std::string_view when_not_given, const Choice (&choices)[Count]) const
-    {
-        const toml::node* node = settings.find(what);
-        const auto key =
-            node == nullptr ? when_not_given : node->value_exact<std::string_view>().value_or("");
-        const Choice* found = std::ranges::find(choices, key, &Choice::key);
-        if (found == std::end(choices)) {
-            std::string keys;
-            for (const Choice& one : choices) {
-                keys += concat(keys.empty() ? "'" : ", '", one.key, "'");
+        redundancy.switchovers = count({table}, "switchovers", UINT32_MAX);
+        const auto code = [&](std::string_view key, int32_t& value) {
+            if (const toml::node* given = table.get(key)) {
+                value = number<int32_t>(*given, key, INT32_MIN, INT32_MAX);
             }
-            fail(node->source(), "'", what, "' is none of ", keys);
+            return table.contains(key);
+        };
+        code("last-reason", redundancy.last_reason);
+        constexpr auto last_action =
+            static_cast<uint32_t>(RedundancyAction::switch_over_and_restart);
+        redundancy.last_action =
+            static_cast<RedundancyAction>(count({table}, "last-action", last_action));
+        if (int32_t state = 0; code("state", state)) {
+            redundancy.state_by_hand = state;
         }
-        return *found;
+        chassis_.set_redundancy(redundancy);
     }
 
-    /// In its record a text ends with the first NUL.
-    void check_text(const toml::source_region& where, const auto& text,
-                    const std::string& value) const
+    /// The index of the supervisor in charge, or of the one that was last, by its slot.
+    uint32_t in_charge(const toml::node& slot) const
     {
-        if (value.size() > text.capacity) {
-            fail(where, "'", text.key, "' has ", value.size(), " bytes, more than ", text.capacity);
+        const auto* modules = std::ranges::find(unit_kinds, UnitType::module, &UnitKind::type);
+        const uint32_t place = number(slot, "in-charge", 1, modules->max_places);
+        const uint32_t index = modules->base + place;
+        const Unit* unit = chassis_.find_unit(index);
+        const bool in_service =
+            unit != nullptr && is_supervisor(*unit) && unit->status == EntityStatus::ok;
+        if (!in_service && active_supervisor(chassis_) != nullptr) {
+            fail(slot.source(), "slot ", place, " holds no supervisor in service");
         }
-        if (value.find('\0') != std::string::npos) {
-            fail(where, "'", text.key, "' contains a NUL");
+        return index;
+    }
+
+    void set_led(const toml::table& entry)
+    {
+        check_keys(entry, {"entity", "led", "value"});
+        const uint32_t index = number(required(entry, "entity", "[[led]]"), "entity", 1, INT32_MAX);
+        const toml::node& led = required(entry, "led", "[[led]]");
+        const uint32_t which = number(led, "led", 1, INT32_MAX);
+        const Unit* unit = chassis_.known_unit(index);
+        if (unit == nullptr ? index != chassis_index || which != status_led
+                            : which > number_of_leds(*unit)) {
+            fail(led.source(), "entity ", index, " has no LED ", which);
+        }
+        const toml::node& value = required(entry, "value", "[[led]]");
+        sim::set_led(chassis_, index, which,
+                     value.is_integer()
+                         ? number<int32_t>(value, "value", INT32_MIN, INT32_MAX)
+                         : static_cast<int32_t>(choice({entry}, "value", "", led_colours).value));
+    }
+
+    void set_fault(const toml::table& entry)
+    {
+        check_keys(entry, {"request", "operation", "effect", "amount", "count"});
+        required(entry, "request", "[[fault]]");
+        required(entry, "effect", "[[fault]]");
+        Fault fault{.request = choice({entry}, "request", "", request_names).key,
+                    .kind = &choice({entry}, "effect", "", fault_kinds)};
+        if (entry.contains("operation")) {
+            fault.operation = choice({entry}, "operation", "", operation_names).value;
+        }
+        const toml::node* amount = entry.get("amount");
+        if (fault.kind->most != 0) {
+            fault.amount =
+                number(required(entry, "amount", concat("a fault '", fault.kind->key, "'")),
+                       "amount", 1, fault.kind->most);
+        } else if (amount != nullptr) {
+            fail(amount->source(), "'", fault.kind->key, "' takes no 'amount'");
+        }
+        if (const toml::node* node = entry.get("count")) {
+            fault.left = number(*node, "count", 1, UINT32_MAX);
+        }
+        try {
+            chassis_.set_fault(fault);
+        } catch (const Refusal& refusal) {
+            fail(entry.source(), refusal.what());
         }
     }
 
-    /// Overwrites the texts of something with what its settings say.
-    template <typename Described, typename Text, size_t Count>
-    void read_texts(Described& described, const Text (&texts)[Count],
-                    const Settings& settings) const
+    void add_chassis(const toml::table& table)
     {
-        for (const Text& text : texts) {
-            const toml::node* node = settings.find(text.key);
-            if (node == nullptr) {
-                continue;
-            }
-            if (!node->is_string()) {
-                fail(node->source(), "'", text.key, "' is not a string");
-            }
-            described.*text.text = node->as_string()->get();
-            check_text(node->source(), text, described.*text.text);
-        }
-    }
-
-    /// Overwrites the entity's defaults with what its settings say.
-    void describe(Entity& entity, const Settings& settings) const
-    {
-        read_texts(entity, entity_texts, settings);
-        if (const toml::node* node = settings.find("vendor-type")) {
-            entity.vendor_type = number(*node, "vendor-type", 0, UINT32_MAX);
-        }
-        if (const toml::node* node = settings.find("replaceable")) {
-            entity.replaceable = truth(*node, "replaceable");
-        }
-    }
-
-    /// An entity with what it has from others, checked.
-    Entity completed(Entity entity, const toml::source_region& where)
-    {
-        described_.insert(entity.index);
-        if (const auto entry = entity_entries_.find(entity.index); entry != entity_entries_.end()) {
-            describe(entity, {*entry->second});
-            entity.failed = is_set({*entry->second}, "failed") || entity.failed;
-        }
-        if (entity.manufacturer.empty()) {
-            entity.manufacturer = own_.manufacturer;
-        }
-        for (const EntityText& text : entity_texts) {
-            check_text(where, text, entity.*text.text);
-        }
-        return entity;
-    }
-
-    void add_chassis(const toml::table& settings)
-    {
-        Keys keys = entity_keys(
-            {"sensors", "start-seconds", "type-code", "diagnostics-delay-ms", "unrecognized"});
+        Keys keys =
+            entity_keys({"sensors", "start-seconds", "type-code", "diagnostics-delay-ms",
+                         "redundancy-mode", "max-default-in-line-power", "status-notifications"});
         for (const UnitKind& kind : unit_kinds) {
             keys.push_back(kind.place_count);
         }
-        check_keys(settings, keys);
+        check_keys(table, keys);
 
-        Entity chassis = make_chassis();
-        describe(chassis, {settings});
-        own_ = chassis;
-        if (const toml::node* node = settings.get("start-seconds")) {
-            chassis_.settings().start_time =
-                std::chrono::seconds(number(*node, "start-seconds", 0, 3600));
-        }
-        chassis_.settings().type_code = count({settings}, "type-code", UINT32_MAX);
-        chassis_.settings().diagnostics_delay =
-            std::chrono::milliseconds(count({settings}, "diagnostics-delay-ms", 10000));
-        chassis_.add(completed(chassis, settings.source()));
-        for (Entity& sensor : make_sensors(chassis, 0, {settings})) {
+        read_own(table);
+        chassis_.add(own());
+        for (Entity& sensor : make_sensors(own(), 0, {table})) {
             chassis_.add(std::move(sensor));
         }
+
+        chassis_.start_under(choice({table}, "redundancy-mode", "none", redundancy_modes).value);
+        SwitchSettings& settings = chassis_.settings();
+        const auto usual_seconds = static_cast<uint32_t>(settings.start_time.count());
+        settings.start_time =
+            std::chrono::seconds(count({table}, "start-seconds", 3600, usual_seconds));
+        settings.type_code = count({table}, "type-code", UINT32_MAX);
+        settings.diagnostics_delay =
+            std::chrono::milliseconds(count({table}, "diagnostics-delay-ms", 10000));
+        settings.max_default_in_line_power = static_cast<int32_t>(
+            count({table}, "max-default-in-line-power", max_in_line_power, max_in_line_power));
+        settings.status_notifications = is_set({table}, "status-notifications", true);
     }
 
     /// Slots and bays are all containers in the chassis, so their positions follow on each other.
-    void add_places(const UnitKind& kind, const toml::table& settings)
+    void add_places(const UnitKind& kind, const toml::table& table)
     {
-        const uint32_t places = count({settings}, kind.place_count, kind.max_places);
+        const uint32_t places = count({table}, kind.place_count, kind.max_places);
         for (uint32_t place = 1; place <= places; ++place) {
-            Entity container = make_container(kind, place);
+            Entity container = completed(usual_container(kind, own(), place));
             container.position = ++containers_;
             const uint32_t index = container.index;
-            chassis_.add(completed(std::move(container), settings.source()));
+            chassis_.add(std::move(container));
             chassis_.add_place(
                 {.index = index, .type = kind.type, .unit_index = kind.base + place});
         }
     }
 
-    /// An entry with the type that it refers to, if it does, in a table of types.
-    Settings with_type(const toml::table& entry, std::string_view types) const
+    InheritingTable table_of(const UnitKind& kind, const toml::table& entry) const
     {
-        const toml::node* name = entry.get("type");
-        if (name == nullptr) {
-            return {entry};
-        }
-        if (!name->is_string()) {
-            fail(name->source(), "'type' is not a string");
-        }
-        const toml::node* type = root_[types][name->as_string()->get()].node();
-        if (type == nullptr) {
-            fail(name->source(), "there is no [", types, ".", name->as_string()->get(), "]");
-        }
-        return {entry, type->as_table()};
-    }
-
-    Settings settings_of(const UnitKind& kind, const toml::table& entry) const
-    {
-        Keys keys = unit_keys(kind, {"type", kind.place, "pulled", "failed"});
+        Keys keys = unit_keys(kind, {"type", kind.place, "pulled"});
         if (kind.type == UnitType::module) {
-            keys.push_back("admin-status");
-        }
-        if (kind.type != UnitType::power_supply) {
-            keys.push_back("power-admin-status");
+            keys.insert(keys.end(), {"starting", "starts"});
         }
         check_keys(entry, keys);
-        const Settings settings = with_type(entry, "types");
-        if (settings.type != nullptr) {
-            check_keys(*settings.type, unit_keys(kind));
+        const InheritingTable table = with_type(entry, "types");
+        if (table.inherited != nullptr) {
+            check_keys(*table.inherited, unit_keys(kind));
         }
-        return settings;
+        return table;
     }
 
     /// One entry describes the unit in one place, or like units in several.
     void add_units(const UnitKind& kind, const toml::table& entry)
     {
-        const Settings settings = settings_of(kind, entry);
-        const toml::node* place = entry.get(kind.place);
-        if (place == nullptr) {
-            fail(entry.source(), "[[", kind.entry, "]] has no '", kind.place, "'");
-        }
-        if (!place->is_array()) {
-            add_unit(kind, *place, settings);
+        const InheritingTable table = table_of(kind, entry);
+        const toml::node& place = required(entry, kind.place, concat("[[", kind.entry, "]]"));
+        if (!place.is_array()) {
+            add_unit(kind, place, table);
             return;
         }
-        for (const toml::node& one : *place->as_array()) {
-            add_unit(kind, one, settings);
+        for (const toml::node& one : *place.as_array()) {
+            add_unit(kind, one, table);
         }
     }
 
-    void add_unit(const UnitKind& kind, const toml::node& node, const Settings& settings)
+    void add_unit(const UnitKind& kind, const toml::node& node, const InheritingTable& table)
     {
         const uint32_t place = number(node, kind.place, 1, kind.max_places);
         if (chassis_.find(kind.place_base + place) == nullptr) {
@@ -482,245 +344,52 @@ private:
             fail(node.source(), "another ", kind.entry, " was pulled from ", kind.place, " ",
                  place);
         }
-        Assembly assembly = make_unit(kind, place, settings, node.source());
-        if (is_set(settings, "pulled")) {
+        Assembly assembly = make_unit(kind, place, table);
+        const bool pulled = is_set(table, "pulled");
+        assembly.unit.starts = count(table, "starts", UINT32_MAX, pulled ? 0 : 1);
+        if (pulled) {
             chassis_.add_pulled(std::move(assembly));
         } else {
+            assembly.unit.status =
+                is_set(table, "starting") ? EntityStatus::starting : EntityStatus::off;
             chassis_.add_unit(std::move(assembly));
         }
     }
 
-    /// A unit for a place, with its parts. Complaints that no key is to blame for name `where`.
-    Assembly make_unit(const UnitKind& kind, uint32_t place, const Settings& settings,
-                       const toml::source_region& where)
+    /// A unit for a place, with its parts.
+    Assembly make_unit(const UnitKind& kind, uint32_t place, const InheritingTable& table)
     {
-        Entity entity = sim::make_unit(kind, place, own_.serial);
-        describe(entity, settings);
-        entity.failed = is_set(settings, "failed");
+        Entity entity = usual_unit(kind, own(), place);
+        describe(entity, table);
+        entity = completed(std::move(entity));
+        check_derived(entity);
 
         Assembly assembly{
             .unit = {.type = kind.type,
                      .index = entity.index,
                      .number = place,
-                     .role = choice(settings, "role", "line-card", module_roles).value,
-                     .watts = count(settings, kind.watts, max_watts),
-                     .admin_status = choice(settings, "admin-status", "on", admin_statuses).value,
+                     .role = choice(table, "role", "line-card", module_roles).value,
+                     .watts = count(table, kind.watts, max_watts),
+                     .admin_status = choice(table, "admin-status", "on", admin_statuses).value,
                      .power_admin_status =
-                         choice(settings, "power-admin-status", "on", power_admin_statuses).value},
-            .entities = make_sensors(entity, kind.sensor_holder_base + place, settings)};
-        const uint32_t parts = count(settings, kind.parts, kind.max_parts);
+                         choice(table, "power-admin-status", "on", power_admin_statuses).value},
+            .entities = make_sensors(entity, kind.sensor_holder_base + place, table)};
+        const uint32_t parts = count(table, kind.parts, kind.max_parts);
         for (uint32_t number = 1; number <= parts; ++number) {
-            Entity part = kind.make_part(place, number);
+            Entity part = completed(kind.usual_part(own(), place, number));
             part.contained_in = entity.index;
             part.position = static_cast<int32_t>(number);
-            assembly.entities.push_back(completed(std::move(part), where));
+            assembly.entities.push_back(std::move(part));
         }
         if (kind.type == UnitType::module) {
-            fit_ports(std::span(assembly.entities).last(parts), settings);
+            fit_ports(std::span(assembly.entities).last(parts), table);
         }
-        assembly.entities.push_back(completed(std::move(entity), where));
+        assembly.entities.push_back(std::move(entity));
         return assembly;
     }
 
-    /// Says of a module's ports, in the order of their numbers, which have a cage and what is in
-    /// it.
-    void fit_ports(std::span<Entity> ports, const Settings& settings) const
-    {
-        if (const toml::node* electrical = settings.find("electrical")) {
-            for (const uint32_t number : port_list(*electrical, "electrical", ports.size())) {
-                ports[number - 1].port->has_cage = false;
-            }
-        }
-        const toml::node* transceivers = settings.find("transceivers");
-        for_each_table(transceivers, "transceivers", [&](const toml::table& entry) {
-            check_keys(entry, transceiver_keys({"ports", "type", "unplugged"}));
-            const toml::node* list = entry.get("ports");
-            if (list == nullptr) {
-                fail(entry.source(), "an element of 'transceivers' has no 'ports'");
-            }
-            for (const uint32_t number : port_list(*list, "ports", ports.size())) {
-                Entity& entity = ports[number - 1];
-                if (!entity.port->has_cage) {
-                    fail(list->source(), "port ", number, " is electrical");
-                }
-                if (entity.port->transceiver || entity.port->unplugged) {
-                    fail(list->source(), "port ", number, " holds another transceiver");
-                }
-                (is_set({entry}, "unplugged") ? entity.port->unplugged : entity.port->transceiver) =
-                    make_transceiver(with_type(entry, "transceivers"), entity, list->source());
-            }
-        });
-    }
-
-    /// The numbers that a text such as "1-8,10" lists, of `count` ports numbered from 1.
-    std::vector<uint32_t> port_list(const toml::node& node, std::string_view what,
-                                    size_t count) const
-    {
-        static const std::regex whole(R"((\d{1,4}(-\d{1,4})?(, *\d{1,4}(-\d{1,4})?)*)?)");
-        static const std::regex range(R"((\d+)(-(\d+))?)");
-        const auto text = node.value_exact<std::string>();
-        if (!text || !std::regex_match(*text, whole)) {
-            fail(node.source(), "'", what, "' is not a list of ports such as \"1-8,10\"");
-        }
-        std::vector<uint32_t> numbers;
-        for (std::sregex_iterator part(text->begin(), text->end(), range), end; part != end;
-             ++part) {
-            const auto first = static_cast<uint32_t>(std::stoul((*part)[1]));
-            const bool one = !(*part)[3].matched;
-            const auto last = one ? first : static_cast<uint32_t>(std::stoul((*part)[3]));
-            if (first < 1 || first > last || last > count) {
-                fail(node.source(), "'", what, "' lists ", part->str(), ", not within 1-", count);
-            }
-            for (uint32_t number = first; number <= last; ++number) {
-                numbers.push_back(number);
-            }
-        }
-        return numbers;
-    }
-
-    /// A transceiver in a port. Complaints that no key is to blame for name `where`.
-    Transceiver make_transceiver(const Settings& settings, const Entity& port,
-                                 const toml::source_region& where) const
-    {
-        Transceiver transceiver = sim::make_transceiver(own_, port.index);
-        transceiver.type = settings.own["type"].value_or(std::string());
-        read_texts(transceiver, transceiver_texts, settings);
-        for (const TransceiverText& text : transceiver_texts) {
-            check_text(where, text, transceiver.*text.text);
-        }
-        transceiver.diagnostics =
-            choice(settings, "diagnostics", "internal", diagnostics_kinds).value;
-        if (const toml::node* lanes = settings.find("lanes")) {
-            transceiver.lanes = number(*lanes, "lanes", 1, 8);
-        }
-        for (const Quantity& quantity : quantities) {
-            transceiver.measurements.push_back(make_measurement(
-                quantity, settings.find(quantity.key), threshold_format(transceiver),
-                sensor_index(port.port->if_index, quantity)));
-        }
-        return transceiver;
-    }
-
-    Measurement make_measurement(const Quantity& quantity, const toml::node* node,
-                                 WordFormat format, uint32_t seed) const
-    {
-        const bool dark = quantity.logarithmic && node != nullptr &&
-                          node->value_exact<std::string_view>() == no_light_key;
-        if (dark || node == nullptr) {
-            Measurement usual = sim::make_measurement(quantity, quantity.usual, format, seed);
-            usual.reading.set_by_hand(dark ? std::optional(no_light) : std::nullopt);
-            return usual;
-        }
-        const toml::table& table = as_table(*node, quantity.key);
-        Measurement measurement =
-            sim::make_measurement(quantity, range_of(quantity, table), format, seed);
-        if (const toml::node* held = table.get("held")) {
-            const bool held_dark =
-                quantity.logarithmic && held->value_exact<std::string_view>() == no_light_key;
-            measurement.reading.set_by_hand(
-                held_dark ? no_light : real(table, "held", 0, quantity.least, quantity.most));
-        }
-        return measurement;
-    }
-
-    ReadingRange range_of(const Quantity& quantity, const toml::table& table) const
-    {
-        ReadingRange range = quantity.usual;
-        Keys keys = {"low", "high", "held"};
-        keys.insert(keys.end(), std::begin(threshold_keys), std::end(threshold_keys));
-        check_keys(table, keys);
-        const auto read = [&](std::string_view key, double& value) {
-            value = real(table, key, value, quantity.least, quantity.most);
-        };
-        read("low", range.low);
-        read("high", range.high);
-        for (size_t index = 0; index < transceiver_thresholds; ++index) {
-            read(threshold_keys[index], range.thresholds[index]);
-        }
-        const auto check_order = [&](std::string_view lower, double low, std::string_view upper,
-                                     double high) {
-            if (low > high) {
-                fail(table.source(), "'", lower, "' is ", low, ", above '", upper, "', which is ",
-                     high);
-            }
-        };
-        check_order("low", range.low, "high", range.high);
-        const ThresholdIndex upwards[] = {low_alarm, low_warning, high_warning, high_alarm};
-        for (size_t i = 1; i < std::size(upwards); ++i) {
-            const ThresholdIndex lower = upwards[i - 1];
-            const ThresholdIndex upper = upwards[i];
-            check_order(threshold_keys[lower], range.thresholds[lower], threshold_keys[upper],
-                        range.thresholds[upper]);
-        }
-        return range;
-    }
-
-    std::vector<Entity> make_sensors(const Entity& holder, uint32_t holder_number,
-                                     const Settings& settings)
-    {
-        std::vector<Entity> sensors;
-        for_each_table(settings.find("sensors"), "sensors", [&](const toml::table& entry) {
-            check_keys(entry, entity_keys({"kind", "scale", "precision", "low", "high", "held",
-                                           "thresholds"}));
-            const auto number = static_cast<uint32_t>(sensors.size() + 1);
-            if (number > max_sensors) {
-                fail(entry.source(), "more than ", max_sensors, " sensors");
-            }
-            Entity sensor = sim::make_sensor(holder, holder_number, number);
-            sensor.sensor = make_sensor(sensor.index, entry);
-            sensor.description = sensor.sensor->kind->description;
-            describe(sensor, {entry});
-            // Entries of a type describe the sensors of many holders.
-            sensor.name = holder.name + " " + sensor.name;
-            sensors.push_back(completed(std::move(sensor), entry.source()));
-        });
-        return sensors;
-    }
-
-    Sensor make_sensor(uint32_t index, const toml::table& entry) const
-    {
-        const SensorKind& kind = choice({entry}, "kind", temperature_key, sensor_kinds);
-        const SensorScale scale =
-            choice({entry}, "scale", key_of(sensor_scales, kind.scale), sensor_scales).value;
-        const uint32_t precision = count({entry}, "precision", max_precision);
-        const double most = max_sensor_value / steps_per_unit(scale, precision);
-        const double low = real(entry, "low", kind.low, -most, most);
-        const double high = real(entry, "high", kind.high, -most, most);
-        if (low > high) {
-            fail(entry.source(), "'low' is ", low, ", above 'high', which is ", high);
-        }
-        Sensor sensor{&kind, scale, precision, Reading(low, high, index)};
-        if (entry.contains("held")) {
-            sensor.reading.set_by_hand(real(entry, "held", std::nullopt, -most, most));
-        }
-        for_each_table(entry.get("thresholds"), "thresholds", [&](const toml::table& threshold) {
-            if (sensor.thresholds.size() == max_thresholds) {
-                fail(threshold.source(), "more than ", max_thresholds, " thresholds");
-            }
-            sensor.thresholds.push_back(make_threshold(sensor, threshold));
-        });
-        return sensor;
-    }
-
-    SensorThreshold make_threshold(const Sensor& sensor, const toml::table& entry) const
-    {
-        check_keys(entry, {"value", "relation", "severity", "notify"});
-        const double most = max_sensor_value / steps_per_unit(sensor);
-        const double value = real(entry, "value", std::nullopt, -most, most);
-        const toml::node* notify = entry.get("notify");
-        const Relation relation = choice({entry}, "relation", ">=", relations).value;
-        return {Threshold(in_steps(sensor, value), relation),
-                choice({entry}, "severity", "minor", severities).value,
-                notify == nullptr || truth(*notify, "notify")};
-    }
-
-    const std::string& file_;
-    toml::table root_;
     Chassis chassis_;
     int32_t containers_ = 0; ///< so far, in the chassis
-    Entity own_; ///< that of the chassis, from which others have their manufacturer and serial
-    std::map<uint32_t, const toml::table*> entity_entries_; ///< by index
-    std::set<uint32_t> described_;                          ///< indexes of all entities so far
 };
 
 } // namespace
@@ -728,6 +397,11 @@ private:
 Chassis load_chassis(const std::string& file, Chassis::TimeSource now)
 {
     return Reader(file, std::move(now)).read();
+}
+
+toml::table read_types(const std::string& file)
+{
+    return Reader(file).read_types();
 }
 
 Assembly load_unit(const std::string& file, uint32_t place, const std::string& type)

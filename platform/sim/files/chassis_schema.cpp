@@ -1,12 +1,7 @@
 #include "files/chassis_schema.h"
 
-#include "files/chassis_file.h"
 #include "if_index.h"
 #include "wire/physical_index.h"
-
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 
 namespace sim {
 namespace {
@@ -18,7 +13,7 @@ std::string derived_serial(const std::string& chassis_serial, uint32_t index)
 
 } // namespace
 
-Entity make_chassis()
+Entity usual_chassis()
 {
     return {.index = chassis_index,
             .entity_class = EntityClass::chassis,
@@ -26,7 +21,7 @@ Entity make_chassis()
             .name = "Chassis"};
 }
 
-Entity make_port(uint32_t slot, uint32_t number)
+Entity usual_port(const Entity& chassis, uint32_t slot, uint32_t number)
 {
     // The codec numbers slots and ports from 0.
     uint32_t if_index = 0;
@@ -39,37 +34,42 @@ Entity make_port(uint32_t slot, uint32_t number)
             .entity_class = EntityClass::port,
             .description = "Ethernet port",
             .name = name,
+            .manufacturer = chassis.manufacturer,
             .port = Port{.if_index = if_index}};
 }
 
-Entity make_fan(uint32_t tray, uint32_t number)
+Entity usual_fan(const Entity& chassis, uint32_t tray, uint32_t number)
 {
     return {.index = 4000 + 16 * tray + number,
             .entity_class = EntityClass::fan,
             .description = "Fan",
-            .name = concat("Fan ", tray, "/", number)};
+            .name = concat("Fan ", tray, "/", number),
+            .manufacturer = chassis.manufacturer};
 }
 
-Entity make_sensor(const Entity& holder, uint32_t holder_number, uint32_t number)
+Entity usual_sensor(const Entity& chassis, const Entity& holder, uint32_t holder_number,
+                    uint32_t number)
 {
     return {.index = ENTITY_SENSOR_START + max_sensors * holder_number + number - 1,
             .entity_class = EntityClass::sensor,
             .contained_in = holder.index,
             .position = static_cast<int32_t>(number),
-            .name = concat("sensor ", number)};
+            .name = concat("sensor ", number),
+            .manufacturer = chassis.manufacturer};
 }
 
-Entity make_container(const UnitKind& kind, uint32_t place)
+Entity usual_container(const UnitKind& kind, const Entity& chassis, uint32_t place)
 {
     return {.index = kind.place_base + place,
             .entity_class = EntityClass::container,
             .contained_in = chassis_index,
             .vendor_type = kind.place_vendor_type,
             .description = std::string(kind.place_name),
-            .name = concat(kind.place_name, " ", place)};
+            .name = concat(kind.place_name, " ", place),
+            .manufacturer = chassis.manufacturer};
 }
 
-Entity make_unit(const UnitKind& kind, uint32_t place, const std::string& chassis_serial)
+Entity usual_unit(const UnitKind& kind, const Entity& chassis, uint32_t place)
 {
     return {.index = kind.base + place,
             .entity_class = kind.entity_class,
@@ -79,29 +79,16 @@ Entity make_unit(const UnitKind& kind, uint32_t place, const std::string& chassi
             .replaceable = true,
             .description = std::string(kind.name),
             .name = concat(kind.name, " ", place),
-            .serial = derived_serial(chassis_serial, kind.base + place)};
+            .serial = derived_serial(chassis.serial, kind.base + place),
+            .manufacturer = chassis.manufacturer};
 }
 
-Transceiver make_transceiver(const Entity& chassis, uint32_t port)
+Transceiver usual_transceiver(const Entity& chassis, uint32_t port)
 {
     Transceiver transceiver;
     transceiver.manufacturer = chassis.manufacturer;
     transceiver.serial = derived_serial(chassis.serial, port);
     return transceiver;
-}
-
-toml::table parse_chassis_file(const std::string& file)
-{
-    std::ifstream stream(file);
-    if (stream.peek() == std::ifstream::traits_type::eof() && !stream.eof()) {
-        throw ChassisFileError(file + ": " + std::strerror(errno));
-    }
-    try {
-        return toml::parse(stream, file);
-    } catch (const toml::parse_error& error) {
-        throw ChassisFileError(
-            concat(file, ":", error.source().begin.line, ": ", error.description()));
-    }
 }
 
 } // namespace sim

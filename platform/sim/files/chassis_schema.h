@@ -1,33 +1,24 @@
 /// What chassis files say, for those who read and write them.
 #pragma once
 
+#include "files/toml_reader.h"
 #include "model/chassis.h"
 #include "model/named.h"
 
-#include <toml++/toml.h>
-
-#include <sstream>
 #include <string>
 #include <string_view>
 
 namespace sim {
 
-template <typename... Parts>
-std::string concat(const Parts&... parts)
-{
-    std::ostringstream text;
-    (text << ... << parts);
-    return text.str();
-}
-
 inline constexpr uint32_t max_sensors = 64; ///< of one entity
 
-// Entities as they are unless a file says otherwise, without what they have from the chassis.
+// Entities as they are unless a file says otherwise. They have their manufacturer from the chassis.
 
-Entity make_chassis();
-Entity make_port(uint32_t slot, uint32_t number);
-Entity make_fan(uint32_t tray, uint32_t number);
-Entity make_sensor(const Entity& holder, uint32_t holder_number, uint32_t number);
+Entity usual_chassis();
+Entity usual_port(const Entity& chassis, uint32_t slot, uint32_t number);
+Entity usual_fan(const Entity& chassis, uint32_t tray, uint32_t number);
+Entity usual_sensor(const Entity& chassis, const Entity& holder, uint32_t holder_number,
+                    uint32_t number);
 
 /// What fills the places of a chassis: modules its slots, power supplies and fan trays their bays.
 struct UnitKind {
@@ -52,7 +43,7 @@ struct UnitKind {
     std::string_view watts;      ///< key of what a unit draws or delivers
     std::string_view parts = {}; ///< key with the number of ports or fans
     uint32_t max_parts = 0;
-    Entity (*make_part)(uint32_t place, uint32_t number) = nullptr;
+    Entity (*usual_part)(const Entity& chassis, uint32_t place, uint32_t number) = nullptr;
 };
 
 inline constexpr UnitKind unit_kinds[] = {
@@ -72,7 +63,7 @@ inline constexpr UnitKind unit_kinds[] = {
      .watts = "power",
      .parts = "ports",
      .max_parts = 64,
-     .make_part = make_port},
+     .usual_part = usual_port},
     {.type = UnitType::power_supply,
      .entry = key_of(unit_types, UnitType::power_supply),
      .name = "Power supply",
@@ -104,18 +95,18 @@ inline constexpr UnitKind unit_kinds[] = {
      .watts = "power",
      .parts = "fans",
      .max_parts = 16,
-     .make_part = make_fan},
+     .usual_part = usual_fan},
 };
 
-Entity make_container(const UnitKind& kind, uint32_t place);
+Entity usual_container(const UnitKind& kind, const Entity& chassis, uint32_t place);
 
-/// @param chassis_serial units without a serial number derive theirs from it
-Entity make_unit(const UnitKind& kind, uint32_t place, const std::string& chassis_serial);
+/// A unit, whose serial number derives from the chassis's.
+Entity usual_unit(const UnitKind& kind, const Entity& chassis, uint32_t place);
 
-/// The transceiver of a port that has a manufacturer and a serial number of its chassis.
-Transceiver make_transceiver(const Entity& chassis, uint32_t port);
+/// A transceiver, which has its manufacturer from the chassis, as well as its serial number.
+Transceiver usual_transceiver(const Entity& chassis, uint32_t port);
 
-/// The tables of a file, whatever they say. Throws ChassisFileError.
-toml::table parse_chassis_file(const std::string& file);
+/// The tables of types in a file, which are good as a whole. Throws FileError.
+toml::table read_types(const std::string& file);
 
 } // namespace sim

@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <map>
+#include <stdexcept>
 #include <sys/eventfd.h>
 #include <system_error>
 #include <unistd.h>
@@ -69,7 +70,9 @@ void start_event_delivery()
     if (wakeup < 0) {
         throw std::system_error(errno, std::generic_category(), "eventfd");
     }
-    register_readfd(wakeup, on_wakeup, nullptr);
+    if (register_readfd(wakeup, on_wakeup, nullptr) != FD_REGISTERED_OK) {
+        throw std::runtime_error("the agent watches no further descriptor");
+    }
     if (!queue.empty()) {
         wake_agent();
     }

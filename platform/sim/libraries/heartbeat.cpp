@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <string_view>
+#include <thread>
 
 namespace sim {
 namespace {
@@ -24,7 +25,7 @@ void find_watchdog()
 void feed_watchdog()
 {
     auto address = unix_address(watchdog);
-    if (watchdog.empty() || !address) {
+    if (!address) {
         return;
     }
     if (watchdog.front() == '@') {
@@ -33,9 +34,15 @@ void feed_watchdog()
     constexpr std::string_view message = "WATCHDOG=1";
     const Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + watchdog.size());
-    // Nobody can be told of a sign of life that is lost; the next one follows soon.
+    // A sign of life that is lost is not reported; the next one follows soon.
     (void)sendto(socket.get(), message.data(), message.size(), MSG_NOSIGNAL,
                  reinterpret_cast<const sockaddr*>(&*address), length);
+}
+
+void take_time(std::chrono::milliseconds time)
+{
+    feed_watchdog();
+    std::this_thread::sleep_for(time);
 }
 
 void beat()

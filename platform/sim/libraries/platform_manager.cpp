@@ -1,8 +1,8 @@
 #include "libraries/platform_manager.h"
 
+#include "libraries/disturbance.h"
 #include "libraries/event_log.h"
 #include "libraries/event_queue.h"
-#include "libraries/fault.h"
 #include "libraries/result_code.h"
 #include "model/led.h"
 #include "model/ports.h"
@@ -246,7 +246,7 @@ be_int32 read_in_line_power(const Chassis& chassis)
 
 Answer write_in_line_power(Chassis& chassis, const be_int32& written)
 {
-    if (written < 0 || written > 12500) {
+    if (written < 0 || written > max_in_line_power) {
         return {ResultCode::value_out_of_range};
     }
     chassis.settings().max_default_in_line_power = written;

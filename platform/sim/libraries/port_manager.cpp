@@ -1,14 +1,15 @@
 #include "libraries/c_boundary.h"
-#include "libraries/fault.h"
+#include "libraries/disturbance.h"
+#include "libraries/heartbeat.h"
 #include "libraries/malloc_copy.h"
 #include "libraries/platform_manager.h"
 #include "libraries/result_code.h"
+#include "model/fault.h"
 #include "model/ports.h"
 #include "records/transceiver_record.h"
 
 #include <array>
 #include <string_view>
-#include <thread>
 
 namespace sim {
 namespace {
@@ -35,24 +36,13 @@ PortConfig encode_config(const Chassis& chassis, const Entity& port)
     return config;
 }
 
-/// The blocks of one answer on their way to the caller.
-class HandOver {
-public:
-    explicit HandOver(const Disturbance& disturbance) : disturbance_(disturbance) {}
-
-    template <typename Block>
-    ResultCode operator()(const Block& block, void** response) const
-    {
-        const auto bytes = std::as_bytes(std::span(block));
-        std::vector<std::byte> copy(bytes.begin(), bytes.end());
-        copy.resize(disturbance_.disturbed(copy.size()));
-        *response = malloc_copy(copy);
-        return ResultCode::ok;
-    }
-
-private:
-    Disturbance disturbance_;
-};
+/// Hands a copy of a block over to the caller.
+template <typename Block>
+ResultCode hand_over(const Block& block, void** response)
+{
+    *response = malloc_copy(std::as_bytes(std::span(block)));
+    return ResultCode::ok;
+}
 
 /// Runs the body of a call with the chassis in place. @return the call's result
 template <typename Body>
@@ -65,8 +55,7 @@ int32_t with_chassis(std::string_view request, Body body)
         }
         const Disturbance disturbance =
             disturb(request, request == next_port ? CHM_REQ_GETNEXT : CHM_REQ_GET);
-        return disturbance.result ? *disturbance.result
-                                  : static_cast<int32_t>(body(*chassis, HandOver(disturbance)));
+        return disturbance.result ? *disturbance.result : static_cast<int32_t>(body(*chassis));
     });
 }
 
@@ -74,9 +63,9 @@ int32_t with_chassis(std::string_view request, Body body)
 template <typename Body>
 int32_t with_port(std::string_view request, uint32_t if_index, Body body)
 {
-    return with_chassis(request, [&](Chassis& chassis, const HandOver& hand_over) {
+    return with_chassis(request, [&](Chassis& chassis) {
         const Entity* port = find_port(chassis, if_index);
-        return port == nullptr ? ResultCode::no_such_entry : body(chassis, *port, hand_over);
+        return port == nullptr ? ResultCode::no_such_entry : body(chassis, *port);
     });
 }
 
@@ -85,7 +74,6 @@ int32_t with_port(std::string_view request, uint32_t if_index, Body body)
 
 using sim::Chassis;
 using sim::Entity;
-using sim::HandOver;
 using sim::ResultCode;
 
 int32_t pm_cmi_get_port_config(uint32_t /*queue*/, int32_t /*operation*/, uint32_t /*arg*/,
@@ -93,11 +81,10 @@ int32_t pm_cmi_get_port_config(uint32_t /*queue*/, int32_t /*operation*/, uint32
                                uint32_t /*req_class*/)
 {
     *response = nullptr;
-    return sim::with_port(
-        sim::port_configuration, *if_index,
-        [&](const Chassis& chassis, const Entity& port, const HandOver& hand_over) {
-            return hand_over(sim::encode_config(chassis, port), response);
-        });
+    return sim::with_port(sim::port_configuration, *if_index,
+                          [&](const Chassis& chassis, const Entity& port) {
+                              return sim::hand_over(sim::encode_config(chassis, port), response);
+                          });
 }
 
 int32_t pm_get_next_port_fcot_info_with_ddm(uint32_t /*queue*/, int32_t /*operation*/,
@@ -106,14 +93,13 @@ int32_t pm_get_next_port_fcot_info_with_ddm(uint32_t /*queue*/, int32_t /*operat
                                             uint32_t /*req_class*/)
 {
     *response = nullptr;
-    return sim::with_chassis(
-        sim::next_port, [&](const Chassis& chassis, const HandOver& hand_over) {
-            const Entity* port = next_port_with_diagnostics(chassis, *if_index);
-            if (port == nullptr) {
-                return ResultCode::no_such_entry;
-            }
-            return hand_over(std::array{port->port.value().if_index}, response);
-        });
+    return sim::with_chassis(sim::next_port, [&](const Chassis& chassis) {
+        const Entity* port = next_port_with_diagnostics(chassis, *if_index);
+        if (port == nullptr) {
+            return ResultCode::no_such_entry;
+        }
+        return sim::hand_over(std::array{port->port.value().if_index}, response);
+    });
 }
 
 int32_t pm_cmi_get_fcot_info(uint32_t /*queue*/, int32_t /*operation*/, uint32_t /*arg*/,
@@ -122,13 +108,12 @@ int32_t pm_cmi_get_fcot_info(uint32_t /*queue*/, int32_t /*operation*/, uint32_t
 {
     *response = nullptr;
     return sim::with_port(
-        sim::transceiver_information, *if_index,
-        [&](const Chassis& chassis, const Entity& port, const HandOver& hand_over) {
+        sim::transceiver_information, *if_index, [&](const Chassis& chassis, const Entity& port) {
             const sim::Transceiver* transceiver = transceiver_in_service(chassis, port);
             if (transceiver == nullptr) {
                 return ResultCode::no_such_entry;
             }
-            return hand_over(sim::encode_information(*transceiver), response);
+            return sim::hand_over(sim::encode_information(*transceiver), response);
         });
 }
 
@@ -138,18 +123,17 @@ int32_t pm_get_sfp_diag_info(uint32_t /*queue*/, uint32_t if_index, void** diag,
     *diag = nullptr;
     *aux = nullptr;
     *num_of_lanes = 0;
-    return sim::with_port(sim::transceiver_diagnostics, if_index,
-                          [&](Chassis& chassis, const Entity& port, const HandOver& hand_over) {
-                              if (transceiver_in_service(chassis, port) == nullptr) {
-                                  return ResultCode::no_such_entry;
-                              }
-                              std::this_thread::sleep_for(chassis.settings().diagnostics_delay);
-                              const std::vector<diag_info> lanes =
-                                  chassis.read_diagnostics(port.index);
-                              const std::vector<sim::Auxiliary> auxiliaries(lanes.size());
-                              hand_over(lanes, diag);
-                              hand_over(auxiliaries, aux);
-                              *num_of_lanes = static_cast<uint32_t>(lanes.size());
-                              return ResultCode::ok;
-                          });
+    return sim::with_port(
+        sim::transceiver_diagnostics, if_index, [&](Chassis& chassis, const Entity& port) {
+            if (transceiver_in_service(chassis, port) == nullptr) {
+                return ResultCode::no_such_entry;
+            }
+            sim::take_time(chassis.settings().diagnostics_delay);
+            const std::vector<diag_info> lanes = chassis.read_diagnostics(port.index);
+            const std::vector<sim::Auxiliary> auxiliaries(lanes.size());
+            sim::hand_over(lanes, diag);
+            sim::hand_over(auxiliaries, aux);
+            *num_of_lanes = static_cast<uint32_t>(lanes.size());
+            return ResultCode::ok;
+        });
 }

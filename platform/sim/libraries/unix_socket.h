@@ -38,11 +38,12 @@ inline Descriptor new_unix_socket(int flags = 0)
     return Descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0));
 }
 
-/// The address of a path, nothing when the path is too long for one.
+/// The address of a path, nothing when the path is too long for one or empty: without a path, the
+/// kernel takes the address for a name that everybody may use.
 inline std::optional<sockaddr_un> unix_address(const std::string& path)
 {
     sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
-    if (path.size() >= sizeof address.sun_path) {
+    if (path.empty() || path.size() >= sizeof address.sun_path) {
         return std::nullopt;
     }
     path.copy(static_cast<char*>(address.sun_path), path.size());

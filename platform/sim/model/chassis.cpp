@@ -16,6 +16,18 @@ bool is_about_unit(uint32_t event)
 
 } // namespace
 
+Entity unrecognized_unit(const Entity& container, uint32_t index)
+{
+    return {.index = index,
+            .entity_class = EntityClass::unknown,
+            .contained_in = container.index,
+            .position = 1,
+            .replaceable = true,
+            .failed = true,
+            .description = "Unit that the switch does not recognize",
+            .name = "Unknown unit in " + container.name};
+}
+
 void Chassis::add(Entity entity)
 {
     const uint32_t index = entity.index;
@@ -34,10 +46,13 @@ void Chassis::add(Entity entity)
 void Chassis::add_unit(Assembly assembly)
 {
     Unit& unit = fit(std::move(assembly));
-    unit.status = EntityStatus::ok;
     unit.powered = true;
     unit.status_changed = unit.went_into_service = last_change_;
-    unit.starts = 1;
+    if (unit.status == EntityStatus::starting) {
+        unit.ready_at = last_change_ + settings_.start_time;
+    } else {
+        unit.status = EntityStatus::ok;
+    }
     settle(unit);
 }
 
@@ -46,6 +61,12 @@ void Chassis::add_pulled(Assembly assembly)
     const auto place = std::ranges::find_if(
         places_, [&](const auto& entry) { return entry.second.unit_index == assembly.unit.index; });
     place->second.pulled = std::move(assembly);
+}
+
+void Chassis::set_redundancy(const Redundancy& redundancy)
+{
+    redundancy_ = redundancy;
+    settle_roles();
 }
 
 const Entity* Chassis::find(uint32_t index) const
@@ -58,6 +79,16 @@ const Unit* Chassis::find_unit(uint32_t index) const
 {
     const auto found = units_.find(index);
     return found == units_.end() ? nullptr : &found->second;
+}
+
+const Unit* Chassis::known_unit(uint32_t index) const
+{
+    for (const auto& [container, place] : places_) {
+        if (place.unit_index == index && place.pulled) {
+            return &place.pulled->unit;
+        }
+    }
+    return find_unit(index);
 }
 
 EntityStatus Chassis::status(const Entity& entity) const
@@ -113,7 +144,7 @@ void Chassis::write(uint32_t index, std::span<const TextChange> changes)
 void Chassis::announce_change()
 {
     last_change_ = now_();
-    tell({inventory_change});
+    notify({inventory_change});
 }
 
 void Chassis::set_admin_status(uint32_t index, AdminStatus status)
@@ -167,7 +198,7 @@ void Chassis::set_output(uint32_t index, uint32_t watts)
     }
     const Unit before = found->second;
     found->second.watts = watts;
-    tell_changes(before, found->second);
+    notify_changes(before, found->second);
 }
 
 void Chassis::set_failed(uint32_t index, bool failed)
@@ -192,6 +223,12 @@ void Chassis::set_failed(uint32_t index, bool failed)
 
 void Chassis::pull(uint32_t index)
 {
+    if (const auto named = places_.find(index); named != places_.end()) {
+        if (find(named->second.unit_index) == nullptr) {
+            throw Refusal(entities_.at(index).name + " is empty");
+        }
+        index = named->second.unit_index;
+    }
     const Entity& entity = entities_.at(index);
     const auto place = places_.find(entity.contained_in);
     if (place == places_.end() || !entity.replaceable) {
@@ -202,7 +239,7 @@ void Chassis::pull(uint32_t index)
         refuse_for_active_supervisor(unit->second);
         change_status(unit->second, EntityStatus::off, false);
     }
-    tell({fru_removed, index});
+    notify({fru_removed, index});
 
     std::vector<Entity> entities;
     std::erase_if(entities_, [&](auto& entry) {
@@ -222,14 +259,19 @@ void Chassis::pull(uint32_t index)
 void Chassis::insert(uint32_t index, std::optional<Assembly> other)
 {
     Place& place = empty_place(index);
-    std::optional<Assembly> assembly = std::move(other ? other : place.pulled);
-    if (!assembly) {
+    if (other) {
+        // What was set by hand goes with the unit that was there.
+        std::erase_if(settings_.leds_by_hand,
+                      [&](const auto& led) { return led.first.first == place.unit_index; });
+        place.pulled = std::move(other);
+    }
+    if (!place.pulled) {
         throw Refusal("nothing was pulled from " + entities_.at(index).name +
                       "; say which type of unit to insert");
     }
+    Unit& unit = fit(std::move(*place.pulled));
     place.pulled.reset();
-    Unit& unit = fit(std::move(*assembly));
-    tell({fru_inserted, unit.index});
+    notify({fru_inserted, unit.index});
     announce_change();
     settle(unit);
 }
@@ -237,23 +279,16 @@ void Chassis::insert(uint32_t index, std::optional<Assembly> other)
 void Chassis::plug_unknown(uint32_t index)
 {
     const uint32_t unit = empty_place(index).unit_index;
-    add({.index = unit,
-         .entity_class = EntityClass::unknown,
-         .contained_in = index,
-         .position = 1,
-         .replaceable = true,
-         .failed = true,
-         .description = "Unit that the switch does not recognize",
-         .name = "Unknown unit in " + entities_.at(index).name});
-    tell({unrecognized_fru, unit});
+    add(unrecognized_unit(entities_.at(index), unit));
+    notify({unrecognized_fru, unit});
     announce_change();
 }
 
 void Chassis::set_reading(uint32_t index, std::optional<double> value)
 {
     Sensor& sensor = sensor_of(index);
-    if (value && !(std::abs(*value * steps_per_unit(sensor)) <= max_sensor_value)) {
-        throw Refusal(entities_.at(index).name + " cannot tell such a value");
+    if (value && !(std::abs(*value) <= most_reading(sensor.scale, sensor.precision))) {
+        throw Refusal(entities_.at(index).name + " cannot report such a value");
     }
     // What moved since the last measurement is not the hand's doing.
     measure(entities_.at(index));
@@ -278,7 +313,7 @@ void Chassis::advance()
     }
 }
 
-void Chassis::tell(const Occurrence& occurrence)
+void Chassis::notify(const Occurrence& occurrence)
 {
     if (is_about_unit(occurrence.event) && !settings_.status_notifications) {
         return;
@@ -307,7 +342,7 @@ Sensor& Chassis::sensor_of(uint32_t index)
     return *entity.sensor;
 }
 
-/// Takes the readings of an entity that measures, and tells of the thresholds that they crossed.
+/// Takes the readings of an entity that measures, and reports the thresholds that they crossed.
 void Chassis::measure(Entity& entity)
 {
     if (entity.port && entity.port->transceiver) {
@@ -329,8 +364,8 @@ void Chassis::measure(Entity& entity)
     for (SensorThreshold& threshold : sensor.thresholds) {
         ++number;
         if (threshold.is_crossed_by(sensor.value) && threshold.notifies) {
-            tell({sensor_threshold_crossed, entity.index,
-                  Crossing{sensor.value, static_cast<int32_t>(threshold.value()), number}});
+            notify({sensor_threshold_crossed, entity.index,
+                    Crossing{sensor.value, static_cast<int32_t>(threshold.value()), number}});
         }
     }
 }
@@ -377,25 +412,25 @@ void Chassis::change_status(Unit& unit, EntityStatus status, bool powered)
             unit.went_into_service = unit.status_changed;
         }
     }
-    tell_changes(before, unit);
+    notify_changes(before, unit);
     measure_parts(unit);
     settle_roles();
 }
 
-void Chassis::tell_changes(const Unit& before, const Unit& unit)
+void Chassis::notify_changes(const Unit& before, const Unit& unit)
 {
     if (unit.type == UnitType::power_supply) {
         if (watts_now(unit) != watts_now(before)) {
-            tell({power_supply_output_change, unit.index});
+            notify({power_supply_output_change, unit.index});
         }
         return;
     }
     if (power_status(unit) != power_status(before)) {
-        tell({power_status_change, unit.index});
+        notify({power_status_change, unit.index});
     }
     if (unit.status != before.status) {
-        tell({unit.type == UnitType::module ? module_status_change : fan_tray_status_change,
-              unit.index});
+        notify({unit.type == UnitType::module ? module_status_change : fan_tray_status_change,
+                unit.index});
     }
 }
 
@@ -422,9 +457,8 @@ void Chassis::start(Unit& unit)
         unit.ready_at = now_() + settings_.start_time;
         change_status(unit, EntityStatus::starting, true);
     }
-    if (now_() >= unit.ready_at) {
-        change_status(unit, EntityStatus::ok, true);
-    }
+    const bool ready = now_() >= unit.ready_at;
+    change_status(unit, ready ? EntityStatus::ok : EntityStatus::starting, true);
 }
 
 /// Settles a unit, but one that runs goes off first.

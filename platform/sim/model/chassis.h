@@ -1,11 +1,12 @@
 /// The model of the simulated switch: the physical entities that a chassis is made of, and the
 /// units among them.
 ///
-/// Whatever changes in it changes here, and the change itself is what tells the observers; nobody
-/// else raises events.
+/// Whatever changes in it changes here, and the change itself is what notifies the observers;
+/// nothing else raises events.
 #pragma once
 
 #include "model/entity.h"
+#include "model/fault.h"
 #include "model/power.h"
 #include "model/reading.h"
 #include "model/redundancy.h"
@@ -35,9 +36,9 @@ struct Place {
 
 /// What is set for the switch as a whole.
 struct SwitchSettings {
-    int32_t max_default_in_line_power = 12500;
+    int32_t max_default_in_line_power = max_in_line_power;
     bool status_notifications = true; ///< events of units are raised; see Chassis::observe()
-    uint32_t type_code = 0;           ///< of the chassis, as the platform database tells it
+    uint32_t type_code = 0;           ///< of the chassis, as the platform database shows it
     std::chrono::milliseconds diagnostics_delay{}; ///< that reading a transceiver takes
     std::chrono::seconds start_time{3}; ///< that a module starts before it goes into service
     /// What LEDs show that were set by hand, by entity and number of the LED.
@@ -57,6 +58,9 @@ struct Occurrence {
     std::optional<Crossing> crossing{}; ///< of sensor_threshold_crossed
 };
 
+/// A unit that the switch does not recognize, in the place whose container is given.
+Entity unrecognized_unit(const Entity& container, uint32_t index);
+
 class Chassis {
 public:
     using Observer = std::function<void(const Occurrence& occurrence)>;
@@ -69,24 +73,31 @@ public:
     {
     }
 
-    // While the chassis is put together; nothing of it is a change that anybody is told of.
+    // While the chassis is put together; nothing of it is a change that observers see.
 
     /// Adds an entity. Throws std::invalid_argument when its index is taken or lies among the
     /// transceivers' rows.
     void add(Entity entity);
 
     /// Adds a place whose container is there, and a unit that is in service from the start, unless
-    /// it has failed or its administrative statuses have it off.
+    /// it is starting or has failed, or its administrative statuses have it off.
     void add_place(Place place) { places_.emplace(place.index, std::move(place)); }
     void add_unit(Assembly assembly);
 
     /// Adds a unit that was pulled from its place and may be inserted.
     void add_pulled(Assembly assembly);
 
+    /// Sets what has become of the supervisors. One that cannot be in charge is followed by
+    /// another.
+    void set_redundancy(const Redundancy& redundancy);
+
+    /// Sets the redundancy mode, whether the power supplies cover what is drawn under it or not.
+    void start_under(RedundancyMode mode) { redundancy_mode_ = mode; }
+
     // How it is.
 
     /// Has `observer` called at every change: when it happened, but before a removed unit is gone.
-    /// While status notifications are off, nothing is told of units.
+    /// While status notifications are off, they learn nothing of units.
     void observe(Observer observer) { observers_.push_back(std::move(observer)); }
 
     const std::string& file() const { return file_; }
@@ -106,6 +117,9 @@ public:
     /// The unit with an index, or null.
     const Unit* find_unit(uint32_t index) const;
 
+    /// The unit with an index, in its place or pulled from it, or null.
+    const Unit* known_unit(uint32_t index) const;
+
     /// How an entity is: a unit as its power and its failures say, a part as its unit, unless the
     /// part itself has failed.
     EntityStatus status(const Entity& entity) const;
@@ -120,6 +134,10 @@ public:
 
     RedundancyMode redundancy_mode() const { return redundancy_mode_; }
 
+    /// Faults on demand, in the order of their numbers. Spent ones are gone.
+    const std::vector<Fault>& faults() const { return faults_; }
+    std::vector<Fault>& faults() { return faults_; }
+
     /// When the inventory last changed; at first when the chassis was made.
     Clock::time_point last_change() const { return last_change_; }
 
@@ -131,7 +149,7 @@ public:
     /// Writes texts of an entity; values that are already there change nothing.
     void write(uint32_t index, std::span<const TextChange> changes);
 
-    /// Counts as a change of the inventory, and tells the observers so.
+    /// Counts as a change of the inventory, and notifies the observers.
     void announce_change();
 
     /// Switches a module, or the power of a module or fan tray.
@@ -147,7 +165,7 @@ public:
     /// Has a unit or a fan fail, or repairs it; a fan tray is repaired with its fans.
     void set_failed(uint32_t index, bool failed);
 
-    /// Pulls the unit with an index out of its place.
+    /// Pulls a unit out of its place, by its own index or by that of the place's container.
     void pull(uint32_t index);
 
     /// Fills an empty place, by the index of its container, with what was last pulled from it or
@@ -166,6 +184,11 @@ public:
     /// Sets the supervisors' state code by hand, or lets it follow them again.
     void set_supervisor_state(std::optional<int32_t> state) { redundancy_.state_by_hand = state; }
 
+    /// Adds a fault, and numbers it. Refused are one too many, one with which delays, cut or padded
+    /// bytes of a single request would add up to more than the most of their kind, and an answer of
+    /// the port manager's that is cut or padded: without a length, its bytes are relied on.
+    void set_fault(Fault fault);
+
     /// Plugs what was last unplugged from a port, or another transceiver, into its empty cage.
     void plug(uint32_t index, std::optional<Transceiver> other = std::nullopt);
 
@@ -181,7 +204,7 @@ public:
     std::vector<diag_info> read_diagnostics(uint32_t index);
 
     /// Sets what a sensor measures by hand, in the unit of its kind, or lets it move again. Refused
-    /// when the sensor could not tell it.
+    /// when the sensor could not report it.
     void set_reading(uint32_t index, std::optional<double> value);
 
     /// Has the crossings of a threshold of a sensor, counted from 1, raise events or not.
@@ -192,7 +215,7 @@ public:
     void advance();
 
 private:
-    void tell(const Occurrence& occurrence);
+    void notify(const Occurrence& occurrence);
     Unit& fit(Assembly assembly);
     Sensor& sensor_of(uint32_t index);
     void measure(Entity& entity);
@@ -203,7 +226,7 @@ private:
     bool has_failed_part(const Unit& unit) const;
     void refuse_for_active_supervisor(const Unit& unit) const;
     void change_status(Unit& unit, EntityStatus status, bool powered);
-    void tell_changes(const Unit& before, const Unit& unit);
+    void notify_changes(const Unit& before, const Unit& unit);
     void settle_roles();
     void put_in_charge(uint32_t supervisor, int32_t reason);
     void settle(Unit& unit);
@@ -219,6 +242,8 @@ private:
     RedundancyMode redundancy_mode_ = RedundancyMode::none;
     Redundancy redundancy_;
     SwitchSettings settings_;
+    std::vector<Fault> faults_;
+    uint32_t last_fault_ = 0; ///< number
     Clock::time_point last_change_ = now_();
 };
 

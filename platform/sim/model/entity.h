@@ -23,7 +23,7 @@ enum class EntityClass : int32_t {
     port = 10,
 };
 
-/// How whatever has a status is, told alike in all tables. Only `ok` is healthy.
+/// How whatever has a status is, the same in all tables. Only `ok` is healthy.
 enum class EntityStatus : int32_t {
     unknown = 1,
     ok = 2,

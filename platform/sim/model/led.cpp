@@ -36,11 +36,6 @@ LedColour colour_of_chassis(const Chassis& chassis)
     return colour;
 }
 
-uint32_t number_of_leds(const Unit& unit)
-{
-    return is_supervisor(unit) ? role_led : status_led;
-}
-
 led_entry entry(const Chassis& chassis, uint32_t entity, uint32_t led, LedColour colour)
 {
     const auto& leds_by_hand = chassis.settings().leds_by_hand;
@@ -59,6 +54,11 @@ led_entry unit_led(const Chassis& chassis, const Unit& unit, uint32_t led)
 }
 
 } // namespace
+
+uint32_t number_of_leds(const Unit& unit)
+{
+    return is_supervisor(unit) ? role_led : status_led;
+}
 
 std::optional<led_entry> find_led(const Chassis& chassis, uint32_t entity, uint32_t led)
 {

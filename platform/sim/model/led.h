@@ -24,6 +24,9 @@ inline constexpr Named<LedColour> led_colours[] = {{"off", LedColour::off},
 inline constexpr uint32_t status_led = 1;
 inline constexpr uint32_t role_led = 2;
 
+/// How many LEDs a unit has.
+uint32_t number_of_leds(const Unit& unit);
+
 /// A LED with its colour, nothing for one that there is not.
 std::optional<led_entry> find_led(const Chassis& chassis, uint32_t entity, uint32_t led);
 

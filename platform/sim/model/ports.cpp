@@ -97,7 +97,7 @@ void Chassis::set_transceiver_reading(uint32_t index, size_t quantity, std::opti
     }
     const Quantity& what = quantities.at(quantity);
     if (value && !can_tell(what, *value)) {
-        throw Refusal(name + " cannot tell such a " + std::string(what.key));
+        throw Refusal(name + " cannot report such a " + std::string(what.key));
     }
     // What moved since the last look is not the hand's doing.
     measure(entities_.at(index));
@@ -134,9 +134,9 @@ void Chassis::measure_transceiver(Entity& port)
         for (Threshold& threshold : transceiver.measurements[i].thresholds) {
             ++number;
             if (threshold.is_crossed_by(raw)) {
-                tell({sensor_threshold_crossed, sensor_index(port.port->if_index, quantities[i]),
-                      Crossing{served_value(quantities[i], raw),
-                               served_value(quantities[i], threshold.value()), number}});
+                notify({sensor_threshold_crossed, sensor_index(port.port->if_index, quantities[i]),
+                        Crossing{served_value(quantities[i], raw),
+                                 served_value(quantities[i], threshold.value()), number}});
             }
         }
     }

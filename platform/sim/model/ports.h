@@ -24,7 +24,7 @@ const Entity* next_port_with_diagnostics(const Chassis& chassis, uint32_t if_ind
 /// What the words of a transceiver's readings hold in a chassis.
 WordFormat reading_format(const Chassis& chassis, const Transceiver& transceiver);
 
-/// What a transceiver's last lane, the one that the sensor tables tell, measures at present, in
+/// What a transceiver's last lane, the one that the sensor tables show, measures at present, in
 /// units of the raw word. @param quantity its place in `quantities`
 double raw_reading(const Chassis& chassis, const Transceiver& transceiver, size_t quantity);
 

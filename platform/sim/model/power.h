@@ -1,6 +1,8 @@
 /// The power of the switch: what the supplies deliver and the other units draw.
 #pragma once
 
+#include "model/named.h"
+
 #include <cstdint>
 
 namespace sim {
@@ -13,6 +15,14 @@ enum class RedundancyMode : int32_t {
     spare_supply = 2, ///< the output of one, the largest
     spare_half = 3,   ///< the output of half of them, the larger ones, rounded up
 };
+
+inline constexpr Named<RedundancyMode> redundancy_modes[] = {
+    {"none", RedundancyMode::none},
+    {"spare-supply", RedundancyMode::spare_supply},
+    {"spare-half", RedundancyMode::spare_half}};
+
+/// Most watts of default in-line power that an operator may set.
+inline constexpr int32_t max_in_line_power = 12500;
 
 /// Watts that the healthy power supplies deliver, without what the mode holds back.
 uint32_t available_watts(const Chassis& chassis, RedundancyMode mode);

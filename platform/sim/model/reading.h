@@ -19,7 +19,11 @@ public:
     double at(Clock::time_point time) const;
 
     /// Has the reading stay at a value, within the bounds or not, or move again.
-    void set_by_hand(std::optional<double> value) { by_hand_ = value; }
+    void set_by_hand(std::optional<double> value)
+    {
+        // -0 becomes 0: they differ as raw words of reals, and a person who writes -0 means 0.
+        by_hand_ = value ? std::optional(*value + 0.0) : std::nullopt;
+    }
 
     bool is_by_hand() const { return by_hand_.has_value(); }
 
@@ -42,8 +46,8 @@ enum class Relation : int32_t {
     greater_or_equal = 4,
 };
 
-/// A value that a reading is watched for. Both are in the unit in which the reading is told, and
-/// rounded alike, so that a crossing can be seen in what is told.
+/// A value that a reading is watched for. Both are in the unit in which the reading is reported,
+/// and rounded alike, so that a crossing can be seen in what is reported.
 class Threshold {
 public:
     Threshold(double value, Relation relation) : value_(value), relation_(relation) {}
@@ -66,7 +70,7 @@ private:
     std::optional<bool> was_beyond_; ///< at the last look
 };
 
-/// What is told of a reading that crossed a threshold, in the steps in which it is told.
+/// What is reported of a reading that crossed a threshold, in the steps of its reports.
 struct Crossing {
     int32_t value;
     int32_t threshold_value;

@@ -10,7 +10,10 @@ namespace sim {
 const Unit* active_supervisor(const Chassis& chassis)
 {
     const Unit* unit = chassis.find_unit(chassis.redundancy().active);
-    return unit != nullptr && unit->status == EntityStatus::ok ? unit : nullptr;
+    // A line card may have come into the slot of a supervisor that failed and was pulled.
+    const bool in_service =
+        unit != nullptr && is_supervisor(*unit) && unit->status == EntityStatus::ok;
+    return in_service ? unit : nullptr;
 }
 
 const Unit* standby_supervisor(const Chassis& chassis)
@@ -84,7 +87,7 @@ void Chassis::put_in_charge(uint32_t supervisor, int32_t reason)
     }
     ++redundancy_.switchovers;
     redundancy_.last_reason = reason;
-    tell({supervisor_switchover});
+    notify({supervisor_switchover});
 }
 
 } // namespace sim

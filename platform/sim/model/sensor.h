@@ -1,4 +1,4 @@
-/// The platform's own sensors: what they measure, and how it is told.
+/// The platform's own sensors: what they measure, and how it is reported.
 #pragma once
 
 #include "model/named.h"
@@ -78,29 +78,29 @@ inline constexpr SensorKind sensor_kinds[] = {
     {"fan-speed", "Fan speed", SensorType::rpm, "rpm", SensorScale::units, 5800, 6200},
 };
 
-/// A threshold in the steps in which the sensor's value is told.
+/// A threshold in the steps in which the sensor's value is reported.
 struct SensorThreshold : Threshold {
     Severity severity;
     bool notifies; ///< a crossing raises an event
 };
 
-inline constexpr size_t max_thresholds = 4;     ///< of one sensor
-inline constexpr uint32_t max_precision = 9;    ///< decimal places
-inline constexpr double max_sensor_value = 1e9; ///< that can be told, in steps; least is minus it
+inline constexpr size_t max_thresholds = 4;          ///< of one sensor
+inline constexpr uint32_t max_precision = 9;         ///< decimal places
+inline constexpr double max_sensor_value = 1e9;      ///< in steps; the least is minus it
 inline constexpr uint32_t sensor_update_seconds = 1; ///< from one measurement to the next
 
 /// A sensor. The entity that has it describes it.
 struct Sensor {
     const SensorKind* kind;
     SensorScale scale;
-    uint32_t precision; ///< decimal places that its value is told with
+    uint32_t precision; ///< decimal places that its value is reported with
     Reading reading;    ///< in the kind's unit
     std::vector<SensorThreshold> thresholds{};
-    int32_t value = 0;            ///< as it was last measured, in the steps in which it is told
+    int32_t value = 0;            ///< as it was last measured, in the steps in which it is reported
     Clock::time_point measured{}; ///< when that was
 };
 
-/// In how many steps a sensor tells one unit of what it measures.
+/// In how many steps a sensor reports one unit of what it measures.
 inline double steps_per_unit(SensorScale scale, uint32_t precision)
 {
     return std::pow(10, precision + (scale == SensorScale::milli ? 3 : 0));
@@ -111,7 +111,13 @@ inline double steps_per_unit(const Sensor& sensor)
     return steps_per_unit(sensor.scale, sensor.precision);
 }
 
-/// What a sensor tells of a value in the unit of its kind, which must not be beyond what it can.
+/// The largest value, in the unit, that a sensor can report; the least is minus it.
+inline double most_reading(SensorScale scale, uint32_t precision)
+{
+    return max_sensor_value / steps_per_unit(scale, precision);
+}
+
+/// What a sensor reports of a value in the unit of its kind, which must not be beyond what it can.
 inline int32_t in_steps(const Sensor& sensor, double value)
 {
     return static_cast<int32_t>(std::lround(value * steps_per_unit(sensor)));

@@ -50,7 +50,7 @@ uint32_t sensor_index(uint32_t if_index, const Quantity& quantity)
     uint8_t port = 0;
     if_index_get_slot(if_index, &slot);
     if_index_get_port(if_index, &port);
-    return transceiver_block(slot, port) + quantity.sensor_code - 1;
+    return transceiver_block(slot, port) + static_cast<uint32_t>(quantity.sensor_code) - 1;
 }
 
 WordFormat threshold_format(const Transceiver& transceiver)

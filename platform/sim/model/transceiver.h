@@ -17,7 +17,7 @@
 
 namespace sim {
 
-/// Which diagnostics a transceiver has, as the byte of its diagnostic monitoring type tells it.
+/// Which diagnostics a transceiver has, as the byte of its diagnostic monitoring type says it.
 enum class Diagnostics : uint8_t {
     none = 0,
     internal = 0x60, ///< raw words are integers
@@ -58,7 +58,7 @@ struct Quantity {
     double raw_per_unit;            ///< of the raw word; of a logarithmic one, per milliwatt
     double raw_per_served; ///< the same for a value of the sensor tables, unless logarithmic
     int decimals;          ///< of a served value in the unit for people
-    double least;          ///< that raw words can tell
+    double least;          ///< that raw words can hold
     double most;
     double lane_step; ///< by which a lane reads more than the one after it
     ReadingRange usual;
@@ -178,17 +178,17 @@ struct Port {
 uint32_t sensor_index(uint32_t if_index, const Quantity& quantity);
 
 /// What the words of a transceiver's thresholds hold, and those of its readings unless the chassis
-/// is of a type that has all readings told as integers.
+/// is of a type that reports all readings as integers.
 WordFormat threshold_format(const Transceiver& transceiver);
 bool has_integer_readings(uint32_t chassis_type);
 
 /// A reading in units of its raw word, rounded as the word's format has it.
 double raw_value(const Quantity& quantity, double reading, WordFormat format);
 
-/// What the sensor tables tell of a value in units of its raw word: thousandths of its unit.
+/// What the sensor tables show of a value in units of its raw word: thousandths of its unit.
 int32_t served_value(const Quantity& quantity, double raw);
 
-/// Whether raw words can tell a reading.
+/// Whether raw words can hold a reading.
 bool can_tell(const Quantity& quantity, double reading);
 
 /// Has the next look at a transceiver's readings be the first one; see Threshold.
@@ -198,7 +198,7 @@ void forget_thresholds(Transceiver& transceiver);
 Measurement make_measurement(const Quantity& quantity, const ReadingRange& range, WordFormat format,
                              uint32_t seed);
 
-/// The raw diagnostics of all lanes. The last one is that whose values the sensor tables tell.
+/// The raw diagnostics of all lanes. The last one is that whose values the sensor tables show.
 /// @param format of the readings
 std::vector<diag_info> read_lanes(const Transceiver& transceiver, Clock::time_point time,
                                   WordFormat format);

@@ -8,7 +8,7 @@ std::string error_in(const std::string& text)
     const ChassisFile file(text);
     try {
         sim::load_chassis(file.path);
-    } catch (const sim::ChassisFileError& error) {
+    } catch (const sim::FileError& error) {
         const std::string what = error.what();
         EXPECT_EQ(what.find(file.path + ":"), 0U) << what;
         return what.substr(file.path.size() + 1);
@@ -48,7 +48,33 @@ sensors = [{ thresholds = [{ value = 1 }, { value = 2.5 }, { value = 3 }, { valu
 [[module]];slot = 1;ports = 2;transceivers = [{ ports = "1", type = "sr" }] -> 7: there is no [transceivers.sr]
 [transceivers.sr];voltage = { high-alarm = 3.4 } -> 5: 'high-warning' is 3.465, above 'high-alarm', which is 3.4
 [transceivers.sr];voltage = "none" -> 5: 'voltage' is not a table
-serial = "12345678901234567890123456789012";[[module]];slot = 1 -> 6: 'serial' has 37 bytes, more than 32
+serial = "12345678901234567890123456789012";[[module]];slot = 1 -> 4: 'serial' is too long: that of Module 1, which derives from it, has 37 bytes, more than 32
+[[entity]];index = 1;serial = "12345678901234567890123456789012";[[module]];slot = 1 -> 6: 'serial' is too long: that of Module 1, which derives from it, has 37 bytes, more than 32
+manufacturer = "12345678901234567890123456789012";[[module]];slot = 1;ports = 1;transceivers = [{ ports = "1" }] -> 4: 'manufacturer' is too long: that of the transceiver in Ethernet1/1, which derives from it, has 32 bytes, more than 31
+[types.card];power = "much" -> 5: 'power' is not an integer
+[types.card];ports = 1;sensors = [{ kind = "noise" }] -> 6: 'kind' is none of 'temperature', 'voltage', 'ac-voltage', 'current', 'power', 'frequency', 'humidity', 'fan-speed'
+[types.card];ports = 1;output = 1 -> 4: no module, power supply or fan tray may have all of these keys
+[types.card];slot = 1 -> 5: unknown key 'slot'
+[[module]];slot = 1;ports = 2;electrical = "1,,2" -> 7: 'electrical' is not a list of ports such as "1-8,10"
+[[module]];slot = 1;ports = 2;electrical = "1," -> 7: 'electrical' is not a list of ports such as "1-8,10"
+[[module]];slot = 1;ports = 2;electrical = "1 2" -> 7: 'electrical' is not a list of ports such as "1-8,10"
+[[module]];slot = 1;ports = 2;electrical = "99999999999" -> 7: 'electrical' is not a list of ports such as "1-8,10"
+name = { hex = "6" } -> 4: 'hex' is not pairs of hexadecimal digits such as "c3a4"
+name = { bytes = "66" } -> 4: unknown key 'bytes'
+name = { hex = "6600" } -> 4: 'name' contains a NUL
+[[entity]];index = 1001 -> 4: there is no entity 1001
+[[entity]];index = 1;[[entity]];index = 1 -> 7: another [[entity]] has the index 1
+[[unrecognized]];place = 103 -> 5: there is no slot or bay 103
+[[module]];slot = 1;[[unrecognized]];place = 101 -> 7: Slot 1 is not empty
+redundancy-mode = "some" -> 4: 'redundancy-mode' is none of 'none', 'spare-supply', 'spare-half'
+[supervisors];in-charge = "1" -> 5: 'in-charge' is not an integer
+[[module]];slot = 1;role = "supervisor";[supervisors];in-charge = 2 -> 8: slot 2 holds no supervisor in service
+[[led]];entity = 1;led = 2;value = 1 -> 6: entity 1 has no LED 2
+[[led]];entity = 1;led = 1;value = "pink" -> 7: 'value' is none of 'off', 'green', 'amber', 'red', 'blinking-green'
+[[fault]];request = "led" -> 4: [[fault]] has no 'effect'
+[[fault]];request = "led";effect = "short" -> 4: a fault 'short' has no 'amount'
+[[fault]];request = "led";effect = "nothing";amount = 3 -> 7: 'nothing' takes no 'amount'
+[[fault]];request = "next-port";effect = "short";amount = 1 -> 4: answers to 'next-port' come without a length: they cannot be short or long
 )";
 
 TEST(ChassisFile, NamesTheLineOfWhatIsWrong)
@@ -68,7 +94,69 @@ TEST(ChassisFile, NamesTheLineOfWhatIsWrong)
               "nothing");
     EXPECT_EQ(error_in(""), "1: there is no [chassis] table");
     EXPECT_EQ(error_in("[chassis]\nslots = = 1\n").find("2: "), 0U);
-    EXPECT_THROW(sim::load_chassis("/nonexistent/chassis.toml"), sim::ChassisFileError);
+    EXPECT_THROW(sim::load_chassis("/nonexistent/chassis.toml"), sim::FileError);
+}
+
+TEST(ChassisFile, HasWhatFollowsFromANameFollowItInTheEnd)
+{
+    const ChassisFile file(R"(
+[chassis]
+slots = 1
+manufacturer = "Maker"
+serial = "S"
+sensors = [{ name = "inlet" }]
+[[module]]
+slot = 1
+sensors = [{}, {}]
+[[entity]]
+index = 1
+name = "Box"
+serial = "T"
+[[entity]]
+index = 1001
+name = "Core"
+manufacturer = ""
+[[entity]]
+index = 21654
+name = { hex = "5072c3b662fF" }
+)");
+    const sim::Chassis chassis = sim::load_chassis(file.path);
+    for (const auto& [index, expected] : {std::pair(21589U, "Box inlet, Maker, "),
+                                          {21653U, "Core sensor 1, Maker, "},
+                                          {21654U, "Pröb\xff, Maker, "},
+                                          {1001U, "Core, , T-1001"}}) {
+        const sim::Entity& entity = chassis.entities().at(index);
+        EXPECT_EQ(entity.name + ", " + entity.manufacturer + ", " + entity.serial, expected);
+    }
+}
+
+TEST(ChassisFile, ExhaustsNothingHoweverLongItIs)
+{
+    std::string parts = "a";
+    for (int i = 0; i < 200'000; ++i) {
+        parts += " .'a'";
+    }
+    const std::string complaint = "6: a key has more than 16 parts";
+    // Dots in strings and in comments part nothing.
+    const std::string dots(50, '.');
+    const std::string start = "[chassis] # " + dots + "\nname = \"\\\"" + dots +
+                              "\"\ndescription = '''" + dots + "\n'\n" + dots + "'''''\n";
+    EXPECT_EQ(error_in(start + parts + " = 1"), complaint);
+    EXPECT_EQ(error_in(start + "[[" + parts + "]]"), complaint);
+    EXPECT_EQ(error_in(start + "slots = { " + parts + " = 1 }"), complaint);
+    EXPECT_EQ(error_in(start + "slots.b.c.d.e.f.g.h.i.j.k.l.m.n.o.p = 1.5"),
+              "6: 'slots' is not an integer");
+    EXPECT_EQ(error_in("[chassis]\nslots = 1\n[[module]]\nslot = 1\nports = 3\nelectrical = \"" +
+                       std::string(20'000, '1') + "\""),
+              "6: 'electrical' is not a list of ports such as \"1-8,10\"");
+    std::string ports = "1";
+    for (int i = 0; i < 20'000; ++i) {
+        ports += ",1";
+    }
+    EXPECT_EQ(error_in("[chassis]\nslots = 1\n[[module]]\nslot = 1\nports = 3\nelectrical = \"" +
+                       ports + "\""),
+              "nothing");
+    EXPECT_EQ(error_in(std::string(5'000'000, '\n')), " has more than 4194304 bytes");
 }
 
 TEST(Chassis, HasNoRowAmongTheTransceiversSensorsAndNoneTwice)

@@ -10,6 +10,8 @@
 
 #include <net-snmp/agent/agent_callbacks.h>
 
+#include <sys/eventfd.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace {
@@ -137,6 +139,145 @@ TEST(RequestUser, IsTheCommunityOrTheUserUntilTheRequestEnds)
     EXPECT_EQ(get_snmp_username(nullptr), nullptr);
 }
 
+class Faults : public SwitchTest {};
+
+TEST_F(Faults, AddUpToNoMoreThanOneMayDo)
+{
+    const auto set = [](const std::string& fault) {
+        const std::string answer =
+            sim::answer_request(R"({"verb": "fault", "request": )" + fault + "}");
+        return answer.find(R"("ok":true)") != std::string::npos
+                   ? "set"
+                   : answer.substr(10, answer.rfind(R"(","ok")") - 10); // after {"error":"
+    };
+    const std::pair<const char*, const char*> cases[] = {
+        {R"("module", "effect": "delay", "amount": 6000, "operation": "get")", "set"},
+        {R"("module", "effect": "delay", "amount": 6000, "operation": "set")", "set"},
+        {R"("module", "effect": "delay", "amount": 4001)",
+         "the faults of a get would add up to 10001 milliseconds, and the most is 10000"},
+        {R"("module", "effect": "delay", "amount": 4000)", "set"},
+        {R"(1029, "effect": "delay", "amount": 1, "operation": "set")",
+         "the faults of a set would add up to 10001 milliseconds, and the most is 10000"},
+        {R"("led", "effect": "delay", "amount": 10000)", "set"},
+        {R"("module", "effect": "long", "amount": 65536)", "set"},
+        {R"("module", "effect": "long", "amount": 1)",
+         "the faults of a get would add up to 65537 bytes, and the most is 65536"},
+        {R"("module", "effect": "short", "amount": 65536)", "set"},
+        {R"("module", "effect": "fail", "amount": 2147483647)", "set"},
+        {R"("module", "effect": "fail", "amount": 2147483647)", "set"}};
+    for (const auto& [fault, outcome] : cases) {
+        EXPECT_EQ(set(fault), outcome) << fault;
+    }
+    for (const char* request : {R"("port-configuration")", R"("next-port")",
+                                R"("transceiver-information")", R"("transceiver-diagnostics")"}) {
+        for (const char* effect :
+             {R"(, "effect": "short", "amount": 1)", R"(, "effect": "long", "amount": 1)"}) {
+            EXPECT_NE(set(std::string(request) + effect).find("without a length"),
+                      std::string::npos);
+        }
+    }
+    while (sim::chassis_in_place()->faults().size() < 100) {
+        EXPECT_EQ(set(R"("led", "effect": "nothing")"), "set");
+    }
+    EXPECT_EQ(set(R"("led", "effect": "nothing")"), "100 faults are set already");
+    sim::answer_request(R"({"verb": "clear-faults"})");
+    EXPECT_TRUE(sim::chassis_in_place()->faults().empty());
+}
+
+/// Does what the agent's loop does when it comes around, without waiting.
+/// @return the number of descriptors that were ready
+int come_around()
+{
+    int number = 0;
+    fd_set readable;
+    fd_set writable;
+    fd_set exceptional;
+    for (fd_set* set : {&readable, &writable, &exceptional}) {
+        FD_ZERO(set);
+    }
+    netsnmp_external_event_info(&number, &readable, &writable, &exceptional);
+    timeval none{};
+    int ready = select(number, &readable, &writable, &exceptional, &none);
+    const int count = ready;
+    netsnmp_dispatch_external_events(&ready, &readable, &writable, &exceptional);
+    return count;
+}
+
+/// A client of a control socket.
+struct Client {
+    explicit Client(const std::string& path)
+    {
+        EXPECT_EQ(sim::connect_to(socket, *sim::unix_address(path)), 0) << path;
+    }
+
+    /// What the switch answers to a request, nothing when it closed the connection.
+    std::string ask(const std::string& request) const
+    {
+        char answer[65536];
+        EXPECT_GT(send(socket.get(), request.data(), request.size(), MSG_NOSIGNAL), 0);
+        while (come_around() > 0) {
+        }
+        const ssize_t size = recv(socket.get(), answer, sizeof answer, MSG_DONTWAIT);
+        return {answer, static_cast<size_t>(std::max<ssize_t>(size, 0))};
+    }
+
+    sim::Descriptor socket = sim::new_unix_socket();
+};
+
+const std::string no_request = "{}\n";
+
+TEST(ControlSocketTest, RestsWhenThereIsNoDescriptorForAClient)
+{
+    const std::string path = temporary_path("rest");
+    sim::ControlSocket socket;
+    socket.open(path);
+    const Client client(path);
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit none{3, limit.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    EXPECT_EQ(come_around(), 1);
+    EXPECT_EQ(come_around(), 0) << "the agent would come around again and again";
+    setrlimit(RLIMIT_NOFILE, &limit);
+    socket.resume();
+    EXPECT_NE(client.ask(no_request), "");
+    socket.close();
+}
+
+TEST(ControlSocketTest, DoesWithoutWhatTheAgentDoesNotWatch)
+{
+    const std::string path = temporary_path("unwatched");
+    std::deque<sim::Descriptor> others;
+    const auto crowd = [&] { // takes every place that the agent has
+        do {
+            others.emplace_back(eventfd(0, EFD_CLOEXEC));
+        } while (register_readfd(
+                     others.back().get(), [](int, void*) {}, nullptr) == 0);
+    };
+    const auto make_room = [&] {
+        unregister_readfd(others.front().get());
+        others.pop_front();
+    };
+    crowd();
+    sim::ControlSocket socket;
+    EXPECT_THROW(socket.open(path), std::runtime_error);
+    EXPECT_THROW(sim::start_event_delivery(), std::runtime_error);
+    sim::stop_event_delivery();
+    struct stat status {};
+    EXPECT_NE(lstat(path.c_str(), &status), 0);
+    make_room();
+    socket.open(path);
+    const Client unheard(path);
+    EXPECT_EQ(unheard.ask(no_request), "");
+    make_room();
+    const Client heard(path);
+    EXPECT_NE(heard.ask(no_request), "");
+    while (!others.empty()) {
+        make_room();
+    }
+    socket.close();
+}
+
 TEST(ControlSocketTest, TakesThePlaceOfADeadSwitchOnly)
 {
     const std::string path = temporary_path("control");
@@ -156,10 +297,15 @@ TEST(ControlSocketTest, TakesThePlaceOfADeadSwitchOnly)
     const auto address = sim::unix_address(path);
     const auto* bound = reinterpret_cast<const sockaddr*>(&*address);
     EXPECT_EQ(bind(sim::new_unix_socket().get(), bound, sizeof *address), 0); // and is dead now
+    first.open(path);
+    EXPECT_EQ(std::remove(path.c_str()), 0);
     second.open(path);
-    EXPECT_EQ(sim::connect_to(sim::new_unix_socket(), *address), 0);
+    first.close();
+    for (const std::string& wrong : {std::string(200, 'x'), std::string()}) {
+        EXPECT_THROW(second.open(wrong), std::runtime_error);
+    }
+    EXPECT_EQ(sim::connect_to(sim::new_unix_socket(), *address), 0) << "it is not the first one's";
     second.close();
-    EXPECT_THROW(second.open(std::string(200, 'x')), std::runtime_error);
 }
 
 } // namespace

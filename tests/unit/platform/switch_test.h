@@ -32,13 +32,11 @@ inline std::string temporary_path(const std::string& name)
 
 /// A chassis file that goes with the test.
 struct ChassisFile {
-    explicit ChassisFile(const std::string& text) : path(temporary_path("chassis.toml"))
-    {
-        std::ofstream(path) << text;
-    }
+    explicit ChassisFile(const std::string& text) { std::ofstream(path) << text; }
     ~ChassisFile() { std::remove(path.c_str()); }
 
-    std::string path;
+    static inline uint32_t made = 0;
+    const std::string path = temporary_path("chassis-" + std::to_string(++made) + ".toml");
 };
 
 inline uint32_t host_word(const uint8_t* bytes, size_t offset)

@@ -1,5 +1,5 @@
-// What is written to the switch, what is done to it and what time does, with the events that tell
-// of it.
+// What is written to the switch, what is done to it and what time does, with the events that
+// report it.
 
 #include "model/led.h"
 #include "model/terminals.h"
@@ -31,7 +31,9 @@ TEST_F(Units, StayAsTheyAreWhenAChangeIsRefused)
         }
     }
     follow(R"(
-pull 101 -> Slot 1 cannot be pulled
+pull 101 -> Module 1 is the active supervisor
+pull 103 -> Slot 3 is empty
+pull 1 -> Box cannot be pulled
 pull 4033 -> Fan 2/1 cannot be pulled
 pull 2003 -> Power supply 3 cannot be pulled
 insert 102, "type": "other" -> Slot 2 is not empty
@@ -42,7 +44,7 @@ insert 104, "type": "other" -> Slot 4 is not empty
 repair 1004 -> Unknown unit in Slot 4 is no module, power supply, fan tray or fan
 output 2001, "watts": -1 -> 'watts' is not within 0 to 100000
 output 2001, "watts": 9e300 -> argument 'watts' is missing or wrong
-reading 21717, "value": 1.1e5 -> Module 2 sensor 1 cannot tell such a value
+reading 21717, "value": 1.1e5 -> Module 2 sensor 1 cannot report such a value
 set 4294967297, "field": "alias", "value": "new" -> there is no entity 4294967297
 set 1, "field": "alias", "value": "\u0000" -> 'alias' holds at most 32 bytes, none of them NUL
 )");
@@ -94,7 +96,7 @@ TEST_F(Units, GoThroughARestartByTheClock)
     put_word(written, 4, 3);
     EXPECT_EQ(request(1029, 3, written).result, 0);
     EXPECT_EQ(events(), "1035 1002 3, 1034 1002 3, 1035 1002 2, 1034 1002 5");
-    // Each event tells what was so when it happened.
+    // Each event says what was so when it happened.
     EXPECT_EQ(payloads[0], record(16, "0=1002 4=1 8=3"));
     EXPECT_EQ(text_at(payloads[1], 32), "without power");
     EXPECT_EQ(payloads[2], record(16, "0=1002 4=1 8=2 12=300"));
@@ -141,10 +143,10 @@ TEST_F(Units, ArePulledAndInserted)
     follow(R"(
 pull 1002 -> 1035 1002 3, 1034 1002 3, 1037 1002 3, 1033 | 1002= 302001= 102=2
 plug-unknown 102 -> 3224 1002 4, 1033 | 1002=4
-pull 1002 -> 1037 1002 4, 1033 | 1002=
+pull "Slot 2" -> 1037 1002 4, 1033 | 1002=
 insert "Slot 2" -> 1036 1002 3, 1033, 1035 1002 2, 1034 1002 5, 1034 1002 2 | 1002=2/1/1 302001=2
 word 1029 1002 12 -> 2
-pull 2002 -> 1121 2002 0, 1037 2002 3, 1033 | 2002=
+pull "Power supply bay 2" -> 1121 2002 0, 1037 2002 3, 1033 | 2002=
 insert 202 -> 1036 2002 3, 1033, 1121 2002 400 | 2002=2
 fail 4034 -> 1047 3002 4 | 3002=4
 pull 3002 -> 1035 3002 3, 1047 3002 3, 1037 3002 3, 1033 | 3002= 4034=
@@ -202,6 +204,15 @@ TEST_F(Units, HaveASupervisorInCharge)
     follow("repair 1005 -> 1035 1005 2, 1034 1005 5, 1034 1005 2\n"
            "repair 1001 -> 1035 1001 2, 1034 1001 5, 1034 1001 2\n");
     EXPECT_EQ(redundancy(), "2 5 1 2 2 3 3 1 ") << "the role does not come back";
+    follow("fail 1001 -> 1035 1001 4, 1034 1001 4\n"
+           "fail 1005 -> 1035 1005 4, 1034 1005 4\n"
+           "pull 1005 -> 1035 1005 3, 1034 1005 3, 1037 1005 3, 1033\n"
+           "insert 105, \"type\": \"other\" -> 1036 1005 3, 1033, 1035 1005 2, 1034 1005 5, "
+           "1034 1005 2 | 1005=2/1/1\n");
+    EXPECT_EQ(redundancy(), "1 0 0 1 1 3 3 1 ") << "a line card takes no role over";
+    follow("repair 1001 -> 1035 1001 2, 1034 1001 5, 1034 1001 2, 1043\n"
+           "pull 1005 -> 1035 1005 3, 1034 1005 3, 1037 1005 3, 1033\n");
+    EXPECT_EQ(redundancy(), "1 1 0 2 1 3 4 1 ");
     sim::chassis_in_place()->set_supervisor_state(7);
     EXPECT_EQ(hactl_supstate_get(), 7);
 }
@@ -272,6 +283,7 @@ TEST_F(Units, LetAMessageReachTheTerminalsOnce)
         const std::string message = "0='\5' 4='\36' 8='" + text + "' 268='" + trigger + "'";
         return request(1016, 3, record(272, message)).result;
     };
+    sim::terminals() = {};
     const auto& delivered = sim::terminals().delivered();
     EXPECT_EQ(write_message("in the making", "\1"), 0);
     EXPECT_TRUE(delivered.empty());

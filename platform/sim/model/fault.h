@@ -11,7 +11,6 @@
 #include <iterator>
 #include <optional>
 #include <string_view>
-#include <vector>
 
 namespace sim {
 
@@ -48,8 +47,8 @@ inline constexpr Named<int32_t> operation_names[] = {
 enum class FaultEffect {
     fail,    ///< the request is not served; the amount is the result code
     nothing, ///< the request is not served either, but answered with success and no block
-    cut,     ///< the blocks of the answer miss as many bytes as the amount says
-    pad,     ///< they have as many more, all zero
+    cut,     ///< the block of the answer misses as many bytes as the amount says
+    pad,     ///< it has as many more, all zero
     delay,   ///< the answer takes as many milliseconds more
 };
 
@@ -57,7 +56,7 @@ struct FaultKind {
     std::string_view key; ///< for chmctl
     FaultEffect effect;
     std::string_view amount; ///< what it is, empty for none
-    uint32_t most;           ///< of the amount, which is 1 at least
+    uint32_t most;           ///< of the amount, which is 1 at least; see Chassis::set_fault()
 };
 
 inline constexpr FaultKind fault_kinds[] = {
@@ -74,36 +73,17 @@ struct Fault {
     const FaultKind* kind;
     uint32_t amount = 0;
     std::optional<uint32_t> left{}; ///< how often it still strikes, none for until it is cleared
-    uint32_t number = 0;            ///< given when it is set
+    uint32_t number = 0;            ///< that the chassis gives it
     uint64_t strikes = 0;
 };
 
-/// What the faults make of one request, besides the time that it takes.
-struct Disturbance {
-    std::optional<int32_t> result{}; ///< with which the request is answered without being served
-    ptrdiff_t more_bytes = 0;        ///< of each block, or fewer
+/// Most faults that may be set at a time.
+inline constexpr size_t max_faults = 100;
 
-    /// The size of a block of so many bytes.
-    size_t disturbed(size_t size) const
-    {
-        const auto whole = static_cast<ptrdiff_t>(size) + more_bytes;
-        return whole > 0 ? static_cast<size_t>(whole) : 0;
-    }
-};
-
-/// The faults that are set, in the order of their numbers. Spent ones are gone.
-const std::vector<Fault>& faults();
-
-/// Sets a fault. @return its number
-uint32_t set_fault(Fault fault);
-
-/// Clears the fault with a number. @return false when there is none
-bool clear_fault(uint32_t number);
-
-/// Has the faults strike one request: waits as long as they say. Comes before every answer.
-Disturbance disturb(std::string_view request, int32_t operation);
-
-/// The same for a request of the platform manager.
-Disturbance disturb(uint32_t opcode, int32_t operation);
+/// Whether a fault strikes such a request.
+constexpr bool concerns(const Fault& fault, std::string_view request, int32_t operation)
+{
+    return fault.request == request && fault.operation.value_or(operation) == operation;
+}
 
 } // namespace sim

@@ -1,15 +1,15 @@
-#include "libraries/fault.h"
+#include "libraries/disturbance.h"
+
+#include "libraries/heartbeat.h"
+#include "libraries/platform_manager.h"
+#include "model/fault.h"
 
 #include <algorithm>
 #include <chrono>
 #include <iterator>
-#include <thread>
 
 namespace sim {
 namespace {
-
-std::vector<Fault> set_faults;
-uint32_t last_number = 0;
 
 void strike(const Fault& fault, Disturbance& disturbance)
 {
@@ -27,36 +27,19 @@ void strike(const Fault& fault, Disturbance& disturbance)
         disturbance.more_bytes += fault.amount;
         break;
     case FaultEffect::delay:
-        std::this_thread::sleep_for(std::chrono::milliseconds(fault.amount));
+        take_time(std::chrono::milliseconds(fault.amount));
         break;
     }
 }
 
 } // namespace
 
-const std::vector<Fault>& faults()
-{
-    return set_faults;
-}
-
-uint32_t set_fault(Fault fault)
-{
-    fault.number = ++last_number;
-    set_faults.push_back(fault);
-    return fault.number;
-}
-
-bool clear_fault(uint32_t number)
-{
-    return std::erase_if(set_faults, [=](const Fault& fault) { return fault.number == number; }) !=
-           0;
-}
-
 Disturbance disturb(std::string_view request, int32_t operation)
 {
     Disturbance disturbance;
-    for (Fault& fault : set_faults) {
-        if (fault.request != request || fault.operation.value_or(operation) != operation) {
+    std::vector<Fault>& faults = chassis_in_place()->faults();
+    for (Fault& fault : faults) {
+        if (!concerns(fault, request, operation)) {
             continue;
         }
         strike(fault, disturbance);
@@ -65,7 +48,7 @@ Disturbance disturb(std::string_view request, int32_t operation)
             --*fault.left;
         }
     }
-    std::erase_if(set_faults, [](const Fault& fault) { return fault.left == 0; });
+    std::erase_if(faults, [](const Fault& fault) { return fault.left == 0; });
     return disturbance;
 }
 

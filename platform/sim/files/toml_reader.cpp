@@ -1,0 +1,204 @@
+#include "files/toml_reader.h"
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+namespace sim {
+namespace {
+
+constexpr size_t max_file_size = 4U << 20U; ///< far beyond any chassis or scenario
+
+std::string contents_of(const std::string& file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    std::string text;
+    std::array<char, 65536> chunk{};
+    do {
+        stream.read(chunk.data(), chunk.size());
+        text.append(chunk.data(), static_cast<size_t>(stream.gcount()));
+    } while (stream && text.size() <= max_file_size);
+    if (!stream.is_open() || stream.bad()) {
+        throw FileError(file + ": " + std::strerror(errno));
+    }
+    if (text.size() > max_file_size) {
+        throw FileError(concat(file, ": has more than ", max_file_size, " bytes"));
+    }
+    return text;
+}
+
+/// Where the string ends that begins at a quote.
+size_t end_of_string(std::string_view text, size_t begin)
+{
+    const char quote = text[begin];
+    const bool multi_line = text.substr(begin, 3) == std::string(3, quote);
+    const std::string_view closing = text.substr(begin, multi_line ? 3 : 1);
+    size_t at = begin + closing.size();
+    while (at < text.size() && text.substr(at, closing.size()) != closing) {
+        if (!multi_line && text[at] == '\n') {
+            return at;
+        }
+        at += quote == '"' && text[at] == '\\' ? 2 : 1;
+    }
+    at += closing.size();
+    // Two quotes may come before the three that close.
+    for (int more = 0; multi_line && more < 2 && at < text.size() && text[at] == quote; ++more) {
+        ++at;
+    }
+    return std::min(at, text.size());
+}
+
+/// The line of the first key with more parts than may be, 0 for none. Names are looked for without
+/// a parser, as that nests a table for each part, and exhausts the stack when it takes them down.
+size_t line_of_long_key(std::string_view text)
+{
+    size_t line = 1;
+    size_t parts = 1;
+    for (size_t at = 0; at < text.size();) {
+        size_t end = at + 1;
+        switch (text[at]) {
+        case '#':
+            end = std::min(text.find('\n', at), text.size());
+            break;
+        case '"':
+        case '\'':
+            end = end_of_string(text, at);
+            break;
+        case '.':
+            if (++parts > max_key_parts) {
+                return line;
+            }
+            break;
+        case '\n':
+        case '=':
+        case ',':
+        case '[':
+        case ']':
+        case '{':
+        case '}':
+            parts = 1;
+            break;
+        default:
+            break;
+        }
+        line += static_cast<size_t>(std::ranges::count(text.substr(at, end - at), '\n'));
+        at = end;
+    }
+    return 0;
+}
+
+toml::table parse(const std::string& file)
+{
+    const std::string text = contents_of(file);
+    if (const size_t line = line_of_long_key(text)) {
+        throw FileError(concat(file, ":", line, ": a key has more than ", max_key_parts, " parts"));
+    }
+    try {
+        return toml::parse(text, file);
+    } catch (const toml::parse_error& error) {
+        throw FileError(concat(file, ":", error.source().begin.line, ": ", error.description()));
+    }
+}
+
+} // namespace
+
+TomlReader::TomlReader(std::string file) : file_(std::move(file)), root_(parse(file_)) {}
+
+const toml::key* TomlReader::unknown_key(const toml::table& table, const Keys& known)
+{
+    for (const auto& [key, value] : table) {
+        if (std::ranges::find(known, key.str()) == known.end()) {
+            return &key;
+        }
+    }
+    return nullptr;
+}
+
+void TomlReader::check_keys(const toml::table& table, const Keys& known) const
+{
+    if (const toml::key* key = unknown_key(table, known)) {
+        fail(key->source(), "unknown key '", key->str(), "'");
+    }
+}
+
+const toml::table& TomlReader::as_table(const toml::node& node, std::string_view what) const
+{
+    if (!node.is_table()) {
+        fail(node.source(), "'", what, "' is not a table");
+    }
+    return *node.as_table();
+}
+
+std::string TomlReader::text(const toml::node& node, std::string_view what) const
+{
+    if (!node.is_string()) {
+        fail(node.source(), "'", what, "' is not a string");
+    }
+    return node.as_string()->get();
+}
+
+bool TomlReader::truth(const toml::node& node, std::string_view what) const
+{
+    if (!node.is_boolean()) {
+        fail(node.source(), "'", what, "' is not true or false");
+    }
+    return node.as_boolean()->get();
+}
+
+const toml::node& TomlReader::required(const toml::table& table, std::string_view what,
+                                       std::string_view owner) const
+{
+    const toml::node* node = table.get(what);
+    if (node == nullptr) {
+        fail(table.source(), owner, " has no '", what, "'");
+    }
+    return *node;
+}
+
+uint32_t TomlReader::count(const InheritingTable& table, std::string_view what, uint32_t most,
+                           uint32_t when_not_given) const
+{
+    const toml::node* node = table.find(what);
+    return node == nullptr ? when_not_given : number(*node, what, 0, most);
+}
+
+bool TomlReader::is_set(const InheritingTable& table, std::string_view what,
+                        bool when_not_given) const
+{
+    const toml::node* node = table.find(what);
+    return node == nullptr ? when_not_given : truth(*node, what);
+}
+
+double TomlReader::real(const toml::table& table, std::string_view what,
+                        std::optional<double> when_not_given, double least, double most) const
+{
+    const toml::node* node = table.get(what);
+    const toml::source_region& where = (node == nullptr ? table : *node).source();
+    if (node != nullptr && !node->is_number()) {
+        fail(where, "'", what, "' is not a number");
+    }
+    const auto value = node == nullptr ? when_not_given : node->value<double>();
+    if (!value) {
+        fail(where, "there is no '", what, "'");
+    }
+    if (!(*value >= least && *value <= most)) {
+        fail(where, "'", what, "' is ", *value, ", not within ", least, " to ", most);
+    }
+    return *value + 0.0; // turns -0 into 0, which are not the same as raw words of reals
+}
+
+int64_t TomlReader::whole_number(const toml::node& node, std::string_view what, int64_t least,
+                                 int64_t most) const
+{
+    if (!node.is_integer()) {
+        fail(node.source(), "'", what, "' is not an integer");
+    }
+    const int64_t value = node.as_integer()->get();
+    if (value < least || value > most) {
+        fail(node.source(), "'", what, "' is ", value, ", not within ", least, " to ", most);
+    }
+    return value;
+}
+
+} // namespace sim
