@@ -110,7 +110,7 @@ struct Call {
 template <typename Record>
 int32_t answer_row(const Call& call, uint32_t count = small_table, uint32_t base = 0)
 {
-    std::array<be_uint32, std::size(row_key<Record>)> index;
+    std::array<be_uint32, row_key<Record>> index;
     memcpy(index.data(), call.payload, sizeof index);
     // An index cut short has a row after it that begins alike.
     if (call.operation == CHM_REQ_GETNEXT && (index.back() != 0 || index[0] <= base)) {

@@ -54,6 +54,9 @@ Disturbance disturb(std::string_view request, int32_t operation)
 
 Disturbance disturb(uint32_t opcode, int32_t operation)
 {
+    if (set_faults.empty()) {
+        return {};
+    }
     const auto* request = std::ranges::find(request_names, opcode, &RequestName::opcode);
     return request == std::end(request_names) ? Disturbance{} : disturb(request->key, operation);
 }

@@ -1,7 +1,6 @@
 #include "libraries/c_boundary.h"
 #include "libraries/platform_manager.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -12,15 +11,6 @@ struct ModuleInformation {
     uint16_t card_id;
 };
 static_assert(sizeof(ModuleInformation) <= PDB_MOD_INFO_SIZE);
-
-const sim::Unit* module_in(const sim::Chassis& chassis, uint32_t slot)
-{
-    const auto& units = chassis.units();
-    const auto found = std::ranges::find_if(units, [&](const auto& entry) {
-        return entry.second.type == sim::UnitType::module && entry.second.number == slot + 1;
-    });
-    return found == units.end() ? nullptr : &found->second;
-}
 
 } // namespace
 
@@ -38,12 +28,13 @@ int pdb_get_mod_info(const uint32_t* slot, void* info, uint32_t /*two*/)
 {
     return sim::guard(-1, [&] {
         const sim::Chassis* chassis = sim::chassis_in_place();
-        const sim::Unit* module = chassis == nullptr ? nullptr : module_in(*chassis, *slot);
-        if (module == nullptr) {
+        const uint32_t index = sim::module_index(*slot + 1);
+        const sim::Unit* unit = chassis == nullptr ? nullptr : chassis->find_unit(index);
+        if (unit == nullptr || unit->type != sim::UnitType::module) {
             return -1;
         }
         // A module's vendor type is what tells its card from others.
-        const uint32_t vendor_type = chassis->entities().at(module->index).vendor_type;
+        const uint32_t vendor_type = chassis->entities().at(index).vendor_type;
         const ModuleInformation start = {static_cast<uint16_t>(*slot),
                                          static_cast<uint16_t>(vendor_type)};
         std::memset(info, 0, PDB_MOD_INFO_SIZE);

@@ -23,15 +23,15 @@ namespace sim {
 namespace {
 
 /// A record as the answer to a request, made where it travels from.
-/// @param encode gives the record
-Answer answer_with(auto encode, ResultCode result = ResultCode::ok)
+/// @param fill fills the cleared record
+template <typename Record>
+Answer answer_with(auto fill, ResultCode result = ResultCode::ok)
 {
-    using Record = decltype(encode());
     Answer answer{result, decltype(Answer::block)(std::malloc(sizeof(Record))), sizeof(Record)};
     if (!answer.block) {
         throw std::bad_alloc();
     }
-    new (answer.block.get()) Record(encode());
+    fill(*new (answer.block.get()) Record{});
     return answer;
 }
 
@@ -53,12 +53,13 @@ template <typename Thing>
 const Thing* find_in(const std::map<uint32_t, Thing>& things, int32_t operation, uint32_t index,
                      auto is_in_table)
 {
-    auto found = things.find(index);
+    const auto in_table = [&](const auto& entry) { return is_in_table(entry.second); };
     if (operation == CHM_REQ_GETNEXT) {
-        found = std::find_if(things.upper_bound(index), things.end(),
-                             [&](const auto& entry) { return is_in_table(entry.second); });
+        const auto next = std::find_if(things.upper_bound(index), things.end(), in_table);
+        return next == things.end() ? nullptr : &next->second;
     }
-    return found == things.end() || !is_in_table(found->second) ? nullptr : &found->second;
+    const auto found = things.find(index);
+    return found == things.end() || !in_table(*found) ? nullptr : &found->second;
 }
 
 Answer read_entity(const Chassis& chassis, const Entity* entity)
@@ -66,7 +67,7 @@ Answer read_entity(const Chassis& chassis, const Entity* entity)
     if (entity == nullptr) {
         return {ResultCode::no_such_entry};
     }
-    return answer_with([&] { return encode(chassis, *entity); });
+    return answer_with<ent_phys_entry>([&](ent_phys_entry& row) { encode(chassis, *entity, row); });
 }
 
 /// The rows of the transceivers' sensors are not the platform's, but lie between its own: a walk
@@ -78,12 +79,9 @@ Answer next_entity(const Chassis& chassis, uint32_t index)
     const bool passes_start = index < ENTITY_PORT_SFP_SENSOR_START &&
                               (next == nullptr || next->index > ENTITY_PORT_SFP_SENSOR_START);
     if (passes_start && next_port_with_diagnostics(chassis, 0) != nullptr) {
-        const auto start = [] {
-            ent_phys_entry row{};
-            row.entPhysicalIndex = ENTITY_PORT_SFP_SENSOR_START;
-            return row;
-        };
-        return answer_with(start, ResultCode::no_such_entry);
+        return answer_with<ent_phys_entry>(
+            [](ent_phys_entry& row) { row.entPhysicalIndex = ENTITY_PORT_SFP_SENSOR_START; },
+            ResultCode::no_such_entry);
     }
     return read_entity(chassis, next);
 }
@@ -185,7 +183,9 @@ Answer serve_table(Chassis& chassis, int32_t operation, std::span<const std::byt
     if (!found) {
         return {ResultCode::no_such_entry};
     }
-    return operation == CHM_REQ_SET ? write(chassis, *record) : answer_with([&] { return *found; });
+    return operation == CHM_REQ_SET
+               ? write(chassis, *record)
+               : answer_with<RecordOf<table>>([&](RecordOf<table>& answer) { answer = *found; });
 }
 
 /// A record that there is once: a scalar, or all of a status.
@@ -195,7 +195,8 @@ template <const auto& scalar, RecordOf<scalar> (*read)(const Chassis&),
 Answer serve_scalar(Chassis& chassis, int32_t operation, std::span<const std::byte> request)
 {
     if (operation == CHM_REQ_GET) {
-        return answer_with([&] { return read(chassis); });
+        return answer_with<RecordOf<scalar>>(
+            [&](RecordOf<scalar>& answer) { answer = read(chassis); });
     }
     if (operation != CHM_REQ_SET || write == nullptr) {
         return {ResultCode::unknown_operation};
@@ -385,7 +386,11 @@ void post(const Chassis& chassis, const Occurrence& occurrence)
 {
     const uint32_t index = occurrence.index;
     const auto unit = [&]() -> const Unit& { return chassis.units().at(index); };
-    const auto entity = [&] { return encode(chassis, chassis.entities().at(index)); };
+    const auto entity = [&] {
+        ent_phys_entry row{};
+        encode(chassis, chassis.entities().at(index), row);
+        return row;
+    };
     switch (occurrence.event) {
     case module_status_change:
         return post_event(module_status_change, encode_module(unit()));

@@ -17,7 +17,7 @@ int32_t pc_sfp_get_vendor_info(const void* fcot_res, char* manufacturer, char* m
         char* const* text = texts;
         for (const sim::TransceiverText& field : sim::transceiver_texts) {
             // The caller's room for each text is at least that of the field.
-            const std::string value = sim::decode_text(fcot_res, field);
+            const std::string value = sim::text_in(fcot_res, field);
             std::ranges::copy_n(value.c_str(), static_cast<ptrdiff_t>(value.size() + 1), *text++);
         }
         return 0;

@@ -27,12 +27,13 @@ static_assert(sizeof(diag_info) == PM_DIAG_INFO_SIZE);
 
 PortConfig encode_config(const Chassis& chassis, const Entity& port)
 {
-    const bool in_service = chassis.status(port) == EntityStatus::ok;
+    const bool readable = has_diagnostics(chassis, port);
+    const bool in_service = readable || chassis.status(port) == EntityStatus::ok;
     const ResultCode error = in_service ? ResultCode::ok : ResultCode::module_not_in_service;
     const PortConfigStart start = {port.port.value().if_index, static_cast<uint32_t>(error)};
     PortConfig config{};
     std::memcpy(config.data(), &start, sizeof start);
-    config[PM_PORT_CONFIG_TRANSCEIVER] = std::byte{has_diagnostics(chassis, port)};
+    config[PM_PORT_CONFIG_TRANSCEIVER] = std::byte{readable};
     return config;
 }
 

@@ -41,6 +41,12 @@ inline constexpr Named<EntityStatus> entity_statuses[] = {{"unknown", EntityStat
 /// The one entity of the chassis itself.
 inline constexpr uint32_t chassis_index = 1;
 
+/// The index of a module, by the number from 1 of its slot.
+constexpr uint32_t module_index(uint32_t slot)
+{
+    return 1000 + slot;
+}
+
 /// The index of a port, by the numbers from 1 of the slot and of the port within it.
 constexpr uint32_t port_index(uint32_t slot, uint32_t number)
 {

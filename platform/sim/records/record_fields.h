@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace sim {
@@ -14,7 +16,32 @@ namespace sim {
 /// Writes a text into a cleared field, cut so that one byte at least stays the NUL.
 inline void put_text(std::span<char> field, std::string_view text)
 {
-    std::ranges::copy(text.substr(0, field.size() - 1), field.begin());
+    text.copy(field.data(), field.size() - 1);
+}
+
+/// A text of something: its name in chassis files and for chmctl, and its place in a record, where
+/// it is NUL-terminated.
+template <typename Owner>
+struct TextField {
+    std::string_view key;
+    std::string Owner::*text;
+    size_t offset;
+    size_t capacity; ///< longest text in bytes, the NUL not counted
+};
+
+/// Writes a text of its owner into a cleared record.
+template <typename Owner>
+void put_text(void* record, const TextField<Owner>& field, const Owner& owner)
+{
+    put_text({static_cast<char*>(record) + field.offset, field.capacity + 1}, owner.*field.text);
+}
+
+/// A text out of a record, cut where its field ends.
+template <typename Owner>
+std::string text_in(const void* record, const TextField<Owner>& field)
+{
+    const char* text = static_cast<const char*>(record) + field.offset;
+    return {text, strnlen(text, field.capacity)};
 }
 
 /// Values of SNMP's TruthValue.

@@ -2,25 +2,16 @@
 #pragma once
 
 #include "model/transceiver.h"
+#include "records/record_fields.h"
 
 #include <array>
-#include <cstddef>
-#include <string>
-#include <string_view>
 
 namespace sim {
 
 /// The block: PM_FCOT_INFO_SIZE bytes.
 using InformationBlock = std::array<char, 471>;
 
-/// One text of a transceiver: its name in chassis files and for chmctl, and its place in the block,
-/// where it is NUL-terminated.
-struct TransceiverText {
-    std::string_view key;
-    std::string Transceiver::*text;
-    size_t offset;
-    size_t capacity; ///< longest text in bytes, the NUL not counted
-};
+using TransceiverText = TextField<Transceiver>;
 
 inline constexpr TransceiverText transceiver_texts[] = {
     {"manufacturer", &Transceiver::manufacturer, 0, 31},
@@ -32,8 +23,5 @@ inline constexpr TransceiverText transceiver_texts[] = {
 };
 
 InformationBlock encode_information(const Transceiver& transceiver);
-
-/// A text out of a block, cut where its field ends.
-std::string decode_text(const void* block, const TransceiverText& text);
 
 } // namespace sim
