@@ -182,22 +182,6 @@ TEST_F(Conversion, WritesTheWholeOfWhatIsItsOwnAndNothingElse)
     EXPECT_EQ(Converted(Bytes()).entry, Bytes(772));
 }
 
-TEST_F(Conversion, TracesWhatItReadAndWhatCameOfIt)
-{
-    EXPECT_EQ(traces_of([] {
-                  Converted(lane(3, {{current, 7}, {tx_pwr, 7}, {108, 5000}}));
-              }),
-              R"(ent_parse_sfp_diag_values: size of element = 772
-ent_parse_sfp_diag_values: fTxPwrHiAlarm =         0.00000, fTxPwrLoAlarm =         0.00000, fRxPwrLoAlarm =         0.00000, fVoltHiAlarm =         0.00000, fVoltLoWarn =         0.00000
-ent_parse_sfp_diag_values: fTxPwrHiAlarm =  -inf, fTxPwrLoAlarm =  -inf, fRxPwrLoAlarm =  -inf, fVoltHiAlarm = 0.00000, fVoltLoWarn = 0.00000
-ent_parse_sfp_diag_values/@ invalid SFP calib type! calib_type:3 for volt
-ent_parse_sfp_diag_values/@ invalid SFP calib type! calib_type:3 for curr
-ent_parse_sfp_diag_values/@ invalid SFP calib type! calib_type:3 for temp
-ent_parse_sfp_diag_values/@ invalid SFP calib type! calib_type:3 for tx_pwr
-ent_parse_sfp_diag_values_flex: LOOP lane_no:0 num_of_lanes:1
-)");
-}
-
 /// The conversion once more, in extended precision: only what is single precision by definition is.
 int32_t whole(long double real)
 {

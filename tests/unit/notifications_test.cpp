@@ -206,20 +206,4 @@ TEST_F(Notifications, ComputeTheUnitStatusFromThreeWalks)
     }
 }
 
-TEST_F(Notifications, TraceTheUnitStatus)
-{
-    marker_exists = true;
-    EXPECT_EQ(
-        traces_of([] {
-            deliver(1034, Bytes(316));
-            deliver(1047, Bytes(8));
-            deliver(1035, letters(16, 0, {{8, 3}}));
-        }),
-        R"(handle_noti_qefcModuleStatusChange: send_connUnitStatusChange_notif called, connUnitStatus=3
-handle_noti_qefcFanTrayStatusChange: send_connUnitStatusChange_notif called, connUnitStatus=3
-handle_noti_qefcPowerStatusChange: send_connUnitStatusChange_notif called, connUnitStatus=3
- send_connUnitStatusChange_notif called, OperStat : 3 AdminStat : 0
-)");
-}
-
 } // namespace
