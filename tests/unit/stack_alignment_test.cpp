@@ -47,8 +47,9 @@ TEST_P(StackAlignment, MayBeThatOfOldAgents)
             }
             if (write_method) {
                 long value = 2;
-                call_with_stack_off(GetParam(), reinterpret_cast<void*>(write_method), ACTION,
-                                    &value, ASN_INTEGER, sizeof value, nullptr, name, length);
+                // In the phase that writes.
+                call_with_stack_off(GetParam(), reinterpret_cast<void*>(write_method), 2, &value,
+                                    ASN_INTEGER, sizeof value, nullptr, name, length);
             }
         }
         for (const auto& [event, handler] : platform.handlers) {
