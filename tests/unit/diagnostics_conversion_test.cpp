@@ -123,14 +123,11 @@ TEST_F(Conversion, FlagsSetTheConditionOfAllThresholdsOfASensor)
         {TEMP, 0x1}, {VOLTAGE, 0x4}, {CURRENT, 0x10}, {TX, 0x40}, {RX, 0x100}};
     for (const auto& [sensor, high] : sensors) {
         const uint32_t low = 2 * high;
+        // clang-format off
         const std::tuple<uint32_t, uint32_t, int32_t, int32_t> cases[] = {
-            {high, low, 20, 3},
-            {low, high, 10, 3},
-            {low, 0, 20, 1},
-            {0, low, 10, 1},
-            {0, 0, 1, 1},
-            {high | low, high | low, 20, 3},
-            {~(high | low), ~(high | low), 1, 1}};
+            {high, low, 20, 3}, {low, high, 10, 3}, {low, 0, 20, 1}, {0, low, 10, 1}, {0, 0, 1, 1},
+            {high | low, high | low, 20, 3}, {~(high | low), ~(high | low), 1, 1}};
+        // clang-format on
         for (const auto& [alarm, warning, severity, relation] : cases) {
             const Converted converted(lane(1, {{32, alarm}, {36, warning}}));
             for (size_t t = 0; t < 4; ++t) {
