@@ -4,8 +4,10 @@
 #include "agent_ext.h"
 #include "constant_platform.h"
 #include "ipcx.h"
+#include "mib_modules.h"
 #include "sensor_index.h"
 #include "trace.h"
+#include "wire/events.h"
 #include "wire/physical_index.h"
 #include "wire/records.h"
 
@@ -22,8 +24,8 @@
 #include <vector>
 
 extern "C" {
-void init_entity_mib(), init_entityfru_mib(), init_quarn_rf_mib(), init_quarn_rf_supp_mib(),
-    init_quarn_ts_mib(), init_entity_ext_mib(), init_entity_asset_mib(), init_entitysensor_mib();
+#define DECLARE(module) void init_##module();
+MIB_MODULES(DECLARE)
 }
 
 namespace {
@@ -215,8 +217,8 @@ void add_writes()
 
 void add_handlers()
 {
-    for (const auto& [event, handler] : handlers) {
-        cases.push_back({"event " + std::to_string(event), [handler = handler] {
+    for (const EventCode& event : platform_events) {
+        cases.push_back({std::string("event ") + event.name, [handler = handlers.at(event)] {
                              static std::array<uint32_t, 1024> payload; // holds any event's record
                              oid trap[MAX_OID_LEN];
                              size_t length = 0;
@@ -265,11 +267,8 @@ void time_platform(benchmark::State& state, const Case& timed)
 ///        callbacks --count NAME RUNS          runs one case so often, for callgrind
 int main(int argc, char** argv)
 {
-    for (auto* init :
-         {init_entity_mib, init_entityfru_mib, init_quarn_rf_mib, init_quarn_rf_supp_mib,
-          init_quarn_ts_mib, init_entity_ext_mib, init_entity_asset_mib, init_entitysensor_mib}) {
-        init();
-    }
+#define INIT(module) init_##module();
+    MIB_MODULES(INIT)
     add_reads();
     add_writes();
     add_handlers();

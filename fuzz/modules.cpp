@@ -1,6 +1,7 @@
 /// All MIB modules in front of a platform that answers what the input says: requests for any
 /// instance, writes of any value, events with any payload.
 #include "scripted_agent.h"
+#include "wire/events.h"
 
 #include <algorithm>
 #include <cassert>
@@ -127,14 +128,8 @@ void draw_platform(Input& input)
 
 RegisteredVariable& drawn_variable(Input& input, bool writable)
 {
-    std::vector<RegisteredVariable*> all;
-    for (auto& [root, module] : agent.registrations) {
-        for (RegisteredVariable& one : module.variables) {
-            if (!writable || one.record.acl == RWRITE) {
-                all.push_back(&one);
-            }
-        }
-    }
+    std::vector<RegisteredVariable*> all = agent.variables();
+    std::erase_if(all, [&](auto* one) { return writable && one->record.acl != RWRITE; });
     return *all[word_below(input, static_cast<uint32_t>(all.size()))];
 }
 
@@ -215,18 +210,12 @@ void write(Input& input)
     assert(status >= -1 && status <= MAX_SNMP_ERR && sent <= (wrong ? 0 : 1));
 }
 
-/// The bytes of the record that each event carries.
-constexpr std::pair<uint32_t, size_t> record_sizes[] = {
-    {1033, 0},  {1034, 316}, {1035, 16}, {1036, 2780}, {1037, 2780},
-    {1038, 16}, {1043, 0},   {1047, 8},  {1121, 520},  {3224, 2780},
-};
-
 void send_event(Input& input)
 {
-    const auto [event, size] = input.PickValueInArray(record_sizes);
+    const EventCode event = input.PickValueInArray(platform_events);
     Message message;
     if (perhaps(input, 0.9F)) {
-        message.payload = drawn_bytes(input, size);
+        message.payload = drawn_bytes(input, event.record_size);
     }
     const Notification notification = deliver(event, perhaps(input, 0.95F) ? &message : nullptr);
     assert(platform.calls.size() <= 3 * most_rows); // three walks, each as far as its rows go up
@@ -242,7 +231,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     Input input(data, size);
     testing::GTEST_FLAG(break_on_failure) = true; // what the scripted agent expects holds as well
-    ALL_MODULES(INIT_OF);
+    init_modules();
     draw_platform(input);
     while (input.remaining_bytes() > 0) {
         platform.calls.clear();
@@ -250,7 +239,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         constexpr void (*actions[])(Input&) = {read, read, read, write, send_event};
         input.PickValueInArray(actions)(input);
     }
-    ALL_MODULES(DEINIT_OF);
+    deinit_modules();
     assert(agent.registrations.empty() && platform.handlers.empty());
     // With nothing kept, an input frees what it allocates, and no search for leaks is due.
     platform_blocks().clear();

@@ -3,6 +3,7 @@
 
 #include "records.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <type_traits>
 
@@ -23,12 +24,13 @@ enum platform_result : int32_t {
 /// The class of most requests, those to the port manager included.
 inline constexpr uint32_t USUAL_REQ_CLASS = 5;
 
-/// What a request is sent with, and its name for whoever lists requests or takes them by name. The
-/// opcode stands for it wherever a number is wanted.
+/// What a request is sent with, the size of its record in bytes, and its name for whoever lists
+/// requests or takes them by name. The opcode stands for it wherever a number is wanted.
 struct RequestCode {
     const char* name;
     uint32_t opcode;
     uint32_t req_class;
+    size_t record_size;
 
     constexpr operator uint32_t() const { return opcode; }
 };
@@ -39,7 +41,7 @@ struct Request : RequestCode {
     using Record = CarriedRecord;
 
     constexpr Request(const char* its_name, uint32_t number, uint32_t its_class = USUAL_REQ_CLASS)
-        : RequestCode{its_name, number, its_class}
+        : RequestCode{its_name, number, its_class, sizeof(Record)}
     {
     }
 };

@@ -23,28 +23,16 @@ def test_a_refused_write_says_why_and_changes_nothing(switch):
     before = [switch.walk(root) for root in ROOTS]
     for oid, kind, value, error in [
             (f"{ALIAS}.1", "s", "x" * 33, "wrongLength"),
-            (f"{ASSET_ID}.1", "s", "x" * 33, "wrongLength"),
             (f"{ALIAS}.1", "i", "7", "wrongType"),
-            (f"{ASSET_ID}.1", "i", "7", "wrongType"),
             (f"{SERIAL_NUM}.1", "s", "S1", "notWritable"),
             (f"{ALIAS}.999999", "s", "nobody", "noSuchName"),
             (f"{ALIAS}.25813", "s", "no transceiver", "noSuchName"),
             (f"{ALIAS}.21589", "s", "a sensor", "genError"),
             (f"{FRU}.1.2.1.1.1.1005", "i", "2", "notWritable"),  # the active supervisor
-            (f"{FRU}.1.1.2.1.1.1005", "i", "2", "notWritable"),
             (f"{FRU}.1.2.1.1.1.1003", "i", "5", "wrongValue"),
-            (f"{FRU}.1.2.1.1.1.1003", "s", "1", "wrongType"),
             (f"{FRU}.1.2.1.1.1.1004", "i", "1", "noSuchName"),  # an empty slot
             (f"{FRU}.1.1.4.1.1.1", "i", "1", "notWritable"),
-            (f"{FRU}.1.1.3.0", "i", "12501", "wrongValue"),
             (f"{SENSORS}.1.2.1.1.6.25821.1", "i", "2", "noSuchName"),
-            (f"{SENSORS}.1.2.1.1.6.21589.2", "i", "3", "wrongValue"),
-            (f"{RF}.1.2.11.0", "i", "4", "wrongValue"),
-            (f"{RF}.1.2.11.0", "s", "1", "wrongType"),
-            (DURATION, "i", "0", "wrongValue"),
-            (TEXT, "s", "x" * 257, "wrongLength"),
-            (f"{EXTENSION}.4.1.1.1", "s", "x" * 33, "wrongLength"),
-            (f"{EXTENSION}.4.1.1.1", "i", "1", "wrongType"),
             (f"{EXTENSION}.4.1.1.999999", "s", "x", "notWritable")]:
         assert switch.set(oid, kind, value) == error, oid
     assert [switch.walk(root) for root in ROOTS] == before

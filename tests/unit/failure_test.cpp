@@ -1,5 +1,6 @@
 /// Systematic failure: every answer of the platform goes wrong in every way, one at a time.
 #include "model_switch.h"
+#include "wire/events.h"
 
 extern "C" void __real_free(void* block); // NOLINT(*-reserved-identifier,cert-*)
 
@@ -56,9 +57,9 @@ Log write(const RegisteredVariable& var)
     return {{Oid(), worst, ""}};
 }
 
-Log notified(uint32_t event, size_t size)
+Log notified(const EventCode& event)
 {
-    Log log = deliver(event, Bytes(size, 1)).bindings;
+    Log log = deliver(event, Bytes(event.record_size, 1)).bindings;
     for (auto& [name, type, value] : log) {
         value = type == ASN_TIMETICKS ? "now" : value;
     }
@@ -71,20 +72,15 @@ class Failure : public WholeSwitchTest {
 protected:
     Failure()
     {
-        for (auto& [root, registration] : agent.registrations) {
-            for (RegisteredVariable& var : registration.variables) {
-                actions.emplace_back(
-                    [&](bool may_repeat) { return walked(var.record, may_repeat); });
-                if (var.record.acl == RWRITE) {
-                    actions.emplace_back([&](bool) { return write(var); });
-                }
+        for (RegisteredVariable* var : agent.variables()) {
+            actions.emplace_back(
+                [var](bool may_repeat) { return walked(var->record, may_repeat); });
+            if (var->record.acl == RWRITE) {
+                actions.emplace_back([var](bool) { return write(*var); });
             }
         }
-        constexpr std::pair<uint32_t, size_t> events[] = {
-            {1033, 0},  {1034, 316}, {1035, 16}, {1036, 2780}, {1037, 2780},
-            {1038, 16}, {1043, 0},   {1047, 8},  {1121, 520},  {3224, 2780}};
-        for (const auto& event : events) {
-            actions.emplace_back([event](bool) { return notified(event.first, event.second); });
+        for (const EventCode& event : platform_events) {
+            actions.emplace_back([event](bool) { return notified(event); });
         }
     }
 

@@ -1,4 +1,5 @@
 /// Which row a request comes to, and what is served when the platform's answer is an odd one.
+#include "column.h"
 #include "entity_mib.h"
 #include "model_switch.h"
 
@@ -49,7 +50,8 @@ TEST_F(Lookup, OfPhysicalEntitiesTakesWhatThePlatformAnswers)
         platform.calls.clear();
         PlatformAnswer answer = {test.result, {}};
         if (test.response >= 0) {
-            answer.response = model_row(1026, {static_cast<uint32_t>(test.response), 0}, 0);
+            answer.response =
+                model_row(physical_table, {static_cast<uint32_t>(test.response), 0}, 0);
         }
         platform.always_answer(answer);
         const Answer found = agent.ask(descr + test.instance, test.exact);
@@ -60,7 +62,7 @@ TEST_F(Lookup, OfPhysicalEntitiesTakesWhatThePlatformAnswers)
         EXPECT_EQ(wire_word(*platform.calls[0].payload, 0), test.asked);
     }
     platform.ports[port_at(0, 0)] = port_with_diagnostics({});
-    platform.always_answer({0, model_row(1026, {25813, 0}, 0)});
+    platform.always_answer({0, model_row(physical_table, {25813, 0}, 0)});
     const Answer led_over = agent.next(descr + Oid{5});
     EXPECT_EQ(led_over.name, descr + Oid{25816});
     EXPECT_EQ(led_over.text(), "Port0/0(volt)");
@@ -95,8 +97,8 @@ TEST_F(Lookup, OfANameOutsideTheColumn)
 /// A success without a block serves the row as it stands, under the name that was asked for.
 TEST_F(Lookup, ServesWhatItHasWhenASuccessBringsNothing)
 {
-    model.tables[1026][{7, 0}] = model_row(1026, {7, 0}, 0);
-    put_text(model.tables[1026][{7, 0}], 2432, std::string("second") + '\0');
+    model.tables[physical_table][{7, 0}] = model_row(physical_table, {7, 0}, 0);
+    put_text(model.tables[physical_table][{7, 0}], 2432, std::string("second") + '\0');
     agent.get(serial + Oid{7});
     agent.get(led + Oid{21600, 2});
     agent.get(module + Oid{6, 21600});
@@ -117,12 +119,11 @@ TEST_F(Lookup, ServesWhatItHasWhenASuccessBringsNothing)
 
 TEST_F(Lookup, OfTablesWithoutRowsAsksForNothing)
 {
-    for (const Oid& column :
-         {entity + Oid{2, 1, 1, 2}, entity + Oid{2, 1, 1, 8}, entity + Oid{3, 1, 1, 1},
-          entity + Oid{3, 2, 1, 2}, entity + Oid{3, 3, 1, 1}, main + Oid{117, 1, 1, 4, 1, 1}}) {
-        EXPECT_FALSE(agent.next(column));
-        EXPECT_FALSE(agent.get(column + Oid{7}));
-        EXPECT_EQ(agent.set(column + Oid{7}, 1), -1);
+    for (const RegisteredVariable* var : agent.variables()) {
+        if (var->record.findVar == serve_no_rows) {
+            EXPECT_FALSE(agent.next(var->full_oid()));
+            EXPECT_EQ(agent.set(var->full_oid() + Oid{7}, 1), -1);
+        }
     }
     EXPECT_EQ(set_entPhysicalSerialNum(0, nullptr, ASN_OCTET_STR, 0, nullptr, nullptr, 0), 17);
     EXPECT_THAT(platform.calls, IsEmpty());
@@ -141,10 +142,11 @@ TEST_F(Lookup, OfTimesComesToTheAgentsUptime)
         {0, 0},
         {seconds - 20 * 86400, 0},
         {seconds - (sizeof(long) == 8 ? 249 * 86400 : 1), 0}};
-    const std::tuple<Oid, uint32_t, size_t> objects[] = {{entity + Oid{4, 1, 0}, 1039, 0},
-                                                         {module + Oid{4, 1}, 1029, 16},
-                                                         {module + Oid{5, 1}, 1029, 24},
-                                                         {value + Oid{6, 1}, 1031, 24}};
+    const std::tuple<Oid, uint32_t, size_t> objects[] = {
+        {entity + Oid{4, 1, 0}, last_change_time, 0},
+        {module + Oid{4, 1}, module_table, 16},
+        {module + Oid{5, 1}, module_table, 24},
+        {value + Oid{6, 1}, sensor_value_table, 24}};
     for (const auto& [instance, opcode, offset] : objects) {
         for (const auto& [time, ticks] : times) {
             Bytes& row = model.tables.at(opcode).begin()->second;
@@ -168,80 +170,21 @@ TEST_F(Lookup, OfScalarsThatThePlatformDoesNotTellIsZero)
     }
 }
 
-TEST_F(Lookup, TracesItsWay)
+/// The trace is where the refusals of this object go.
+TEST_F(Lookup, TracesTheWritesOfASecondSerialNumber)
 {
-    Bytes& row = model.tables[1026][{1, 0}];
-    put_text(row, 2432, std::string("second") + '\0');
-    put_text(row, 2509, std::string("CODE") + '\0');
-    EXPECT_EQ(traces_of([] {
-                  agent.get(module + Oid{8, 1});
-                  agent.get(main + Oid{117, 1, 3, 1, 0});
-                  for (const oid index : {1, 2}) {
-                      agent.get(clei + Oid{index});
-                      agent.get(serial + Oid{index});
-                  }
-                  agent.get(led + Oid{1, 2, 3});
-              }),
-              R"(get_qefcModuleTable: header_xx()  done 
-get_qefcModuleTable: mod_no : 825373492 , type : 43 
-get_entityfru_mib: enter : magic -no : 31 
-header_qeAssetTable called
-header_qeAssetTable cmi_req_resp - Success !!  
-get_qeAssetTable -- Asset CLEI code : CODE 
-get_qeExtEntPhysicalTable called
-header_qeExtEntPhysicalTable called
-header_qeExtEntPhysicalTable cmi_req_resp - Success !!  
-get_qeExtEntPhysicalTable -- Second Serial Num : second 
-header_qeAssetTable called
-header_qeAssetTable cmi_req_resp NOT Success !!  
-get_qeExtEntPhysicalTable called
-header_qeExtEntPhysicalTable called
-header_qeExtEntPhysicalTable cmi_req_resp NOT Success !!  
-get_qeExtEntityLEDTable called
-)");
-    const auto write = [](size_t length) {
-        platform.calls.clear();
-        agent.set(serial + Oid{1}, ASN_OCTET_STR, Bytes(length, 'n'));
-    };
-    EXPECT_EQ(traces_of(
-                  [&] {
-                      agent.set(serial + Oid{1}, 5);
-                      write(33);
-                      write(32);
-                      write_result = 1;
-                      write(32);
-                      lookup_result = 1;
-                      write(32);
-                      standard_output_of([] {
-                          deinit_entity_ext_mib(), deinit_entity_asset_mib();
-                          init_entity_ext_mib(), init_entity_asset_mib();
-                      });
-                  },
-                  "header_|get_"),
-              R"(set_entPhysicalSecondSerialNum type Not ASN_OCTET_STR 
-set_entPhysicalSecondSerialNum -- Bad length 
-set_entPhysicalSecondSerialNum -- cmi_req_resp Success !! 
-set_entPhysicalSecondSerialNum -- cmi_req_resp Failed !! 
-set_entPhysicalSecondSerialNum -- header_qeExtEntPhysicalTable() Failed !! 
-deinit_entity_ext_mib: Unregistering Entity Ext mib ...
-deinit_entity_asset_mib: Unregistering Entity Asset mib ...
-init_entity_ext_mib: Registering Entity Ext MIB ...
-init_entity_asset_mib: Registering Entity Asset MIB ...
-)");
-    const std::string hidden = "entPhysicalTable_trans|ent_cmi|get_if|chm_";
-    EXPECT_EQ(
-        traces_of(
-            [] {
-                for (const int32_t result : {0, 1}) {
-                    platform.always_answer({result, wire_record(2780, {25813})});
-                    agent.next(descr + Oid{5});
-                }
-            },
-            hidden),
-        R"(header_entPhysicalTable/@: entPhyIndex = 5 header_entPhysicalTable/@: entPhyIndex = 25813 header_entPhysicalTable/@, call transceiver mib msg_type:2, entPhysicalIndex:25813,ret_code:2
-header_entPhysicalTable/@: entPhyIndex = 25813, ret_code: 2
-header_entPhysicalTable/@: entPhyIndex = 25813 header_entPhysicalTable/@: ret_entry->entPhysicalIndex = -714866688 header_entPhysicalTable/@: entPhyIndex = 25813 header_entPhysicalTable/@, call transceiver mib msg_type:2, entPhysicalIndex:25813,ret_code:2
-)");
+    platform.debug_on = true;
+    const std::tuple<u_char, size_t, int32_t, const char*> writes[] = {
+        {ASN_INTEGER, 4, 0, "type Not ASN_OCTET_STR "},
+        {ASN_OCTET_STR, 33, 0, "-- Bad length "},
+        {ASN_OCTET_STR, 32, 0, "-- cmi_req_resp Success !! "},
+        {ASN_OCTET_STR, 32, 1, "-- cmi_req_resp Failed !! "}};
+    for (const auto& [type, length, result, outcome] : writes) {
+        write_result = result;
+        agent.set(serial + Oid{1}, type, Bytes(length, 'n'));
+        EXPECT_THAT(platform.debug_output,
+                    Contains(std::string("set_entPhysicalSecondSerialNum ") + outcome + '\n'));
+    }
 }
 
 } // namespace

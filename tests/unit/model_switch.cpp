@@ -2,16 +2,16 @@
 
 namespace {
 
-const std::map<uint32_t, size_t> record_sizes = {
-    {1016, 272}, {1026, 2780}, {1027, 284}, {1028, 16}, {1029, 316}, {1030, 4},  {1031, 40},
-    {1032, 28},  {1039, 8},    {1040, 4},   {1042, 32}, {1046, 8},   {3242, 12}, {3270, 8},
-};
+size_t record_size(uint32_t opcode)
+{
+    return std::ranges::find(platform_requests, opcode, &RequestCode::opcode)->record_size;
+}
 
 } // namespace
 
 Bytes model_row(uint32_t opcode, RowKey key, uint32_t seed)
 {
-    Bytes row(record_sizes.at(opcode));
+    Bytes row(record_size(opcode));
     for (size_t i = 0; i < row.size(); ++i) {
         row[i] = static_cast<uint8_t>(seed % 2 == 0 ? 1 + (seed + i) % 251 : (seed + i) % 509);
     }
@@ -21,7 +21,7 @@ Bytes model_row(uint32_t opcode, RowKey key, uint32_t seed)
     if (has_two_indexes(opcode)) {
         put_wire_word(row, 4, key.second);
     }
-    if (opcode == 1026) {
+    if (opcode == physical_table) {
         put_wire_word(row, 772, seed % 150); // sub-identifiers of the vendor type, or too many
     }
     return row;
@@ -29,7 +29,7 @@ Bytes model_row(uint32_t opcode, RowKey key, uint32_t seed)
 
 ModelSwitch::ModelSwitch()
 {
-    for (const auto& [opcode, size] : record_sizes) {
+    for (const uint32_t opcode : platform_requests) {
         if (is_scalar(opcode)) {
             tables[opcode][{}] = model_row(opcode, {}, opcode);
             continue;
@@ -37,7 +37,7 @@ ModelSwitch::ModelSwitch()
         for (const uint32_t index : {1U, 21600U, 300000U}) {
             const RowKey key = {index, has_two_indexes(opcode) ? 2 : 0};
             Bytes& row = tables[opcode][key] = model_row(opcode, key, index);
-            put_wire_word(row, size == 8 ? 4 : 8, 2); // where units have their status: all are well
+            put_wire_word(row, row.size() == 8 ? 4 : 8, 2); // the status of a unit: all are well
         }
     }
 }
@@ -47,7 +47,7 @@ PlatformAnswer ModelSwitch::answer(const PlatformCall& call)
     auto& rows = tables.at(call.opcode);
     RowKey key = {};
     if (call.payload) {
-        EXPECT_EQ(call.length, record_sizes.at(call.opcode));
+        EXPECT_EQ(call.length, record_size(call.opcode));
     }
     if (!is_scalar(call.opcode)) {
         key.first = wire_word(call.payload.value(), 0);
@@ -57,10 +57,11 @@ PlatformAnswer ModelSwitch::answer(const PlatformCall& call)
     const bool to_transceivers = call.operation == 2 && key.first < 25813 &&
                                  (row == rows.end() || row->first.first > 25813) &&
                                  !platform.ports.empty();
-    if (to_transceivers && call.opcode == 1026) {
-        return {1, model_row(1026, {25813, 0}, 0)};
+    if (to_transceivers && call.opcode == physical_table) {
+        return {1, model_row(physical_table, {25813, 0}, 0)};
     }
-    if (row == rows.end() || (to_transceivers && (call.opcode == 1031 || call.opcode == 1032))) {
+    if (row == rows.end() || (to_transceivers && (call.opcode == sensor_value_table ||
+                                                  call.opcode == sensor_threshold_table))) {
         return {1, {}};
     }
     if (call.operation == 3) {

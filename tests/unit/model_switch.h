@@ -3,6 +3,7 @@
 #pragma once
 
 #include "scripted_agent.h"
+#include "wire/requests.h"
 
 /// A row's index, its second word 0 where there is none; all 0 for the record of scalars.
 using RowKey = std::pair<uint32_t, uint32_t>;
@@ -10,13 +11,15 @@ using RowKey = std::pair<uint32_t, uint32_t>;
 /// Whether a table's rows have two indexes.
 constexpr bool has_two_indexes(uint32_t opcode)
 {
-    return opcode == 1032 || opcode == 3242;
+    return opcode == sensor_threshold_table || opcode == led_table;
 }
 
 /// Whether an opcode's one record has scalars, and no index.
 constexpr bool is_scalar(uint32_t opcode)
 {
-    return opcode == 1016 || opcode == 1030 || opcode == 1039 || opcode == 1040 || opcode == 1042;
+    constexpr uint32_t scalars[] = {terminal_message, max_default_in_line_power, last_change_time,
+                                    enable_status_notification, redundancy_status};
+    return std::ranges::find(scalars, opcode) != std::end(scalars);
 }
 
 struct ModelSwitch {

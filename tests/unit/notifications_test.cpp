@@ -1,5 +1,6 @@
 /// What each event of the platform becomes.
 #include "model_switch.h"
+#include "wire/events.h"
 
 #include <cstring>
 
@@ -70,38 +71,43 @@ TEST_F(Notifications, NameWhatChanged)
     put_wire_word(unrecognized, 260, 6);
     put_wire_word(unrecognized, 264, 7);
     // clang-format off
-    struct {
-        uint32_t event;
+    struct Case {
+        EventCode event;
         Bytes payload;
         Oid name;
         std::vector<Binding> bindings;
         size_t unit_statuses; ///< sent, with the heartbeats of its walks
     } const cases[] = {
-        {1033, {}, {1, 3, 6, 1, 2, 1, 47, 2, 0, 1}, {}, 0},
-        {1034, letters(316, 0, {{0, 7}, {4, 1}, {8, 3}, {16, at(34)}, {20, micro}}), fru + Oid{2, 0, 1},
+        {inventory_change, {}, {1, 3, 6, 1, 2, 1, 47, 2, 0, 1}, {}, 0},
+        {module_status_change, letters(316, 0, {{0, 7}, {4, 1}, {8, 3}, {16, at(34)}, {20, micro}}), fru + Oid{2, 0, 1},
          {{module + Oid{2, 7}, 2, "3"}, {module + Oid{4, 7}, 67, "3400"}}, 4},
-        {1034, letters(316, 0, {{0, 7}, {8, 3}, {16, at(-1)}}), fru + Oid{2, 0, 1},
+        {module_status_change, letters(316, 0, {{0, 7}, {8, 3}, {16, at(-1)}}), fru + Oid{2, 0, 1},
          {{module + Oid{2, 7}, 2, "3"}, {module + Oid{4, 7}, 67, "0"}}, 4},
-        {1035, letters(16, 0, {{0, 8}, {4, 1}, {8, 3}}), fru + Oid{2, 0, 2},
+        {power_status_change, letters(16, 0, {{0, 8}, {4, 1}, {8, 3}}), fru + Oid{2, 0, 2},
          {{status + Oid{2, 8}, 2, "3"}, {status + Oid{1, 8}, 2, "1"}}, 0},
-        {1036, letters(2780, 'd', {{0, 1003}, {776, 103}}), fru + Oid{2, 0, 3}, unit, 0},
-        {1037, letters(2780, 'd', {{0, 1003}, {776, 103}}), fru + Oid{2, 0, 4}, unit, 0},
-        {3224, unrecognized, fru + Oid{2, 0, 5},
+        {fru_inserted, letters(2780, 'd', {{0, 1003}, {776, 103}}), fru + Oid{2, 0, 3}, unit, 0},
+        {fru_removed, letters(2780, 'd', {{0, 1003}, {776, 103}}), fru + Oid{2, 0, 4}, unit, 0},
+        {unrecognized_fru, unrecognized, fru + Oid{2, 0, 5},
          {{entity + Oid{5, 1003}, 2, "9"}, {entity + Oid{3, 1003}, 6, bytes_of({6, 7})},
           {entity + Oid{7, 1003}, 4, m}, {entity + Oid{13, 1003}, 4, m},
           {fru + Oid{1, 5, 1, 1, 1, 1003}, 2, "5"}}, 0},
-        {1047, letters(8, 0, {{0, 9}, {4, 3}}), fru + Oid{2, 0, 6},
+        {fan_tray_status_change, letters(8, 0, {{0, 9}, {4, 3}}), fru + Oid{2, 0, 6},
          {{fru + Oid{1, 4, 1, 1, 1, 9}, 2, "3"}}, 4},
-        {1121, output, fru + Oid{2, 0, 7},
+        {power_supply_output_change, output, fru + Oid{2, 0, 7},
          {{entity + Oid{7, 2001}, 4, "ooo"}, {entity + Oid{13, 2001}, 4, std::string(257, 'o')},
           {fru + Oid{1, 6, 2, 1, 2, 2001}, 2, "1500"}}, 0},
-        {1038, wire_record(16, {25816, 70, 75, 2}), sensors + Oid{2, 0, 1},
+        {sensor_threshold_crossed, wire_record(16, {25816, 70, 75, 2}), sensors + Oid{2, 0, 1},
          {{sensors + Oid{1, 2, 1, 1, 4, 25816, 2}, 2, "75"},
           {sensors + Oid{1, 1, 1, 1, 4, 25816}, 2, "70"}}, 0},
     };
     // clang-format on
+    for (const EventCode& event : platform_events) {
+        EXPECT_TRUE(event == supervisor_switchover ||
+                    std::ranges::count(cases, event, &Case::event) > 0)
+            << event.name;
+    }
     for (const auto& test : cases) {
-        SCOPED_TRACE(test.event);
+        SCOPED_TRACE(test.event.name);
         for (const bool marker : {false, true}) {
             marker_exists = marker;
             platform.unit_status.clear();
@@ -110,19 +116,20 @@ TEST_F(Notifications, NameWhatChanged)
             EXPECT_EQ(notification.name, test.name);
             EXPECT_EQ(notification.bindings, test.bindings);
             EXPECT_EQ(platform.unit_status.size(),
-                      marker && test.event == 1035 ? 4 : test.unit_statuses);
+                      marker && test.event == power_status_change ? 4 : test.unit_statuses);
         }
         ::Message empty;
         for (::Message* message : {static_cast<::Message*>(nullptr), &empty}) {
             platform.unit_status.clear();
             const Notification notification = deliver(test.event, message);
-            EXPECT_EQ(notification.sent, test.event == 1033) << "which carries nothing";
+            EXPECT_EQ(notification.sent, test.event == inventory_change) << "which carries nothing";
             EXPECT_THAT(notification.bindings, IsEmpty());
             EXPECT_THAT(platform.unit_status, IsEmpty());
         }
     }
     put_wire_word(unrecognized, 772, 4000); // more sub-identifiers than there is room for
-    EXPECT_EQ(std::get<2>(deliver(3224, unrecognized).bindings.at(1)).size(), 128 * sizeof(oid));
+    EXPECT_EQ(std::get<2>(deliver(unrecognized_fru, unrecognized).bindings.at(1)).size(),
+              128 * sizeof(oid));
 }
 
 TEST_F(Notifications, OfASwitchover)
@@ -137,7 +144,7 @@ TEST_F(Notifications, OfASwitchover)
         put_host_word(record, 4, 501);
         platform.always_answer(
             {reason == 9 ? 1 : 0, record}); // a failure with a record is used too
-        const Notification notification = deliver(1043, nullptr);
+        const Notification notification = deliver(supervisor_switchover, nullptr);
         EXPECT_TRUE(notification.sent);
         EXPECT_EQ(notification.name, redundancy + (Oid{2, 0, 1}));
         const std::string now = std::get<2>(notification.bindings.at(1));
@@ -148,12 +155,12 @@ TEST_F(Notifications, OfASwitchover)
                                 Binding{redundancy + Oid{1, 1, 8, 0}, 2, reported}));
         const PlatformCall& call = platform.calls.back();
         EXPECT_EQ(std::tuple(call.opcode, call.operation, call.length, call.for_user),
-                  std::tuple(1042, 1, 32, false));
+                  std::tuple(redundancy_status, 1, 32, false));
         EXPECT_EQ(call.payload, std::nullopt);
     }
     for (const std::optional<Bytes>& response : {std::optional<Bytes>(), {Bytes(7)}, {Bytes()}}) {
         platform.always_answer({0, response});
-        EXPECT_FALSE(deliver(1043, nullptr).sent);
+        EXPECT_FALSE(deliver(supervisor_switchover, nullptr).sent);
     }
 }
 
@@ -177,17 +184,17 @@ TEST_F(Notifications, ComputeTheUnitStatusFromThreeWalks)
         model.tables[opcode].clear();
         for (uint32_t index = 1; index <= statuses.size(); ++index) {
             Bytes& row = model.tables[opcode][{index, 0}] = model_row(opcode, {index, 0}, 0);
-            put_wire_word(row, opcode == 3270 ? 4 : 8, statuses[index - 1]);
+            put_wire_word(row, opcode == power_supply_table ? 4 : 8, statuses[index - 1]);
         }
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.what);
-        set_rows(1028, test.power);
-        set_rows(1029, test.modules);
-        set_rows(3270, test.supplies);
+        set_rows(power_status_table, test.power);
+        set_rows(module_table, test.modules);
+        set_rows(power_supply_table, test.supplies);
         platform.calls.clear();
         platform.unit_status.clear();
-        deliver(1047, Bytes(8));
+        deliver(fan_tray_status_change, Bytes(8));
         EXPECT_EQ(platform.unit_status.back(), test.status);
         EXPECT_EQ(platform.unit_status.size(), test.heartbeats + 1);
         EXPECT_EQ(platform.calls.size(), test.requests);
@@ -197,29 +204,14 @@ TEST_F(Notifications, ComputeTheUnitStatusFromThreeWalks)
     for (const bool repeats : {false, true}) {
         platform.answer = [&](const PlatformCall& call) -> PlatformAnswer {
             const bool first = wire_word(*call.payload, 0) == 0;
-            const Bytes row = letters(call.length, 0, {{0, 3}, {call.opcode == 3270 ? 4 : 8, 2}});
+            const Bytes row =
+                letters(call.length, 0, {{0, 3}, {call.opcode == power_supply_table ? 4 : 8, 2}});
             EXPECT_TRUE(first || *call.payload == row) << "the row received asks for the next";
             return {0, first || repeats ? std::optional(row) : std::nullopt};
         };
-        deliver(1047, Bytes(8));
+        deliver(fan_tray_status_change, Bytes(8));
         EXPECT_EQ(platform.unit_status.back(), "status 3");
     }
-}
-
-TEST_F(Notifications, TraceTheUnitStatus)
-{
-    marker_exists = true;
-    EXPECT_EQ(
-        traces_of([] {
-            deliver(1034, Bytes(316));
-            deliver(1047, Bytes(8));
-            deliver(1035, letters(16, 0, {{8, 3}}));
-        }),
-        R"(handle_noti_qefcModuleStatusChange: send_connUnitStatusChange_notif called, connUnitStatus=3
-handle_noti_qefcFanTrayStatusChange: send_connUnitStatusChange_notif called, connUnitStatus=3
-handle_noti_qefcPowerStatusChange: send_connUnitStatusChange_notif called, connUnitStatus=3
- send_connUnitStatusChange_notif called, OperStat : 3 AdminStat : 0
-)");
 }
 
 } // namespace

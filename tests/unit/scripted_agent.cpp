@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <regex>
 
 ScriptedAgent agent;
 
@@ -42,15 +41,23 @@ std::vector<Answer> walk(variable& var, bool may_repeat)
     return found;
 }
 
-variable* ScriptedAgent::variable_for(const Oid& name)
+std::vector<RegisteredVariable*> ScriptedAgent::variables()
 {
+    std::vector<RegisteredVariable*> all;
     for (auto& [root, registration] : registrations) {
         for (RegisteredVariable& var : registration.variables) {
-            const Oid column = var.full_oid();
-            if (name.size() >= column.size() &&
-                std::equal(column.begin(), column.end(), name.begin())) {
-                return &var.record;
-            }
+            all.push_back(&var);
+        }
+    }
+    return all;
+}
+
+variable* ScriptedAgent::variable_for(const Oid& name)
+{
+    for (RegisteredVariable* var : variables()) {
+        if (name.size() >= var->record.namelen &&
+            std::equal(name.begin(), name.begin() + var->record.namelen, var->record.name)) {
+            return &var->record;
         }
     }
     return nullptr;
@@ -129,35 +136,28 @@ Notification deliver(uint32_t event, Message* message)
     return notification;
 }
 
+#define INIT(module) init_##module();
+#define DEINIT(module) deinit_##module();
+
+void init_modules()
+{
+    MIB_MODULES(INIT)
+}
+
+void deinit_modules(){MIB_MODULES(DEINIT)}
+
 ModulesTest::ModulesTest()
 {
     platform = {};
     agent = {};
-    standard_output_of([] { ALL_MODULES(INIT_OF); });
+    standard_output_of(init_modules);
 }
 
 ModulesTest::~ModulesTest()
 {
-    standard_output_of([] { ALL_MODULES(DEINIT_OF); });
+    standard_output_of(deinit_modules);
     EXPECT_THAT(agent.registrations, testing::IsEmpty());
     EXPECT_THAT(platform.handlers, testing::IsEmpty());
-}
-
-std::string traces_of(const std::function<void()>& action, const std::string& hidden)
-{
-    const std::regex source_line(R"(^([\w !]+)[/:]\d+)");
-    const std::regex hidden_start("^(" + hidden + ")");
-    platform.debug_on = true;
-    platform.debug_output.clear();
-    action();
-    std::string traces;
-    for (const std::string& trace : platform.debug_output) {
-        if (!std::regex_search(trace, hidden_start)) {
-            traces += std::regex_replace(trace, source_line, "$1/@");
-        }
-    }
-    platform.debug_on = false;
-    return traces;
 }
 
 extern "C" {

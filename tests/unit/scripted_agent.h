@@ -3,6 +3,7 @@
 #pragma once
 
 #include "agent.h"
+#include "mib_modules.h"
 #include "scripted_platform.h"
 
 #include <gmock/gmock.h>
@@ -15,13 +16,15 @@
 #include <tuple>
 #include <vector>
 
-#define ALL_MODULES(DO)                                                                            \
-    DO(entity_mib), DO(entityfru_mib), DO(entitysensor_mib), DO(quarn_rf_mib),                     \
-        DO(quarn_rf_supp_mib), DO(quarn_ts_mib), DO(entity_ext_mib), DO(entity_asset_mib)
-#define INIT_OF(module) init_##module()
-#define DEINIT_OF(module) deinit_##module()
+#define DECLARE(module) void init_##module(), deinit_##module();
+extern "C" {
+MIB_MODULES(DECLARE)
+}
+#undef DECLARE
 
-extern "C" void ALL_MODULES(INIT_OF), ALL_MODULES(DEINIT_OF);
+/// Have all modules register with the agent, and take that back.
+void init_modules();
+void deinit_modules();
 
 using Oid = std::vector<oid>;
 
@@ -59,6 +62,9 @@ struct ScriptedAgent {
     bool whole_tables = true; ///< a table is taken back by its root, else variable by variable
     std::vector<Oid> unregistered;
     std::vector<std::string> details; ///< texts given to snmp_set_detail
+
+    /// Every registered variable, to be called until something is registered or taken back.
+    std::vector<RegisteredVariable*> variables();
 
     /// Read one variable: an instance, and the one that follows in the variable.
     Answer get(const Oid& name) { return ask(name, true); }
@@ -133,7 +139,3 @@ std::string standard_error_of(Action action)
     action();
     return testing::internal::GetCapturedStderr();
 }
-
-/// What `action` traces, the lines of sources as "@", but for what begins with one of the hidden
-/// names.
-std::string traces_of(const std::function<void()>& action, const std::string& hidden = "none");

@@ -10,6 +10,8 @@
 #include "port_client.h"
 #include "port_manager.h"
 #include "rcode.h"
+#include "wire/events.h"
+#include "wire/requests.h"
 
 #include <gtest/gtest.h>
 
@@ -71,15 +73,6 @@ void ScriptedPlatform::always_answer(const PlatformAnswer& same)
     answer = [same](const PlatformCall&) { return PlatformAnswer(same); };
 }
 
-void ScriptedPlatform::serve_rows(std::map<uint32_t, Bytes> rows)
-{
-    answer = [rows = std::move(rows)](const PlatformCall& call) -> PlatformAnswer {
-        const uint32_t index = wire_word(call.payload.value(), 0);
-        const auto row = call.operation == 2 ? rows.upper_bound(index) : rows.find(index);
-        return row == rows.end() ? PlatformAnswer{1, {}} : PlatformAnswer{0, row->second};
-    };
-}
-
 ScriptedPort port_with_diagnostics(const std::map<size_t, uint32_t>& words)
 {
     ScriptedPort port;
@@ -121,6 +114,11 @@ int32_t hand_out(PlatformAnswer answer, void** response, uint32_t* length, size_
     return answer.result;
 }
 
+const char* name_of_event(uint32_t number)
+{
+    return std::ranges::find(platform_events, number, &EventCode::number)->name;
+}
+
 /// Answers a call for one port, which must be made as all of them are.
 int32_t answer_of_port(PlatformAnswer ScriptedPort::*answer, size_t promised, uint32_t queue,
                        int32_t operation, uint32_t arg, uint32_t if_index, uint32_t count,
@@ -159,7 +157,7 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
                          *length, response != nullptr, user && user == std::string("operator")};
     EXPECT_EQ(std::tuple(user != nullptr, session, route, queue, req_class),
               std::tuple(call.for_user, call.for_user ? 4711 : 0, 39, ipcx_response_q,
-                         opcode == 1016 || opcode == 1042 ? 4 : 5))
+                         opcode == terminal_message || opcode == redundancy_status ? 4 : 5))
         << opcode;
     if (request) {
         const auto* bytes = static_cast<const uint8_t*>(request);
@@ -179,14 +177,14 @@ void* ipcx_payload_get(void* message)
 int register_for_notification(uint32_t opcode, ipcx_event_handler* handler)
 {
     platform.handlers[opcode] = handler;
-    printf("[register %u]\n", opcode);
+    printf("[register %s]\n", name_of_event(opcode));
     return 0;
 }
 
 int unregister_for_notification(uint32_t opcode)
 {
     platform.handlers.erase(opcode);
-    printf("[unregister %u]\n", opcode);
+    printf("[unregister %s]\n", name_of_event(opcode));
     return 0;
 }
 

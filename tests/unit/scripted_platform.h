@@ -85,9 +85,6 @@ struct ScriptedPlatform {
 
     /// Has one and the same answer for every call.
     void always_answer(const PlatformAnswer& same);
-
-    /// Has rows of one record answer GET and GETNEXT by the index in their first word.
-    void serve_rows(std::map<uint32_t, Bytes> rows);
 };
 
 /// A message of the scripted transport.

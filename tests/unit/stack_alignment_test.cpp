@@ -31,26 +31,26 @@ TEST_P(StackAlignment, MayBeThatOfOldAgents)
     int values = 0;
     int bindings = 0;
     quietly([&] {
-        for (auto& [root, registration] : agent.registrations) {
-            for (RegisteredVariable& var : registration.variables) {
-                oid name[MAX_OID_LEN];
-                std::copy_n(var.record.name, var.record.namelen, name);
-                size_t length = var.record.namelen;
-                size_t value_length = 0;
-                WriteMethod* write_method = nullptr;
-                auto* read = reinterpret_cast<void*>(var.record.findVar);
-                const auto next = [&] {
-                    return call_with_stack_off(GetParam(), read, &var.record, name, &length, 0,
-                                               &value_length, &write_method, 0);
-                };
-                for (int rows = 0; rows < 1000 && next(); ++rows) {
-                    ++values;
-                }
-                if (write_method) {
-                    long value = 2;
-                    call_with_stack_off(GetParam(), reinterpret_cast<void*>(write_method), 2,
-                                        &value, ASN_INTEGER, sizeof value, nullptr, name, length);
-                }
+        for (RegisteredVariable* registered : agent.variables()) {
+            variable& var = registered->record;
+            oid name[MAX_OID_LEN];
+            std::copy_n(var.name, var.namelen, name);
+            size_t length = var.namelen;
+            size_t value_length = 0;
+            WriteMethod* write_method = nullptr;
+            auto* read = reinterpret_cast<void*>(var.findVar);
+            const auto next = [&] {
+                return call_with_stack_off(GetParam(), read, &var, name, &length, 0, &value_length,
+                                           &write_method, 0);
+            };
+            for (int rows = 0; rows < 1000 && next(); ++rows) {
+                ++values;
+            }
+            if (write_method) {
+                long value = 2;
+                // In the phase that writes.
+                call_with_stack_off(GetParam(), reinterpret_cast<void*>(write_method), 2, &value,
+                                    ASN_INTEGER, sizeof value, nullptr, name, length);
             }
         }
         for (const auto& [event, handler] : platform.handlers) {

@@ -54,7 +54,7 @@ Disturbance disturb(std::string_view request, int32_t operation)
 
 Disturbance disturb(uint32_t opcode, int32_t operation)
 {
-    if (set_faults.empty()) {
+    if (chassis_in_place()->faults().empty()) {
         return {};
     }
     const auto* request = std::ranges::find(request_names, opcode, &RequestName::opcode);

@@ -151,7 +151,7 @@ class SwitchTest : public testing::Test {
 protected:
     SwitchTest()
     {
-        sim::place_chassis(sim::load_chassis(file.path, [this] { return now; }));
+        sim::place_chassis(sim::load_chassis(box, [this] { return now; }));
         for (const auto& [opcode, handler] : handlers) {
             register_for_notification(opcode, handler);
         }
@@ -243,50 +243,5 @@ protected:
 
     sim::Clock::time_point now{std::chrono::seconds(1000000000) +
                                std::chrono::microseconds(250000)};
-    const ChassisFile file{R"(
-module = [{ slot = [1, 5], role = "supervisor", power = 200 },
-          { slot = 6, type = "card", power = 0 },
-          { slot = 2, type = "card", alias = "uplink", second-serial = "S2" }]
-power-supply = [{ bay = [1, 2], type = "supply" },
-                { bay = 3, type = "supply", output = 700, replaceable = false }]
-fan-tray = [{ bay = 2, manufacturer = "Other", power = 20, fans = 2 }]
-[chassis]
-name = "Box"
-manufacturer = "Maker"
-serial = "S1"
-slots = 6
-start-seconds = 3
-power-supply-bays = 4
-fan-tray-bays = 2
-type-code = 39
-sensors = [{ name = "inlet", description = "Inlet temperature" }]
-[types]
-other = { description = "Other card", power = 50 }
-supply = { model = "PS-1", output = 400 }
-[types.card]
-description = "Card"
-model = "M-1"
-clei-code = "C1"
-part-revision = "P1"
-vendor-type = 7
-power = 300
-ports = 8
-electrical = "8"
-transceivers = [{ ports = "1, 4", type = "internal" }, { ports = "2", type = "plain" },
-                { ports = "6-7", type = "external" }]
-sensors = [{ kind = "voltage", precision = 1, low = 11.9, high = 11.9, thresholds = [
-    { value = 11.4, relation = "<", severity = "critical" }, { value = 12.6 }] }]
-[transceivers]
-plain = { diagnostics = "none" }
-external = { diagnostics = "external", lanes = 4, receive-power = "none", transmit-power = { low = -3.0103, high = -3.0103 } }
-[transceivers.internal]
-model = "T-1"
-revision = "B"
-alias = "west"
-temperature = { low = -5, high = -5 }
-voltage = { low = 3.3, high = 3.3, high-warning = 3.4 }
-bias-current = { low = 35, high = 35 }
-transmit-power = { low = -3, high = -3 }
-receive-power = { low = -12, high = -12 }
-)"};
+    const std::string box = BOX;
 };
