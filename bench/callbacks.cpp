@@ -1,5 +1,4 @@
-/// Times the callbacks that the modules hand to the agent, one by one, and apart from each the
-/// calls that it makes to the platform.
+/// Times the modules' callbacks one by one, and separately the calls of each to the platform.
 #include "agent.h"
 #include "agent_ext.h"
 #include "constant_platform.h"
@@ -115,7 +114,7 @@ WriteMethod* read(const Oid& instance, variable* var, bool exact)
     return write_method;
 }
 
-/// Something to time.
+/// A benchmark.
 struct Case {
     std::string name;
     std::function<void()> run;
@@ -228,7 +227,7 @@ void add_handlers()
     }
 }
 
-/// What to compare with.
+/// Reference cases.
 void add_measures()
 {
     cases.push_back({"disabled trace", [] { CHM_TRACE("%s: %d\n", "bench", 1); }});

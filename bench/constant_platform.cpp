@@ -46,7 +46,7 @@ void* copy_of(const Block& block)
     return sim::malloc_copy(std::as_bytes(std::span(&block, 1)));
 }
 
-/// Every big-endian word is 2, which in a status says that all is well.
+/// Every big-endian word is 2, which is ok in a status.
 template <typename Record>
 Record make_sample()
 {
@@ -88,7 +88,7 @@ const Record& sample()
     return record;
 }
 
-/// A call of cmi_req_resp that wants an answer.
+/// A call of cmi_req_resp with a response.
 struct Call {
     int32_t operation;
     const void* payload;
@@ -123,7 +123,7 @@ int32_t answer_row(const Call& call, uint32_t count = small_table, uint32_t base
     return call.answer<Record>(index);
 }
 
-/// Where a walk has come to the transceivers' sensors it is led over to them by a failure.
+/// A failure directs a walk to the transceivers' sensors.
 int32_t answer_physical(const Call& call)
 {
     const uint32_t below = std::min(physical_rows, physical_rows_below);
@@ -177,8 +177,7 @@ uint32_t port_number(uint32_t if_index)
     return (if_index >> 16 & 0xff) * ports_per_slot + (if_index >> 8 & 0xff);
 }
 
-/// Answers a query about a port with a block that says that the port has a transceiver with
-/// diagnostics, whichever it is asked for.
+/// Answers any query about a port with a block for a transceiver with diagnostics.
 template <typename Query>
 int32_t answer_port(Query* query, uint32_t if_index, uint32_t port, void** response)
 {

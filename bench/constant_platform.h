@@ -1,6 +1,6 @@
-/// The platform manager and the port manager as the benchmarks play them: every call answers in
-/// constant time, with a malloc'd copy of one record, turned to wire order. Preloaded into an agent
-/// it takes the place of the simulated switch's; all else stays as there.
+/// The platform manager and the port manager of the benchmarks: every call answers in constant time
+/// with a malloc'd copy of one record in wire order. Preloaded into an agent, they replace those of
+/// the simulated switch; everything else stays the same.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ namespace constant_platform {
 
 using Calls = std::vector<std::function<void()>>;
 
-/// The calls that leave the agent while an action runs, as calls that do the same again.
+/// Records the calls that leave the agent during an action, for repetition.
 Calls calls_of(const std::function<void()>& action);
 
 } // namespace constant_platform

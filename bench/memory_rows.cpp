@@ -1,7 +1,6 @@
-/// Two modules that serve rows from memory, to compare a module with: `memory_old_api`, which does
-/// next to nothing in the agent's old interface, and `memory_container`, which uses the agent's
-/// container of table rows. The rows are those of the file CHM_BENCH_FILE, as `walk --dump` writes
-/// them.
+/// Two modules that serve rows from memory, for comparison: `memory_old_api`, with almost no work
+/// in the agent's old interface, and `memory_container`, with the agent's container of table rows.
+/// The rows are those of the file CHM_BENCH_FILE, as `walk --dump` writes them.
 #include <net-snmp/net-snmp-config.h>
 
 #include <net-snmp/net-snmp-includes.h>
@@ -25,7 +24,7 @@ struct Value {
     std::string bytes;
 };
 
-/// A row as the container wants it: the index comes first.
+/// A row for the container: the index comes first.
 struct Row {
     netsnmp_index index = {};
     std::vector<Value> values; ///< by column, from the table's first one on
@@ -42,7 +41,7 @@ struct Table {
 
 std::vector<Table> tables;
 
-/// Reads numbers, before which their count stands.
+/// Reads numbers, preceded by their count.
 Oid read_numbers(std::istream& file)
 {
     size_t count = 0;

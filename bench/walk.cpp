@@ -1,4 +1,4 @@
-/// Walks agents on this machine and tells what it took.
+/// Walks agents on this machine and prints the times.
 #include <net-snmp/net-snmp-config.h>
 
 #include <net-snmp/net-snmp-includes.h>
@@ -34,7 +34,7 @@ using Response = std::unique_ptr<netsnmp_pdu, decltype(&snmp_free_pdu)>;
 /// An agent under measurement.
 struct Agent {
     std::shared_ptr<void> session;
-    clockid_t cpu = 0; ///< what processor time it has used
+    clockid_t cpu = 0; ///< its processor time
 
     /// @param place PORT:PID
     explicit Agent(const std::string& place)
@@ -75,7 +75,7 @@ struct Agent {
     }
 };
 
-/// What a walk took, times in seconds.
+/// The result of a walk, times in seconds.
 struct Walk {
     long requests = 0;
     long varbinds = 0; ///< below the root

@@ -11,7 +11,7 @@ void add_verbs(CLI::App& app, const std::function<void(const Verb&, const json&)
         add_example(*command, verb.example);
         command->final_callback([=, &verb] { run(verb, *request); });
     };
-    CLI::App* show = app.add_subcommand("show", "Show one of these: show faults is faults");
+    CLI::App* show = app.add_subcommand("show", "Same as a verb that shows: show faults is faults");
     show->group(platform_verbs.title)->require_subcommand(1);
     add_example(*show, "faults");
     for (const VerbGroup* group : {&unit_verbs, &reading_verbs, &switch_verbs, &platform_verbs}) {

@@ -1,5 +1,5 @@
-/// Chassis files: whatever is in one is either refused by a line of it or makes a switch whose
-/// tables can be walked, and whose own chassis file makes one, too.
+/// Chassis files: any content is either refused with an error or makes a switch whose tables can be
+/// walked, and whose export loads too.
 #include "files/chassis_file.h"
 #include "files/chassis_export.h"
 #include "libraries/event_queue.h"

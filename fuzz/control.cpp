@@ -1,4 +1,4 @@
-/// Lines of the control socket, each a request or not, and time that passes between them.
+/// Lines of the control socket, valid requests or not, with time passing between them.
 #include "control/verbs.h"
 #include "files/chassis_file.h"
 #include "libraries/event_queue.h"
@@ -13,7 +13,7 @@
 
 namespace {
 
-/// The one verb that reaches beyond the switch, to a file of the machine's.
+/// The only verb that changes a file of the machine.
 bool is_marker(std::string_view line)
 {
     const auto request = nlohmann::json::parse(line, nullptr, false);

@@ -16,7 +16,7 @@ void check_power(uint32_t microwatts, int32_t value)
     assert(std::abs(value - exact) <= 1.01);
 }
 
-/// Integers are converted by what their units are.
+/// Integers are converted by their units.
 void check_readings(const diag_info& lane, const sfp_cache_entry& entry)
 {
     const auto value = [&](ent_cache_sensor sensor) { return entry.values[sensor].value; };
@@ -38,7 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     platform.chassis_type = data[0];
     platform.history_on = platform.debug_on = data[0] % 2 == 0;
 
-    // Exactly as many lanes as there are, so that a sanitizer sees who reads further.
+    // Exactly the size of the lanes, so that a sanitizer detects reads beyond them.
     const auto count = static_cast<uint32_t>((size - 1) / sizeof(diag_info));
     const auto lanes = std::make_unique<diag_info[]>(count);
     memcpy(lanes.get(), data + 1, count * sizeof(diag_info));

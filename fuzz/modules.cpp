@@ -1,5 +1,5 @@
-/// All MIB modules in front of a platform that answers what the input says: requests for any
-/// instance, writes of any value, events with any payload.
+/// All MIB modules in front of a platform that answers from the input: requests for any instance,
+/// writes of any value, events with any payload.
 #include "scripted_agent.h"
 #include "wire/events.h"
 
@@ -12,7 +12,7 @@ namespace {
 
 using Input = FuzzedDataProvider;
 
-constexpr int most_rows = 100; ///< that follow on each other, whatever is asked for
+constexpr int most_rows = 100; ///< consecutive, for any request
 
 bool perhaps(Input& input, float probability)
 {
@@ -24,7 +24,7 @@ uint32_t word_below(Input& input, uint32_t limit)
     return input.ConsumeIntegralInRange<uint32_t>(0, limit - 1);
 }
 
-/// An index, often of something that there is: a row at an edge, or a transceiver's sensor.
+/// An index, often an existing one: a row at the edge of a range, or a transceiver's sensor.
 uint32_t drawn_index(Input& input)
 {
     switch (word_below(input, 4)) {
@@ -63,9 +63,9 @@ PlatformAnswer drawn_answer(Input& input)
     return answer;
 }
 
-/// One answer after the other, and the first one again after the last, so that no loop of the
-/// library ends for want of input. Some are rows of a drawn index, some the row that comes so much
-/// after the one asked for; only these come to an end.
+/// The answers in turn, starting over after the last, so that no loop of the library ends for lack
+/// of input. Some are rows with a drawn index, some rows a drawn distance after the requested one;
+/// only the latter come to an end.
 auto drawn_answers(Input& input)
 {
     enum class Row { any, of_index, step };
@@ -133,7 +133,7 @@ RegisteredVariable& drawn_variable(Input& input, bool writable)
     return *all[word_below(input, static_cast<uint32_t>(all.size()))];
 }
 
-/// The name of an instance, or something near one.
+/// The name of an instance, or a similar one.
 Oid drawn_name(Input& input, const Oid& column)
 {
     Oid name = column;
@@ -241,7 +241,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     }
     deinit_modules();
     assert(agent.registrations.empty() && platform.handlers.empty());
-    // With nothing kept, an input frees what it allocates, and no search for leaks is due.
+    // Nothing is kept, so that the leak detection sees only the leaks of this input.
     platform_blocks().clear();
     platform = {};
     agent = {};

@@ -1,4 +1,4 @@
-/// The tables of the simulated switch as the MIB modules ask for them.
+/// Reads the tables of the simulated switch like the MIB modules.
 #pragma once
 
 #include "cmi.h"
@@ -36,7 +36,7 @@ void walk_table(const Request<Record>& table)
     }
 }
 
-/// Walks the ports with diagnostics, in increasing order, and reads all that there is of each.
+/// Walks the ports with diagnostics, in increasing order, and reads all blocks of each.
 inline void walk_ports()
 {
     uint32_t one = 1;

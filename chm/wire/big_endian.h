@@ -5,7 +5,7 @@
 #include <concepts>
 #include <cstdint>
 
-/// A 32-bit integer, big-endian in memory and a host integer to whoever reads or assigns it.
+/// A 32-bit integer, big-endian in memory, read and assigned as a host integer.
 template <std::integral Host>
 requires(sizeof(Host) == 4) class BigEndian {
 public:

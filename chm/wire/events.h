@@ -1,4 +1,4 @@
-/// What the platform manager reports to the MIB modules.
+/// The events that the platform manager reports to the MIB modules.
 #pragma once
 
 #include "records.h"
@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <type_traits>
 
-/// An event: its name for whoever lists events, its number, which stands for it wherever one is
-/// wanted, and the size of its record in bytes, 0 for none.
+/// An event: its name for lists, its number, to which it converts, and the size of its record in
+/// bytes, 0 for none.
 struct EventCode {
     const char* name;
     uint32_t number;

@@ -1,5 +1,5 @@
-/// The platform's records as they travel and as they lie in memory: one layout for both. An integer
-/// that travels big-endian says so in its type; plain integers travel in host order.
+/// The platform's records, with the same layout in memory and in messages. Big-endian integers have
+/// a type of their own; plain integers are in host order.
 #pragma once
 
 #include "big_endian.h"
@@ -67,7 +67,7 @@ struct platform_time {
 };
 static_assert(is_record_of<platform_time, 8>);
 
-/// A module of the chassis. What the columns without a name mean is the platform's.
+/// A module of the chassis. The platform defines the columns without a name.
 struct module_record {
     be_uint32 index;
     be_int32 admin_status;
@@ -142,8 +142,8 @@ static_assert(is_record_of<led_entry, 12>);
 template <>
 inline constexpr size_t row_key<led_entry> = 2;
 
-/// The redundancy of the supervisors, in host order. Status words without a name mean what the
-/// platform says.
+/// The redundancy of the supervisors, in host order. The platform defines the status words without
+/// a name.
 struct rf_status_record {
     int32_t status_6; ///< served as object 1.1.6, and so on
     int32_t status_1;
@@ -208,7 +208,7 @@ struct sensor_threshold_crossing {
 };
 static_assert(is_record_of<sensor_threshold_crossing, 16>);
 
-/// How the readings and thresholds of a lane are to be read.
+/// The format of the readings and thresholds of a lane.
 enum : uint32_t {
     INTERNAL_CALIBRATION = 1, ///< integers
     EXTERNAL_CALIBRATION = 2, ///< single-precision reals; see diagnostics_conversion.h
@@ -241,7 +241,7 @@ static_assert(offsetof(diag_info, rx_pwr_lo_warn) == 168);
 
 /// What log_snmp_error records of a failed write.
 struct snmp_error_record {
-    char unused[260]; ///< not this library's to fill; zeros
+    char unused[260]; ///< not used by this library; zeros
     int32_t code;     ///< the platform's result code
     char text[200];   ///< its text, NUL-terminated
 };

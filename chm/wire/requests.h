@@ -1,4 +1,4 @@
-/// What the MIB modules ask the platform manager for.
+/// The requests of the MIB modules to the platform manager.
 #pragma once
 
 #include "records.h"
@@ -24,8 +24,8 @@ enum platform_result : int32_t {
 /// The class of most requests, those to the port manager included.
 inline constexpr uint32_t USUAL_REQ_CLASS = 5;
 
-/// What a request is sent with, the size of its record in bytes, and its name for whoever lists
-/// requests or takes them by name. The opcode stands for it wherever a number is wanted.
+/// The parameters of a request, the size of its record in bytes, and its name for lists and chmctl.
+/// It converts to its opcode.
 struct RequestCode {
     const char* name;
     uint32_t opcode;

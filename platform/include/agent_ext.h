@@ -1,4 +1,4 @@
-/* What the switch's SNMP agent offers its modules beyond Net-SNMP. */
+/* Extensions of the switch's SNMP agent beyond Net-SNMP. */
 #ifndef AGENT_EXT_H
 #define AGENT_EXT_H
 
@@ -17,7 +17,7 @@ extern "C" {
  * @param null  always null
  * @return the user of the SNMP request being served (the community of a v1 or v2c request), the
  *         agent's and good until the request ends; null outside a request, and always in a
- *         sub-agent, whose master checks who may ask and does not tell it
+ *         sub-agent, whose master checks access and does not pass the user on
  */
 const char* get_snmp_username(void* null);
 
@@ -48,7 +48,7 @@ netsnmp_variable_list* build_varbind(netsnmp_variable_list* prev, const void* va
 /** Sends the connUnitStatusChange notification. @param status 3 ok, 4 warning */
 void send_connUnitStatusChange_notif(int32_t status);
 
-/** Tells whoever watches over the agent that it lives; called before each longer piece of work. */
+/** Sends a heartbeat to the supervision of the agent; called before each longer piece of work. */
 void snmp_heartbeat_send(void);
 
 #ifdef __cplusplus

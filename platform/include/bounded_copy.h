@@ -1,4 +1,4 @@
-/* Copies that know the room they copy into. */
+/* Copies bounded by the size of the destination. */
 #ifndef BOUNDED_COPY_H
 #define BOUNDED_COPY_H
 

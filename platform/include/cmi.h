@@ -11,11 +11,11 @@ extern "C" {
 /**
  * Sends one request and waits for the answer.
  *
- * @param opcode     what is asked for; each opcode has one record
+ * @param opcode     the request; each opcode has one record
  * @param operation  1 GET, 2 GETNEXT, 3 SET
  * @param request    request payload of *length bytes, or null
  * @param response   receives a block allocated with malloc, which the caller frees whatever the
- *                   result is; stays as it was when there is none. Null when none is wanted (SET)
+ *                   result is; unchanged when there is none. Null when none is expected (SET)
  * @param length     in: size of the request payload in bytes; out: size of the response
  * @param user       user of the SNMP request being served, or null
  * @param session    session of that request, or 0

@@ -11,7 +11,7 @@ extern "C" {
 /** @return the code of the reason of the last switchover */
 int32_t hactl_swover_reason_get(void);
 
-/** @return the state code of the supervisors; the running configuration can be worked on in 2 */
+/** @return the state code of the supervisors; 2 allows operations on the running configuration */
 int32_t hactl_supstate_get(void);
 
 #ifdef __cplusplus

@@ -13,7 +13,7 @@
 extern "C" {
 #endif
 
-/** The queue on which answers come back; read anew for each request, the transport may move it. */
+/** The queue of the responses; to be read for each request, as the transport may change it. */
 extern uint32_t ipcx_response_q;
 
 /**
@@ -35,12 +35,12 @@ typedef netsnmp_variable_list* ipcx_event_handler(void* message, oid* trap_oid,
                                                   size_t* trap_oid_length, int* send);
 
 /**
- * Has a handler called for every event of an opcode, in place of the one registered before.
+ * Registers the handler for events of an opcode, in place of the previous one.
  * @return 0, or non-zero when the transport refuses
  */
 int register_for_notification(uint32_t opcode, ipcx_event_handler* handler);
 
-/** Takes the handler of an opcode back. @return 0, or non-zero when there was none */
+/** Unregisters the handler of an opcode. @return 0, or non-zero when there was none */
 int unregister_for_notification(uint32_t opcode);
 
 #ifdef __cplusplus

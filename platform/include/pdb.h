@@ -1,4 +1,4 @@
-/* The platform database: what kind of chassis this is and what sits in its slots. */
+/* The platform database: the type of the chassis and the modules in its slots. */
 #ifndef PDB_H
 #define PDB_H
 

@@ -1,4 +1,4 @@
-/* The port client: reading what the port manager's blocks say. */
+/* The port client: reads the port manager's blocks. */
 #ifndef PORT_CLIENT_H
 #define PORT_CLIENT_H
 
@@ -9,7 +9,7 @@ extern "C" {
 #endif
 
 /**
- * Takes the vendor texts out of a 471-byte transceiver information block, each NUL-terminated.
+ * Reads the vendor texts from a 471-byte transceiver information block, each NUL-terminated.
  *
  * @param manufacturer  room for 255 bytes
  * @param model         part number, room for 255 bytes

@@ -9,13 +9,13 @@ extern "C" {
 #endif
 
 /*
- * Common to the three block queries: every block is allocated with malloc and is the caller's to
- * free, whatever the result is; `count` is a number of ports and holds 1; the queue is the
- * transport's ipcx_response_q; req_class is 5. Blocks hold integers in host byte order. The
- * result is 0 or a platform result code.
+ * Common to the three block queries: every block is allocated with malloc and freed by the caller,
+ * whatever the result; it has no length, and the caller trusts it to be as long as given below;
+ * `count` is a number of ports and holds 1; the queue is the transport's ipcx_response_q; req_class
+ * is 5. Blocks hold integers in host byte order. The result is 0 or a platform result code.
  */
 
-/** Where the blocks hold what is read of them, in bytes from their start. */
+/** Offsets of the fields in the blocks, and sizes of the blocks, in bytes. */
 enum {
     PM_PORT_CONFIG_ERROR = 4,         /* 32-bit error status */
     PM_PORT_CONFIG_TRANSCEIVER = 211, /* byte; non-zero: the port's sensors can be read */

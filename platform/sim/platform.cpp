@@ -41,7 +41,7 @@ void leave_global_scope()
     }
 }
 
-/// Runs the action of a line of snmpd.conf; what goes wrong is reported with the line.
+/// Runs the action of a line of snmpd.conf; errors are reported with the line.
 template <typename Action>
 void configure(char* line, Action action)
 {
@@ -54,7 +54,7 @@ void configure(char* line, Action action)
     }
 }
 
-/// The agent reads its configuration again on a hang-up; the chassis in place goes on as it is.
+/// The agent reads its configuration again on SIGHUP; the chassis then stays in place.
 void on_chassis(const char* /*token*/, char* line)
 {
     configure(line, [](const std::string& file) {

@@ -81,7 +81,7 @@ u_char* field(RowOf<Member>& row, size_t* var_len)
         return text_value(value, std::min(longest_text, sizeof value - 1), var_len);
     } else if constexpr (is_object_id<Field>) {
         // A vendor type, in the agent's own sub-identifiers, which may be wider than the
-        // platform's. Of more than the record has room for, those that it has.
+        // platform's. At most as many as the record has room for.
         static oid served[std::extent_v<Field>];
         const auto count = std::min<size_t>(row.vendor_type_len, std::size(served));
         std::copy_n(value, count, served);
@@ -129,7 +129,7 @@ const Column<Row>* column_of(const Column<Row> (&columns)[Count], const variable
     return nullptr;
 }
 
-/// Hands out a column's write method, if it has one.
+/// Returns a column's write method, if it has one.
 template <typename Row>
 void offer_write(const Column<Row>* column, WriteMethod** write_method)
 {
@@ -138,7 +138,7 @@ void offer_write(const Column<Row>* column, WriteMethod** write_method)
     }
 }
 
-/// Answers for an object that a read callback does not know: no value, and no detail either.
+/// The answer for an object that a read callback does not know: no value and no detail.
 inline u_char* unknown_object()
 {
     snmp_set_detail("");

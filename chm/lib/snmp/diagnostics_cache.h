@@ -58,7 +58,7 @@ void ent_cache_init();
 void ent_cache_clear_entry(uint8_t slot, uint8_t port);
 
 /// The entry of a port, to be filled. Ports beyond slot 17 or port 63 have no place in the cache
-/// and share one entry that is never valid: they are read anew for every request.
+/// and share one entry that is never valid: they are read for every request.
 sfp_cache_entry& ent_cache_entry(uint8_t slot, uint8_t port);
 
 /// Marks the entry of a port as read at a time, the agent's uptime in hundredths of a second.

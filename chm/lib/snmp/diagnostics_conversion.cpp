@@ -11,7 +11,7 @@
 
 namespace {
 
-/// What a reading is of, and with it how it is converted.
+/// The kind of a reading, which determines its conversion.
 enum class Quantity {
     voltage,     ///< microvolts become millivolts
     current,     ///< stays as it is
@@ -19,7 +19,7 @@ enum class Quantity {
     power,       ///< microwatts become thousandths of a dBm
 };
 
-/// A sensor's raw words, and what its rows say of it.
+/// A sensor's raw words, and the constants of its rows.
 struct LaneSensor {
     const char* name; ///< in the trace
     int32_t type;     ///< entSensorType
@@ -177,7 +177,7 @@ void convert_all_thresholds(const char* function, const diag_info& lane, sfp_cac
               function, TRACED_THRESHOLDS(converted));
 }
 
-/// What a reading is before its conversion.
+/// A reading before its conversion.
 /// @param internal calibrated internally
 /// @param integers read as an integer even when calibrated externally
 double reading_of(Quantity quantity, uint32_t word, bool internal, bool integers)

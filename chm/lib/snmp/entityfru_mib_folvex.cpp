@@ -14,7 +14,7 @@
 
 namespace {
 
-/// Columns that are known by their numbers only carry what the platform manager makes of them.
+/// Columns that are known by their numbers only are defined by the platform manager.
 enum entityfru_mib_object : u_char {
     qefcPowerRedundancyMode = 3,
     qefcPowerSupplyGroupText = 4,
@@ -264,7 +264,7 @@ void compute_connUnitStatus(int32_t* status)
         walk_status(module_table, &module_record::oper_status) == WalkEnd::fault) {
         return;
     }
-    // A switch none of whose power supplies reports is in warning.
+    // Without any power supply row the switch is in warning.
     if (walk_status(power_supply_table, &unit_status_record::status) == WalkEnd::all_healthy) {
         *status = unit_status_ok;
     }
@@ -335,7 +335,7 @@ constexpr ipcx_event_handler& handle_noti_qefcPowerStatusChange =
 
 using Entity = ent_phys_entry;
 
-/// What both notifications report of a unit: where it is, what it is, and the container's name.
+/// The bindings of both notifications: place and description of a unit, and the container's name.
 constexpr Binding<Entity> unit_bindings[] = {
     bind<&Entity::entPhysicalContainedIn>(ent_physical_contained_in),
     bind<&Entity::entPhysicalDescr>(ent_physical_descr),

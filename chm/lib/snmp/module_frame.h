@@ -1,4 +1,4 @@
-/// The frame of a MIB module: what it registers with the agent and the transport.
+/// The frame of a MIB module: its registrations with the agent and the transport.
 #pragma once
 
 #include "agent.h"
@@ -8,10 +8,10 @@
 #include <cstdint>
 #include <span>
 
-/// Entry points are found by name, by whoever loads the library.
+/// The agent that loads the library finds entry points by name.
 #define CHM_ENTRY_POINT extern "C" [[gnu::visibility("default")]]
 
-/// A platform event and what turns it into a notification.
+/// A platform event and the handler that turns it into a notification.
 struct EventHandler {
     uint32_t event;
     ipcx_event_handler* handler;
@@ -36,7 +36,7 @@ struct MibModule {
     }
 };
 
-/// Print that an entry point begins, and ends, to standard output.
+/// Print the start and the end of an entry point to standard output.
 void print_enter(const char* entry_point = __builtin_FUNCTION());
 void print_exit(const char* entry_point = __builtin_FUNCTION());
 
@@ -46,10 +46,10 @@ void print_exit(const char* entry_point = __builtin_FUNCTION());
 void register_variables(const MibModule& module, const char* entry_point = __builtin_FUNCTION(),
                         const char* file = __builtin_FILE(), int line = __builtin_LINE());
 
-/// Takes the module's variables back from the agent.
+/// Unregisters the module's variables from the agent.
 void unregister_variables(const MibModule& module);
 
-/// Register the module's event handlers with the transport, in their order, and take them back.
+/// Register the module's event handlers with the transport, in their order, and unregister them.
 void register_handlers(const MibModule& module);
 void unregister_handlers(const MibModule& module);
 

@@ -1,4 +1,4 @@
-/// Notifications as data: what event handlers make of a platform event.
+/// Notifications as data: how event handlers turn a platform event into bindings.
 #pragma once
 
 #include "agent.h"
@@ -22,7 +22,7 @@ struct NotificationName {
     oid number;
 };
 
-/// Hands the notification's OID to the caller of an event handler.
+/// Returns the notification's OID to the caller of an event handler.
 inline void name_notification(const NotificationName& notification, oid* trap_oid,
                               size_t* trap_oid_length)
 {
@@ -32,8 +32,8 @@ inline void name_notification(const NotificationName& notification, oid* trap_oi
     *trap_oid_length = static_cast<size_t>(end - trap_oid);
 }
 
-/// Variable bindings in the making. The agent extension copies what it is given, so names and
-/// values may be temporary.
+/// A list of variable bindings under construction. The agent extension copies names and values, so
+/// they may be temporary.
 struct BindingList {
     netsnmp_variable_list* first = nullptr; ///< what a handler returns; its caller's from then on
     netsnmp_variable_list* last = nullptr;
@@ -83,7 +83,7 @@ constexpr Binding<RowOf<Member>> bind(std::span<const oid> column,
     return {column, asn_type_of<FieldOf<Member>>, value, write_index<RowOf<Member>, Index...>};
 }
 
-/// What an event handler makes of a message with a record. One without a payload sends nothing.
+/// Turns a message with a record into a notification. One without a payload sends nothing.
 template <typename Record>
 netsnmp_variable_list* notify_of(const NotificationName& notification,
                                  std::span<const Binding<Record>> bindings,
@@ -114,7 +114,7 @@ netsnmp_variable_list* notify_of(const NotificationName& notification,
 }
 
 /// Event handler of a notification of a module.
-/// @tparam before what comes before the notification
+/// @tparam before called before the notification
 template <const auto& event, const auto& root, oid number, const auto& bindings,
           void (*before)(const RecordOf<event>& record) = nullptr>
 netsnmp_variable_list* notify(void* message, oid* trap_oid, size_t* trap_oid_length, int* send)

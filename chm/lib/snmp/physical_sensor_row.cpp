@@ -27,14 +27,14 @@ constexpr VendorTypeSuffix qev_sensor_trans_volt = {ENTERPRISE_MAIN, 12, 3, 1, 8
 constexpr VendorTypeSuffix qev_sensor_trans_temp = {ENTERPRISE_MAIN, 12, 3, 1, 8, 50};
 constexpr VendorTypeSuffix qev_sensor_unknown = {ENTERPRISE_ALT, 12, 3, 1, 8, 30};
 
-/// What type a sensor of some code is of, and what ends its description and its name.
+/// The vendor type of a sensor code, and the suffixes of its description and its name.
 struct SensorType {
     int32_t code;
     const VendorTypeSuffix& vendor_type;
     const char* unit;
 };
 
-/// Codes 4 and 6 are no sensors of a transceiver; the table is complete all the same.
+/// Codes 4 and 6 are not sensors of a transceiver, but the switch's table has them.
 constexpr SensorType sensor_types[] = {
     {3, qev_sensor_trans_volt, "(volt)"},        {4, qev_sensor_trans_volt, "(volt)"},
     {5, qev_sensor_trans_current, "(ampere)"},   {6, qev_sensor_trans_rx_power, "(watt)"},
@@ -76,7 +76,7 @@ void write_interface_name(char (&text)[Width], uint32_t if_index)
     terminate(text);
 }
 
-/// What the transceiver says of itself.
+/// The texts of the transceiver itself.
 void write_vendor_texts(const uint8_t* fcot_res, ent_phys_entry& row)
 {
     pc_sfp_get_vendor_info(fcot_res, row.entPhysicalMfgName, row.entPhysicalModelName,

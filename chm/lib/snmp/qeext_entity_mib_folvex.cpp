@@ -1,4 +1,4 @@
-/// What extends the physical inventory: asset codes, second serial numbers and LEDs.
+/// Extensions of the physical inventory: asset codes, second serial numbers and LEDs.
 #include "column.h"
 #include "module_frame.h"
 #include "request_channel.h"
@@ -54,7 +54,7 @@ const char* terminated(const u_char* text, size_t length)
 u_char* get_qeAssetTable(variable* vp, oid* name, size_t* length, int exact, size_t* var_len,
                          WriteMethod**)
 {
-    row = {}; // nothing that another read left is ever served here
+    row = {}; // no data of another read is served here
     if (look_up_entity("header_qeAssetTable", {vp->name, vp->namelen, name, length, exact != 0},
                        row) != 0) {
         return nullptr;
@@ -62,7 +62,7 @@ u_char* get_qeAssetTable(variable* vp, oid* name, size_t* length, int exact, siz
     if (vp->magic != qeAssetCLEICode) {
         return unknown_object();
     }
-    // How wide the field is, is the platform's: the code ends at its NUL or with the record.
+    // The platform defines the width of the field: the code ends at its NUL or with the record.
     constexpr size_t offset = offsetof(ent_phys_entry, clei_code);
     auto* code = reinterpret_cast<u_char*>(&row) + offset;
     *var_len = strnlen(reinterpret_cast<const char*>(code), sizeof row - offset);

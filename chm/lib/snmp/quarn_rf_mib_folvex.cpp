@@ -14,7 +14,7 @@
 
 namespace {
 
-/// Status objects are known by their numbers; what they say is the platform manager's.
+/// Status objects are known by their numbers; the platform manager defines their meaning.
 enum quarn_rf_mib_object : u_char {
     qRFStatus1 = 1,
     qRFStatus2 = 2,
@@ -29,8 +29,8 @@ enum quarn_rf_mib_object : u_char {
 /// The last record received, which is also what every request sends.
 rf_status_record record;
 
-/// Sends the record that the agent has just had read for this request, with the new action in it. A
-/// refused action stays in it until a read brings the next record.
+/// Sends the record of the last read, which the agent makes before a write, with the new action. A
+/// refused action stays in it until the next read.
 int set_qRFCfgAdminAction(int action, u_char* var_val, u_char var_val_type, size_t var_val_len,
                           u_char*, oid*, size_t)
 {

@@ -1,4 +1,4 @@
-/// Terminal message: composing a text message to terminal lines, and having it sent.
+/// Terminal message: composes and sends a text message to terminal lines.
 #include "column.h"
 #include "module_frame.h"
 #include "request_channel.h"

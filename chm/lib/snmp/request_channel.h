@@ -1,4 +1,4 @@
-/// The request channel: every exchange with the platform manager goes through here.
+/// The request channel: makes every request to the platform manager.
 #pragma once
 
 #include "bounded_copy.h"
@@ -12,7 +12,7 @@
 #include <optional>
 #include <type_traits>
 
-/// In whose name a request is made.
+/// The origin of a request.
 enum class Requester {
     snmp_request,  ///< the user and session of the SNMP request being served
     event_handler, ///< no user, session 0
@@ -24,7 +24,7 @@ struct ReleaseBlock {
 };
 using PlatformBlock = std::unique_ptr<void, ReleaseBlock>;
 
-/// What came back for a request. A failed request may carry a response too.
+/// The answer to a request. A failed request may have a response too.
 struct Reply {
     int32_t result = PLATFORM_OK; ///< 0, or a platform result code
     bool answered = false;        ///< a response came
@@ -42,7 +42,7 @@ struct Reply {
 };
 
 /// Sends a request without a payload.
-/// @param length 0, or the size in bytes of what is expected
+/// @param length 0, or the expected size of the response in bytes
 Reply send_request(const RequestCode& code, chm_req_operation operation, uint32_t length,
                    Requester requester);
 
@@ -91,7 +91,7 @@ int32_t write_record(const Request<Record>& request, std::type_identity_t<Record
     return result;
 }
 
-/// What becomes of a write that the platform answers with "not writable".
+/// The SNMP error of a write that the platform answers with "not writable".
 enum class NotWritable { reported, general_error };
 
 /// The SNMP error status for a result of the platform or of a row lookup: noSuchName for 1, genErr

@@ -51,7 +51,7 @@ void set_index(Row& row, const RowIndex<Row>& index)
     memcpy(&row, &key, sizeof key);
 }
 
-/// What a table makes of a request whose name sorts after all of its column.
+/// The answer to a request whose name sorts after the whole column.
 enum class NameBeyond { starts_over, has_no_row };
 
 /// The index from which a request starts: the sub-identifiers after the column, 0 for those that
@@ -100,7 +100,7 @@ int32_t name_row(const RowRequest& request, const std::array<uint32_t, Count>& i
     return 0;
 }
 
-/// What a search came to, and whether the request's name becomes that of the row.
+/// The result of a search, and whether the request's name becomes that of the row.
 struct RowFound {
     int32_t result; ///< 0, or why there is no row
     bool names_row;
@@ -113,7 +113,7 @@ inline RowFound outcome_of(const Reply& reply)
     return {reply.result, reply.succeeded() && reply.answered};
 }
 
-/// The way of every lookup: the row starts with the requested index, `find` finds it with the
+/// The steps of every lookup: the row starts with the requested index, `find` finds it with the
 /// request's operation, and the name follows.
 /// @return 0, no_row, or why else there is no row
 template <typename Row, typename Find>

@@ -26,8 +26,8 @@ struct Fetch {
     SlotPort place = {}; ///< of the port, once it has come to one
 };
 
-/// What the port manager answers for a port. A block has no length: it is as long as the port
-/// manager's contract says, and holds integers in host order.
+/// The answer of the port manager for a port. A block has no length: it is trusted to be as long as
+/// the port manager's contract says. Its integers are in host order.
 struct PortAnswer {
     int32_t result;
     PlatformBlock block;
@@ -150,7 +150,7 @@ uint32_t find_sensor(Fetch& fetch)
     return fetch.exact ? find_this_sensor(fetch) : find_next_sensor(fetch);
 }
 
-/// What came of reading a port.
+/// The result of reading a port.
 struct PortRead {
     uint32_t status = FETCH_OK;
     bool converted = true; ///< false when what was read could not be
@@ -222,7 +222,7 @@ inline std::optional<uint32_t> cached_sensor(const Fetch& fetch)
     return sensor;
 }
 
-/// Reads what the port manager knows of the port's transceiver.
+/// Reads the information block of the port's transceiver.
 uint32_t read_transceiver_info(const Fetch& fetch, uint32_t* count, uint8_t* fcot_res)
 {
     const PortAnswer info = ask(pm_cmi_get_fcot_info, fetch, CHM_REQ_GET, 1, count);
@@ -289,7 +289,7 @@ uint32_t ent_cmi_get_fcot_threshold(uint32_t queue, int32_t op, uint32_t next_ar
     if (status != FETCH_OK) {
         return status;
     }
-    // On another sensor than the one asked for the thresholds begin anew: none is skipped.
+    // On another sensor than the requested one the thresholds start over: none is skipped.
     const auto threshold = static_cast<uint32_t>(fetch.index == asked_for ? *thresh : 1);
     const auto reached = [&] {
         out->entPhysicalIndex = fetch.index;

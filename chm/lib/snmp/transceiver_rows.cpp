@@ -17,7 +17,7 @@ namespace {
 // A step from anywhere below the transceivers' range leads to its start: an index between the
 // platform's own sensors and that range stands for no port to go on from.
 
-/// The fetch of a sensor's value, and of what its port's transceiver says of itself.
+/// The fetch of a sensor's value, and of its transceiver's information.
 struct ValueFetch {
     ent_sensor_value_rec found = {};
     uint8_t fcot_res[PM_FCOT_INFO_SIZE] = {};

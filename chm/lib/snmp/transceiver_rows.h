@@ -3,9 +3,8 @@
 ///
 /// Each finds the sensor's row for CHM_REQ_GET, the first row after it for CHM_REQ_GETNEXT. A row
 /// that is not found stays as it is.
-/// @return 0; no_row for an index below the transceivers'; PLATFORM_NO_SUCH_ENTRY for a port that
-/// holds
-///         none; else an SNMP error status
+/// @return 0; no_row for an index below the transceivers'; PLATFORM_NO_SUCH_ENTRY for an empty
+///         port; else an SNMP error status
 #pragma once
 
 #include "wire/requests.h"

@@ -19,8 +19,8 @@ struct WriteValue {
     size_t length; ///< in bytes
 };
 
-/// What an object accepts, and the text for standard error when a value is something else; null
-/// where that is reported elsewhere, or the status says it all.
+/// The values that an object accepts, and the texts for standard error when a value is refused;
+/// null where that is reported elsewhere, or the status is enough.
 struct WriteRule {
     u_char type;
     size_t min_length; ///< in bytes
@@ -58,7 +58,7 @@ int check_write(const WriteRule& rule, const WriteValue& value);
 /// The value of an INTEGER.
 int32_t integer_of(const WriteValue& value);
 
-/// Does what a write method has to do in a phase: checks the value, or has `write` write it.
+/// The work of a write method in a phase: checks the value, or calls `write`.
 /// @return an SNMP error status
 template <typename Write>
 int in_phase(int action, const WriteRule& rule, const WriteValue& value, Write write)

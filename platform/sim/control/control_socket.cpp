@@ -35,7 +35,7 @@ Descriptor new_socket()
     return socket;
 }
 
-/// Makes way for a new socket: removes what a dead switch left behind, and nothing else.
+/// Prepares the path for a new socket: removes the socket of a dead switch, and nothing else.
 void remove_stale(const std::string& path, const sockaddr_un& address)
 {
     struct stat status {};
@@ -52,7 +52,7 @@ void remove_stale(const std::string& path, const sockaddr_un& address)
     unlink(path.c_str());
 }
 
-/// Sends what a client takes at once and leaves the rest. False when the client is gone.
+/// Sends as much as a client accepts at once. False when the client is gone.
 bool send_some(int descriptor, std::string& unsent)
 {
     const ssize_t sent = send(descriptor, unsent.data(), unsent.size(), MSG_NOSIGNAL);
@@ -102,7 +102,7 @@ void ControlSocket::close()
         drop(clients_.begin()->first);
     }
     if (listener_ >= 0) {
-        // While the listener is open, no other file gets the number of its own.
+        // While the listener is open, no other file gets its inode number.
         if (identity_of(path_) == file_) {
             unlink(path_.c_str());
         }
@@ -158,7 +158,7 @@ void ControlSocket::accept_client()
         return;
     }
     if (clients_.size() == max_clients) {
-        // A client that hangs must not keep the others out.
+        // A client that hangs must not block the others.
         const auto quietest = std::ranges::min_element(
             clients_, {}, [](const auto& entry) { return entry.second.last_active; });
         drop(quietest->first);
@@ -195,7 +195,7 @@ void ControlSocket::receive(int descriptor)
     answer_requests(descriptor);
 }
 
-/// Answers as many of the client's requests as it takes the answers of.
+/// Answers the client's requests as long as it accepts the answers.
 void ControlSocket::answer_requests(int descriptor)
 {
     Client& client = clients_.at(descriptor);

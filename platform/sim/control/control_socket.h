@@ -1,6 +1,6 @@
-/// The control socket: chmctl's way to the running switch.
+/// The control socket, through which chmctl reaches the running switch.
 ///
-/// A client sends requests and receives answers, one JSON object a line each:
+/// A client sends requests and receives answers, one JSON object per line:
 /// {"verb": "...", ...} is answered with {"ok": true, "result": ...} or with
 /// {"ok": false, "error": "..."}. All of it runs in the agent's loop and never waits for a client.
 #pragma once
@@ -16,16 +16,16 @@ namespace sim {
 
 class ControlSocket {
 public:
-    /// Begins to listen, in place of where it listened before. Throws std::runtime_error when the
-    /// path is somebody else's or none, or the agent watches no further descriptor.
+    /// Starts to listen, instead of at the previous path. Throws std::runtime_error if the path is
+    /// in use or invalid, or the agent cannot watch another descriptor.
     void open(const std::string& path);
 
-    /// Drops all clients and removes the socket, unless another one has taken its path since; does
+    /// Drops all clients and removes the socket, unless another one has taken its path; does
     /// nothing when it is not open.
     void close();
 
-    /// Takes clients again after a rest; to be called every second. It rests when the agent has no
-    /// descriptor for a client that waits, as it would be woken for that client again and again.
+    /// Accepts clients again after a pause; to be called every second. It pauses when the agent has
+    /// no descriptor for a waiting client, which would otherwise wake it again and again.
     void resume();
 
 private:

@@ -1,4 +1,4 @@
-// Faults on demand.
+// Fault injection.
 
 #include "control/verb_arguments.h"
 #include "model/fault.h"
@@ -8,7 +8,7 @@ namespace {
 
 using nlohmann::json;
 
-/// The name of a request, which an opcode stands for too. Of the port manager's none has an opcode.
+/// The name of a request, given by name or opcode. Those of the port manager have no opcode.
 std::string_view named_request(const json& arguments)
 {
     if (!argument<json>(arguments, "request").is_number()) {

@@ -1,4 +1,4 @@
-// What goes on between the MIB modules and the platform.
+// The interface between MIB modules and platform: history, traces, notifications, status.
 
 #include "control/verb_arguments.h"
 #include "libraries/event_log.h"
@@ -21,12 +21,12 @@ namespace {
 using nlohmann::json;
 
 /// While this file exists, the MIB modules report the unit status with power events too. They have
-/// the path written out as well: an operator makes the file, no platform library.
+/// their own copy of the path: an operator creates the file, not a platform library.
 const char* const marker_file = "/mnt/nvdb/chm_nvdb_hack";
 
 bool marker_exists()
 {
-    std::error_code unreadable; // as good as none
+    std::error_code unreadable; // counts as missing
     return std::filesystem::exists(marker_file, unreadable);
 }
 

@@ -1,4 +1,4 @@
-// Sensors and transceivers, and what they measure.
+// Sensors, transceivers and their readings.
 
 #include "control/verb_arguments.h"
 #include "files/chassis_file.h"
@@ -69,7 +69,7 @@ json thresholds_of(const Quantity& quantity, const Measurement& measurement, dou
     return list;
 }
 
-/// What a port's transceiver measures, as the sensor tables show it once they read it anew.
+/// The readings of a port's transceiver, as the sensor tables show them after their next read.
 json readings_of(const Chassis& chassis, const Port& port)
 {
     json list = json::array();

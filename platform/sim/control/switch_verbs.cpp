@@ -1,4 +1,4 @@
-// What the switch does as a whole: supervisors, LEDs, terminals.
+// Verbs of the whole switch: supervisors, LEDs, terminals.
 
 #include "control/verb_arguments.h"
 #include "model/led.h"

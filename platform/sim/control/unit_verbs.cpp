@@ -1,4 +1,4 @@
-// What the chassis is made of.
+// Verbs of the chassis and its units.
 
 #include "control/verb_arguments.h"
 #include "files/chassis_export.h"
@@ -47,7 +47,7 @@ json set(const json& arguments)
     return {{"index", index}};
 }
 
-/// What a unit is to be, as its two administrative statuses say it together.
+/// The requested state of a unit, from both of its administrative statuses.
 std::string_view admin_name(const Unit& unit)
 {
     const bool without_power =

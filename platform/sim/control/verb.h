@@ -1,4 +1,4 @@
-/// What chmctl can ask for: the verbs by their themes, and what they share.
+/// The verbs of chmctl by theme, and their shared functions.
 #pragma once
 
 #include "model/chassis.h"
@@ -12,8 +12,8 @@
 
 namespace sim {
 
-/// A verb, and what it does: it takes the request and gives the result. What is wrong with the
-/// arguments or refused throws a std::exception.
+/// A verb and its function, which takes the request and returns the result. Invalid arguments and
+/// refusals throw a std::exception.
 struct Verb {
     std::string_view name;
     nlohmann::json (*run)(const nlohmann::json& arguments);

@@ -1,4 +1,4 @@
-/// The arguments of what chmctl asks for.
+/// The arguments of the requests of chmctl.
 #pragma once
 
 #include "control/verb.h"
@@ -16,7 +16,7 @@
 
 namespace sim {
 
-/// Whether a value is a whole number that fits the type, which conversions do not ask.
+/// Whether a value is a whole number that fits the type, which conversions do not check.
 template <typename Number>
 bool is_whole_number(const nlohmann::json& value)
 {
@@ -43,7 +43,7 @@ Value argument(const nlohmann::json& arguments, const char* name)
     }
 }
 
-/// An argument that is a whole number within a range, both ends of which belong to it.
+/// An argument that is a whole number within a range, inclusive.
 inline uint32_t whole_number(const nlohmann::json& arguments, const char* name, uint32_t least,
                              uint32_t most)
 {
@@ -73,7 +73,7 @@ const auto& choice(const nlohmann::json& arguments, const char* name, const Choi
     return *found;
 }
 
-/// A number, or null for what the switch makes of it by itself.
+/// A number, or null for the switch's own value.
 template <typename Number = int32_t>
 std::optional<Number> by_hand(const nlohmann::json& arguments, const char* name)
 {
@@ -86,7 +86,7 @@ std::optional<Number> by_hand(const nlohmann::json& arguments, const char* name)
 /// The index of the entity that a request names by its index or by its name.
 uint32_t named_entity(const nlohmann::json& arguments);
 
-/// Has a change made of the entity that a request names.
+/// Changes the entity that a request names.
 template <typename Change>
 nlohmann::json change_entity(const nlohmann::json& arguments, Change change)
 {

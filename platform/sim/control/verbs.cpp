@@ -36,7 +36,7 @@ std::string answer_request(std::string_view line)
     } catch (const std::exception& error) {
         answer = {{"ok", false}, {"error", error.what()}};
     }
-    // Texts come from wherever, and need not be UTF-8.
+    // Texts may come from any source and need not be UTF-8.
     return answer.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 

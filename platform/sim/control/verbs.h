@@ -1,4 +1,4 @@
-/// What chmctl can ask of the switch.
+/// The verbs of the control socket.
 #pragma once
 
 #include <string>

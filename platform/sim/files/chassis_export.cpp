@@ -13,7 +13,7 @@
 namespace sim {
 namespace {
 
-/// Strings on one line each: the library's others do not hold every text.
+/// Writes each string on one line: the library's other forms cannot hold every text.
 constexpr auto format_flags =
     toml::toml_formatter::default_flags &
     ~(toml::format_flags::allow_literal_strings | toml::format_flags::allow_multi_line_strings);
@@ -25,7 +25,7 @@ std::string formatted(const toml::table& table)
     return text.str();
 }
 
-/// Whether a text can be read again once it is written: anything but UTF-8 cannot.
+/// Whether a text can be read back after writing, which only UTF-8 can.
 bool is_utf8(const std::string& text)
 {
     try {
@@ -57,7 +57,7 @@ void put(toml::table& table, std::string_view key, const std::string& text)
     table.insert_or_assign(key, std::move(bytes));
 }
 
-/// A number as people write it: without a fraction where it has none.
+/// A number, without a fraction if it is whole.
 void put(toml::table& table, std::string_view key, double value)
 {
     if (value == std::trunc(value) && std::abs(value) < 1e15) {
@@ -72,7 +72,8 @@ void put(toml::table& table, std::string_view key, uint32_t value)
     table.insert_or_assign(key, static_cast<int64_t>(value));
 }
 
-/// Says what is not as usual, nor said already: what a type says may have to be taken back.
+/// Writes a key that differs from the default and from the type; a key of the type may have to be
+/// overridden by the default.
 template <typename Value>
 void put_unusual(toml::table& table, std::string_view key, const Value& value, const Value& usual,
                  const toml::table& type = {})
@@ -205,7 +206,7 @@ private:
         root_.insert("chassis", std::move(table));
     }
 
-    /// @return how many places the chassis has of a kind
+    /// @return the number of places of a kind
     uint32_t put_places(const UnitKind& kind)
     {
         uint32_t count = 0;
@@ -216,7 +217,7 @@ private:
         return count;
     }
 
-    /// An entity of its own, if anything of it is unusual.
+    /// An entity entry, if any key differs from the default.
     void put_part(const Entity& entity, const Entity& usual)
     {
         toml::table table;
@@ -431,8 +432,8 @@ private:
         return table;
     }
 
-    /// The name of a sensor as its holder's entry says it. One that does not follow its holder's
-    /// has an entry of its own.
+    /// The name of a sensor in the entry of its holder. A name that does not start with the
+    /// holder's has an entity entry.
     std::string name_within(const Entity& holder, const Entity& sensor, const std::string& usual)
     {
         const std::string start = holder.name + " ";
@@ -446,7 +447,7 @@ private:
         return usual;
     }
 
-    /// Like transceivers share an element.
+    /// Equal transceivers share an element.
     void put_ports(toml::table& table, const Parts& parts) const
     {
         struct Group {
@@ -516,7 +517,7 @@ private:
     const Entity& own_;       ///< that of the chassis
     const toml::table types_; ///< of the file that the chassis came from
     toml::table root_;
-    toml::array entities_; ///< those that are described by themselves
+    toml::array entities_; ///< the [[entity]] entries
 };
 
 } // namespace

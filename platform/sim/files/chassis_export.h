@@ -7,9 +7,9 @@
 
 namespace sim {
 
-/// A chassis file of the chassis as it is, faults included, with the types of the file that it came
-/// from. Only times are not in it, and what was read of transceivers and sent to terminals. Throws
-/// FileError when that file cannot be read any more.
+/// The chassis as a chassis file, including faults, with the types of the file that it came from.
+/// It does not contain times, the counts of transceiver reads and terminal messages. Throws
+/// FileError if that file can no longer be read.
 std::string export_chassis(const Chassis& chassis);
 
 } // namespace sim

@@ -53,7 +53,7 @@ public:
     Assembly read_unit(uint32_t place, const std::string& type)
     {
         read_places();
-        forget_entries(); // they are about the units of the file
+        forget_entries(); // they belong to the units of the file
         const auto in_place = [&](const UnitKind& kind) {
             return place > kind.place_base && place <= kind.place_base + kind.max_places;
         };
@@ -115,7 +115,7 @@ private:
         }
     }
 
-    /// Types are good as a whole, also those that nothing has.
+    /// All types must be valid, also unused ones.
     void check_types()
     {
         for_each_type("transceivers", [&](const toml::table& type) {
@@ -135,7 +135,7 @@ private:
         }
     }
 
-    /// A kind of units that may have all keys of a type.
+    /// A kind of units that allows all keys of a type.
     const UnitKind& kind_of(const toml::table& type) const
     {
         Keys all;
@@ -198,7 +198,7 @@ private:
         chassis_.set_redundancy(redundancy);
     }
 
-    /// The index of the supervisor in charge, or of the one that was last, by its slot.
+    /// The index of the active supervisor, or of the last active one, by its slot.
     uint32_t in_charge(const toml::node& slot) const
     {
         const auto* modules = std::ranges::find(unit_kinds, UnitType::module, &UnitKind::type);
@@ -288,7 +288,7 @@ private:
         settings.status_notifications = is_set({table}, "status-notifications", true);
     }
 
-    /// Slots and bays are all containers in the chassis, so their positions follow on each other.
+    /// Slots and bays are all containers in the chassis, so their positions are consecutive.
     void add_places(const UnitKind& kind, const toml::table& table)
     {
         const uint32_t places = count({table}, kind.place_count, kind.max_places);
@@ -316,7 +316,7 @@ private:
         return table;
     }
 
-    /// One entry describes the unit in one place, or like units in several.
+    /// One entry describes the unit in one place, or equal units in several.
     void add_units(const UnitKind& kind, const toml::table& entry)
     {
         const InheritingTable table = table_of(kind, entry);

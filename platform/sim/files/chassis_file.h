@@ -11,8 +11,8 @@ namespace sim {
 /// Reads a chassis file. Throws FileError.
 Chassis load_chassis(const std::string& file, Chassis::TimeSource now = Clock::now);
 
-/// Makes a unit of one of the file's types, switched off yet, that fits into a place by the index
-/// of the container. Throws FileError.
+/// Makes a unit of one of the file's types for a place, by the index of its container; the unit is
+/// off. Throws FileError.
 Assembly load_unit(const std::string& file, uint32_t place, const std::string& type);
 
 /// Makes a transceiver of one of the file's types for a port. Throws FileError.

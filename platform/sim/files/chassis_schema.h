@@ -1,4 +1,4 @@
-/// What chassis files say, for those who read and write them.
+/// The schema of chassis files, for their reader and their export.
 #pragma once
 
 #include "files/toml_reader.h"
@@ -12,7 +12,7 @@ namespace sim {
 
 inline constexpr uint32_t max_sensors = 64; ///< of one entity
 
-// Entities as they are unless a file says otherwise. They have their manufacturer from the chassis.
+// Entities with their defaults. Their manufacturer is that of the chassis.
 
 Entity usual_chassis();
 Entity usual_port(const Entity& chassis, uint32_t slot, uint32_t number);
@@ -20,7 +20,8 @@ Entity usual_fan(const Entity& chassis, uint32_t tray, uint32_t number);
 Entity usual_sensor(const Entity& chassis, const Entity& holder, uint32_t holder_number,
                     uint32_t number);
 
-/// What fills the places of a chassis: modules its slots, power supplies and fan trays their bays.
+/// Kinds of units in the places of a chassis: modules in slots, power supplies and fan trays in
+/// bays.
 struct UnitKind {
     UnitType type;
     std::string_view entry; ///< each [[entry]] table of the file describes one
@@ -100,13 +101,13 @@ inline constexpr UnitKind unit_kinds[] = {
 
 Entity usual_container(const UnitKind& kind, const Entity& chassis, uint32_t place);
 
-/// A unit, whose serial number derives from the chassis's.
+/// A unit; its serial number derives from that of the chassis.
 Entity usual_unit(const UnitKind& kind, const Entity& chassis, uint32_t place);
 
-/// A transceiver, which has its manufacturer from the chassis, as well as its serial number.
+/// A transceiver; its manufacturer and serial number derive from the chassis.
 Transceiver usual_transceiver(const Entity& chassis, uint32_t port);
 
-/// The tables of types in a file, which are good as a whole. Throws FileError.
+/// The tables of types in a file, all valid. Throws FileError.
 toml::table read_types(const std::string& file);
 
 } // namespace sim

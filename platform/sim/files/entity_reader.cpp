@@ -41,7 +41,7 @@ void EntityReader::read_entries()
     });
 }
 
-/// A text. One that is no UTF-8 is a table with its bytes in hexadecimal.
+/// A text. One that is not UTF-8 is a table with its bytes in hexadecimal.
 std::string EntityReader::bytes(const toml::node& node, std::string_view what) const
 {
     const toml::table* table = node.as_table();
@@ -62,7 +62,7 @@ std::string EntityReader::bytes(const toml::node& node, std::string_view what) c
     return value;
 }
 
-/// Overwrites the texts of something with what its table says.
+/// Overwrites texts with those of a table.
 template <typename Described, typename Text, size_t Count>
 void EntityReader::read_texts(Described& described, const Text (&texts)[Count],
                               const InheritingTable& table) const
@@ -85,8 +85,7 @@ void EntityReader::read_texts(Described& described, const Text (&texts)[Count],
     }
 }
 
-/// Refuses texts that are too long: those which their table does not give derive from the
-/// chassis's.
+/// Refuses texts that are too long; texts that the table does not give derive from the chassis.
 template <typename Described, typename Text, size_t Count>
 void EntityReader::check_lengths(const Described& described, const Text (&texts)[Count],
                                  const std::string& whose) const

@@ -1,5 +1,4 @@
-/// What in a chassis file describes entities: their texts, their sensors, the transceivers of
-/// ports.
+/// The parts of a chassis file that describe entities: texts, sensors, transceivers of ports.
 #pragma once
 
 #include "files/chassis_schema.h"
@@ -19,21 +18,21 @@ Keys entity_keys(Keys more = {});
 /// Keys that a transceiver may have, and `more`.
 Keys transceiver_keys(Keys more = {});
 
-/// A chassis file, as far as it describes entities. What is wrong throws FileError.
+/// The entities of a chassis file. Errors throw FileError.
 class EntityReader : protected TomlReader {
 protected:
     using TomlReader::TomlReader;
 
-    /// Reads the [[entity]] tables, which describe entities anew.
+    /// Reads the [[entity]] tables, which override the keys of entities.
     void read_entries();
 
-    /// Refuses entries of entities that there are not.
+    /// Refuses entries of entities that do not exist.
     void check_entries_used() const;
 
     void forget_entries() { entries_.clear(); }
 
-    /// Describes the chassis, from which other entities have their manufacturer and serial number.
-    /// Before that they have none.
+    /// Describes the chassis, from which other entities derive manufacturer and serial number.
+    /// Before this call they have none.
     void read_own(const toml::table& table);
 
     const Entity& own() const { return own_; }
@@ -41,7 +40,7 @@ protected:
     /// Overwrites the entity's defaults with what its table says.
     void describe(Entity& entity, const InheritingTable& table) const;
 
-    /// An entity as its own entry says, if there is one.
+    /// Applies the entity's own entry, if there is one.
     Entity completed(Entity entity);
 
     /// Refuses texts that are too long because they derive from the chassis's.
@@ -54,8 +53,8 @@ protected:
     std::vector<Entity> make_sensors(const Entity& holder, uint32_t holder_number,
                                      const InheritingTable& table);
 
-    /// Says of a module's ports, in the order of their numbers, which have a cage and what is in
-    /// it.
+    /// Sets the cages and transceivers of a module's ports, which are in the order of their
+    /// numbers.
     void fit_ports(std::span<Entity> ports, const InheritingTable& table) const;
 
     /// A transceiver in a port.

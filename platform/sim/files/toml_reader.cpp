@@ -49,8 +49,8 @@ size_t end_of_string(std::string_view text, size_t begin)
     return std::min(at, text.size());
 }
 
-/// The line of the first key with more parts than may be, 0 for none. Names are looked for without
-/// a parser, as that nests a table for each part, and exhausts the stack when it takes them down.
+/// The line of the first key with too many parts, 0 for none. This does not use the parser, which
+/// nests a table for each part and exhausts the stack when it destroys them.
 size_t line_of_long_key(std::string_view text)
 {
     size_t line = 1;
@@ -185,7 +185,7 @@ double TomlReader::real(const toml::table& table, std::string_view what,
     if (!(*value >= least && *value <= most)) {
         fail(where, "'", what, "' is ", *value, ", not within ", least, " to ", most);
     }
-    return *value + 0.0; // turns -0 into 0, which are not the same as raw words of reals
+    return *value + 0.0; // turns -0 into 0, which differ as raw words of reals
 }
 
 int64_t TomlReader::whole_number(const toml::node& node, std::string_view what, int64_t least,

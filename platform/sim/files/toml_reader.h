@@ -1,4 +1,4 @@
-/// TOML files that a person wrote: every complaint names the line of what it is about.
+/// TOML files written by people: every error names the line.
 #pragma once
 
 #include "files/file_error.h"
@@ -28,12 +28,12 @@ std::string concat(const Parts&... parts)
     return text.str();
 }
 
-/// A table together with another one, if any, whose keys it inherits.
+/// A table, and another one, if any, from which it inherits keys.
 struct InheritingTable {
     const toml::table& own;
     const toml::table* inherited = nullptr;
 
-    /// What a key says, or null.
+    /// The value of a key, or null.
     const toml::node* find(std::string_view key) const
     {
         const toml::node* node = own.get(key);
@@ -46,8 +46,8 @@ using Keys = std::vector<std::string_view>;
 /// The parts of a dotted key or of a table's name: so few that nesting exhausts no stack.
 inline constexpr size_t max_key_parts = 16;
 
-/// One file. What reads a value throws FileError when it is not as it should be; `what` is the key
-/// that complaints name.
+/// One file. Functions that read a value throw FileError if it is not valid; `what` is the key for
+/// the error.
 class TomlReader {
 public:
     /// Parses a file. Throws FileError.
@@ -62,7 +62,7 @@ public:
         throw FileError(concat(file_, ":", line, ": ", what...));
     }
 
-    /// The first key of a table that is not known, or null.
+    /// The first unknown key of a table, or null.
     static const toml::key* unknown_key(const toml::table& table, const Keys& known);
 
     /// Refuses a table that has an unknown key.
@@ -93,7 +93,7 @@ public:
         }
     }
 
-    /// What a key says that has to be there. @param owner of the key, for the complaint
+    /// The value of a required key. @param owner of the key, for the error
     const toml::node& required(const toml::table& table, std::string_view what,
                                std::string_view owner) const;
 

@@ -1,12 +1,12 @@
-/// The edge between the simulated switch and its callers in C: the functions of the switch's
-/// libraries, which the shared object exports, and what keeps exceptions inside.
+/// The C interface of the simulated switch: the functions of the switch's libraries that the shared
+/// object exports, and the guard that keeps exceptions inside.
 #pragma once
 
 #include <net-snmp/net-snmp-config.h>
 
 #include <net-snmp/net-snmp-includes.h>
 
-// Everything else is hidden: these declarations are the whole of what libchmplatform.so exports.
+// Everything else is hidden: libchmplatform.so exports exactly these declarations.
 #pragma GCC visibility push(default)
 #include "agent_ext.h"
 #include "bounded_copy.h"
@@ -31,7 +31,7 @@ void deinit_chmplatform();
 
 namespace sim {
 
-/// Runs the body of a function that C calls. An exception ends up in the agent's log.
+/// Runs the body of a function that C calls. An exception is logged in the agent's log.
 /// @return what the body returns, or `failure`
 template <typename Body>
 auto guard(std::invoke_result_t<Body> failure, Body body) noexcept

@@ -1,4 +1,4 @@
-/// What the faults that are set make of the requests to the chassis in place.
+/// The effect of the injected faults on requests.
 #pragma once
 
 #include <cstddef>
@@ -8,9 +8,9 @@
 
 namespace sim {
 
-/// What the faults make of one request, besides the time that it takes.
+/// The effect of the faults on one request, besides delays.
 struct Disturbance {
-    std::optional<int32_t> result{}; ///< with which the request is answered without being served
+    std::optional<int32_t> result{}; ///< answered without serving the request
     ptrdiff_t more_bytes = 0;        ///< of the block, or fewer
 
     /// The size of a block of so many bytes.
@@ -21,7 +21,7 @@ struct Disturbance {
     }
 };
 
-/// Has the faults strike one request: waits as long as they say. Comes before every answer.
+/// Applies the faults to one request and waits for their delay. To be called before every answer.
 Disturbance disturb(std::string_view request, int32_t operation);
 
 /// The same for a request of the platform manager.

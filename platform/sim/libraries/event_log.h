@@ -23,10 +23,10 @@ struct HistoryRecord {
 /// The last 500 records, oldest first.
 const std::deque<HistoryRecord>& history();
 
-/// Records something, whether or not tracing is on. Without a type it comes from the switch itself.
+/// Adds a record, whether or not tracing is on. Without a type it comes from the switch itself.
 void record_history(std::string text, uint32_t type = 0, uint32_t subtype = 0);
 
-/// What the services trace, each off at first.
+/// Trace switches of the services, initially off.
 struct TraceSwitches {
     bool history = false; ///< their events go to the event history
     bool debug = false;   ///< their debug output goes to the agent's log

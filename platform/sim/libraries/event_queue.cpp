@@ -93,7 +93,7 @@ size_t waiting_events()
 
 void deliver_events()
 {
-    // What the handlers cause is delivered the next time around.
+    // Events that the handlers cause are delivered the next time.
     for (EventMessage& message : std::exchange(queue, {})) {
         guard([&] { deliver(message); });
     }

@@ -30,20 +30,20 @@ struct EventMessage {
 
 using EventHandler = std::function<void(EventMessage& message)>;
 
-/// Has a handler called for every event of an opcode, in place of the one there was.
+/// Registers the handler for events of an opcode, in place of the previous one.
 void handle_events(uint32_t opcode, EventHandler handler);
 
-/// Takes the handler of an opcode back. @return whether there was one
+/// Unregisters the handler of an opcode. @return whether there was one
 bool ignore_events(uint32_t opcode);
 
-/// Begins and ends the delivery. Events that are queued meanwhile wait for the next start.
+/// Start and stop the delivery. Events queued in between wait for the next start.
 void start_event_delivery();
 void stop_event_delivery();
 
-/// Number of events that wait for delivery.
+/// Number of events waiting for delivery.
 size_t waiting_events();
 
-/// Delivers every event that waits.
+/// Delivers all waiting events.
 void deliver_events();
 
 } // namespace sim

@@ -34,7 +34,7 @@ void feed_watchdog()
     constexpr std::string_view message = "WATCHDOG=1";
     const Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + watchdog.size());
-    // A sign of life that is lost is not reported; the next one follows soon.
+    // A lost notification is not reported; the next one follows soon.
     (void)sendto(socket.get(), message.data(), message.size(), MSG_NOSIGNAL,
                  reinterpret_cast<const sockaddr*>(&*address), length);
 }

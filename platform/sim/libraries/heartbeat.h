@@ -1,4 +1,4 @@
-/// Signs of life, for the operator and for the service manager that watches over the agent.
+/// Heartbeats, for the operator and for the watchdog of the service manager.
 #pragma once
 
 #include <chrono>
@@ -6,21 +6,21 @@
 
 namespace sim {
 
-/// Learns whether a service manager watches. To be called while the agent starts: it takes the
-/// address out of its environment when it has started.
+/// Reads the address of the watchdog from the environment. To be called while the agent starts,
+/// which removes it later.
 void find_watchdog();
 
-/// Shows the service manager, if there is one, that the agent lives.
+/// Notifies the watchdog, if there is one.
 void feed_watchdog();
 
-/// Waits as a slow answer has the agent wait, and feeds the watchdog before it does: a
-/// request may take many such answers.
+/// Waits for a slow answer, and notifies the watchdog before: an SNMP request may take many such
+/// answers.
 void take_time(std::chrono::milliseconds time);
 
-/// Takes a sign of life of the MIB modules, which they give before a longer piece of work.
+/// Counts a heartbeat of the MIB modules, which they send before a longer piece of work.
 void beat();
 
-/// How often they gave one.
+/// Number of heartbeats of the MIB modules.
 uint64_t heartbeats();
 
 } // namespace sim

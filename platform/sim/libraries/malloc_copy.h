@@ -1,4 +1,4 @@
-/// What the switch's libraries hand to callers who free it.
+/// Blocks that the callers of the switch's libraries free.
 #pragma once
 
 #include <cstdlib>

@@ -1,4 +1,4 @@
-/// The notifications that the switch sent last.
+/// The last notifications of the switch.
 #pragma once
 
 #include <chrono>
@@ -11,7 +11,7 @@ namespace sim {
 
 struct SentNotification {
     std::chrono::system_clock::time_point time;
-    std::string_view name; ///< in the MIB files, empty for one that is not in them
+    std::string_view name; ///< in the MIB files, empty if it is not in them
     std::string oid;
     uint32_t about; ///< last sub-identifier of the last binding's name, 0 for none
 };

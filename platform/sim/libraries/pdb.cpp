@@ -33,7 +33,7 @@ int pdb_get_mod_info(const uint32_t* slot, void* info, uint32_t /*two*/)
         if (unit == nullptr || unit->type != sim::UnitType::module) {
             return -1;
         }
-        // A module's vendor type is what tells its card from others.
+        // A module's vendor type identifies its card.
         const uint32_t vendor_type = chassis->entities().at(index).vendor_type;
         const ModuleInformation start = {static_cast<uint16_t>(*slot),
                                          static_cast<uint16_t>(vendor_type)};

@@ -22,7 +22,7 @@
 namespace sim {
 namespace {
 
-/// A record as the answer to a request, made where it travels from.
+/// A record as the answer to a request, made in place.
 /// @param fill fills the cleared record
 template <typename Record>
 Answer answer_with(auto fill, ResultCode result = ResultCode::ok)
@@ -48,7 +48,7 @@ bool is_known(int32_t operation)
     return operation >= CHM_REQ_GET && operation <= CHM_REQ_SET;
 }
 
-/// What an operation asks for by its index, of those that are in a table; null for none.
+/// The row of a table that an operation requests by its index; null for none.
 template <typename Thing>
 const Thing* find_in(const std::map<uint32_t, Thing>& things, int32_t operation, uint32_t index,
                      auto is_in_table)
@@ -71,7 +71,7 @@ Answer read_entity(const Chassis& chassis, const Entity* entity)
 }
 
 /// The rows of the transceivers' sensors are not the platform's, but lie between its own: a walk
-/// that has come to where they start is sent there by a failure whose block names that index.
+/// that reaches their start is directed there by a failure whose block has that index.
 Answer next_entity(const Chassis& chassis, uint32_t index)
 {
     const Entity* next =
@@ -188,8 +188,8 @@ Answer serve_table(Chassis& chassis, int32_t operation, std::span<const std::byt
                : answer_with<RecordOf<table>>([&](RecordOf<table>& answer) { answer = *found; });
 }
 
-/// A record that there is once: a scalar, or all of a status.
-/// @tparam write null for one that is only read
+/// A record without an index: a scalar, or a status.
+/// @tparam write null for a read-only one
 template <const auto& scalar, RecordOf<scalar> (*read)(const Chassis&),
           Answer (*write)(Chassis&, const RecordOf<scalar>&) = nullptr>
 Answer serve_scalar(Chassis& chassis, int32_t operation, std::span<const std::byte> request)

@@ -16,7 +16,7 @@ struct FreeBlock {
     void operator()(void* block) const { std::free(block); }
 };
 
-/// What a request is answered with.
+/// The answer to a request.
 struct Answer {
     ResultCode result = ResultCode::ok;
     std::unique_ptr<void, FreeBlock> block{}; ///< malloc'd, null for none
@@ -26,7 +26,7 @@ struct Answer {
 /// Serves one request. @param request the record that it carries
 Answer serve_request(uint32_t opcode, int32_t operation, std::span<const std::byte> request);
 
-/// Puts a chassis in place of the one there was, if any; exchanging one is an inventory change.
+/// Sets the chassis, in place of the previous one, if any; a replacement is an inventory change.
 void place_chassis(Chassis chassis);
 
 /// The chassis in place, or null before there is one.

@@ -45,7 +45,7 @@ ResultCode hand_over(const Block& block, void** response)
     return ResultCode::ok;
 }
 
-/// Runs the body of a call with the chassis in place. @return the call's result
+/// Runs the body of a call with the chassis. @return the call's result
 template <typename Body>
 int32_t with_chassis(std::string_view request, Body body)
 {

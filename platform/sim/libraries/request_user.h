@@ -11,7 +11,7 @@ namespace sim {
 void start_tracking_requests();
 void stop_tracking_requests();
 
-/// Forgets the request. The agent does not tell when it has answered one, so each entry into the
+/// Forgets the request. The agent does not report when it has answered one, so each entry into the
 /// switch that is not a request's begins with this.
 void leave_request();
 

@@ -39,7 +39,7 @@ inline Descriptor new_unix_socket(int flags = 0)
 }
 
 /// The address of a path, nothing when the path is too long for one or empty: without a path, the
-/// kernel takes the address for a name that everybody may use.
+/// kernel takes the address for a name that any user can use.
 inline std::optional<sockaddr_un> unix_address(const std::string& path)
 {
     sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};

@@ -260,7 +260,7 @@ void Chassis::insert(uint32_t index, std::optional<Assembly> other)
 {
     Place& place = empty_place(index);
     if (other) {
-        // What was set by hand goes with the unit that was there.
+        // Overrides end with the unit that was there.
         std::erase_if(settings_.leds_by_hand,
                       [&](const auto& led) { return led.first.first == place.unit_index; });
         place.pulled = std::move(other);
@@ -290,7 +290,7 @@ void Chassis::set_reading(uint32_t index, std::optional<double> value)
     if (value && !(std::abs(*value) <= most_reading(sensor.scale, sensor.precision))) {
         throw Refusal(entities_.at(index).name + " cannot report such a value");
     }
-    // What moved since the last measurement is not the hand's doing.
+    // A crossing since the last measurement is not due to the override.
     measure(entities_.at(index));
     sensor.reading.set_by_hand(value);
     measure(entities_.at(index));
@@ -434,7 +434,7 @@ void Chassis::notify_changes(const Unit& before, const Unit& unit)
     }
 }
 
-/// Brings a unit to the status that its failures and its switches ask for.
+/// Brings a unit to the status that follows from its failures and administrative statuses.
 void Chassis::settle(Unit& unit)
 {
     const bool off =
@@ -450,7 +450,7 @@ void Chassis::settle(Unit& unit)
     }
 }
 
-/// Has a unit go into service: a module after it has started, which takes time.
+/// Brings a unit into service: a module after it has started, which takes time.
 void Chassis::start(Unit& unit)
 {
     if (unit.type == UnitType::module && !unit.powered) {
@@ -461,7 +461,7 @@ void Chassis::start(Unit& unit)
     change_status(unit, ready ? EntityStatus::ok : EntityStatus::starting, true);
 }
 
-/// Settles a unit, but one that runs goes off first.
+/// Settles a unit; one that runs goes off first.
 void Chassis::settle_after_break(Unit& unit)
 {
     if (unit.powered) {

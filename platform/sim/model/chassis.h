@@ -1,8 +1,7 @@
 /// The model of the simulated switch: the physical entities that a chassis is made of, and the
 /// units among them.
 ///
-/// Whatever changes in it changes here, and the change itself is what notifies the observers;
-/// nothing else raises events.
+/// Every change of the chassis is made here and notifies the observers; nothing else raises events.
 #pragma once
 
 #include "model/entity.h"
@@ -26,26 +25,26 @@
 
 namespace sim {
 
-/// A slot or bay, whose container has a row of its own whether or not a unit fills it.
+/// A slot or bay. Its container has a row whether or not a unit fills it.
 struct Place {
     uint32_t index = 0;               ///< entPhysicalIndex of the container
     UnitType type{};                  ///< of the units that it takes
-    uint32_t unit_index = 0;          ///< entPhysicalIndex of whatever fills it
+    uint32_t unit_index = 0;          ///< entPhysicalIndex of the unit in it
     std::optional<Assembly> pulled{}; ///< what was pulled from it and may be inserted again
 };
 
-/// What is set for the switch as a whole.
+/// Settings of the whole switch.
 struct SwitchSettings {
     int32_t max_default_in_line_power = max_in_line_power;
     bool status_notifications = true; ///< events of units are raised; see Chassis::observe()
     uint32_t type_code = 0;           ///< of the chassis, as the platform database shows it
     std::chrono::milliseconds diagnostics_delay{}; ///< that reading a transceiver takes
     std::chrono::seconds start_time{3}; ///< that a module starts before it goes into service
-    /// What LEDs show that were set by hand, by entity and number of the LED.
+    /// Overrides of LEDs, by entity and number of the LED.
     std::map<std::pair<uint32_t, uint32_t>, int32_t> leds_by_hand{};
 };
 
-/// A change that the switch refuses, and why.
+/// A change that the switch refuses, with the reason.
 class Refusal : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -54,7 +53,7 @@ public:
 /// Something that happened to the switch.
 struct Occurrence {
     uint32_t event;                     ///< its number
-    uint32_t index = 0;                 ///< entPhysicalIndex of what it is about; 0 for none
+    uint32_t index = 0;                 ///< entPhysicalIndex of its subject; 0 for none
     std::optional<Crossing> crossing{}; ///< of sensor_threshold_crossed
 };
 
@@ -87,17 +86,17 @@ public:
     /// Adds a unit that was pulled from its place and may be inserted.
     void add_pulled(Assembly assembly);
 
-    /// Sets what has become of the supervisors. One that cannot be in charge is followed by
-    /// another.
+    /// Sets the state of the supervisors. An active one that is not in service is replaced by
+    /// another one.
     void set_redundancy(const Redundancy& redundancy);
 
-    /// Sets the redundancy mode, whether the power supplies cover what is drawn under it or not.
+    /// Sets the redundancy mode, even if it does not cover the power drawn.
     void start_under(RedundancyMode mode) { redundancy_mode_ = mode; }
 
     // How it is.
 
-    /// Has `observer` called at every change: when it happened, but before a removed unit is gone.
-    /// While status notifications are off, they learn nothing of units.
+    /// Calls `observer` at every change: after it, but before a removed unit is gone. While status
+    /// notifications are off, changes of units are not reported.
     void observe(Observer observer) { observers_.push_back(std::move(observer)); }
 
     const std::string& file() const { return file_; }
@@ -120,11 +119,11 @@ public:
     /// The unit with an index, in its place or pulled from it, or null.
     const Unit* known_unit(uint32_t index) const;
 
-    /// How an entity is: a unit as its power and its failures say, a part as its unit, unless the
-    /// part itself has failed.
+    /// Status of an entity: of a unit, from its power and its failures; of a part, that of its unit
+    /// unless the part itself has failed.
     EntityStatus status(const Entity& entity) const;
 
-    /// Whether a sensor measures: not without its unit in service.
+    /// Whether a sensor measures, which needs its unit in service.
     SensorStatus sensor_status(const Entity& sensor) const;
 
     /// Whether a sensor's value, as it was last measured, is beyond one of its thresholds.
@@ -134,7 +133,7 @@ public:
 
     RedundancyMode redundancy_mode() const { return redundancy_mode_; }
 
-    /// Faults on demand, in the order of their numbers. Spent ones are gone.
+    /// Injected faults, in the order of their numbers. Spent ones are removed.
     const std::vector<Fault>& faults() const { return faults_; }
     std::vector<Fault>& faults() { return faults_; }
 
@@ -156,13 +155,13 @@ public:
     void set_admin_status(uint32_t index, AdminStatus status);
     void set_power_admin_status(uint32_t index, PowerAdminStatus status);
 
-    /// Refused when the watts then available would not cover what is drawn.
+    /// Refused if the mode does not cover the power drawn.
     void set_redundancy_mode(RedundancyMode mode);
 
-    /// What a power supply delivers when it is healthy.
+    /// Sets the output of a power supply, which it delivers while healthy.
     void set_output(uint32_t index, uint32_t watts);
 
-    /// Has a unit or a fan fail, or repairs it; a fan tray is repaired with its fans.
+    /// Makes a unit or a fan fail, or repairs it; a fan tray is repaired with its fans.
     void set_failed(uint32_t index, bool failed);
 
     /// Pulls a unit out of its place, by its own index or by that of the place's container.
@@ -175,18 +174,19 @@ public:
     /// Fills an empty place with a unit that the switch does not recognize.
     void plug_unknown(uint32_t index);
 
-    /// Puts the standby supervisor in charge. Refused when there is none.
+    /// Switches over to the standby supervisor. Refused if there is none.
     void switch_over(int32_t reason);
 
-    /// Does what an operator asks of the supervisors.
+    /// Carries out an administrative action of the supervisors.
     void act(RedundancyAction action);
 
-    /// Sets the supervisors' state code by hand, or lets it follow them again.
+    /// Overrides the supervisors' state code, or ends the override.
     void set_supervisor_state(std::optional<int32_t> state) { redundancy_.state_by_hand = state; }
 
-    /// Adds a fault, and numbers it. Refused are one too many, one with which delays, cut or padded
-    /// bytes of a single request would add up to more than the most of their kind, and an answer of
-    /// the port manager's that is cut or padded: without a length, its bytes are relied on.
+    /// Adds a fault, and numbers it. Refused if there are too many, if delays, cut or padded bytes
+    /// of a single request would exceed the limit of their kind, and for cut or padded answers of
+    /// the port manager: its blocks have no length and are trusted to be as long as the contract
+    /// says.
     void set_fault(Fault fault);
 
     /// Plugs what was last unplugged from a port, or another transceiver, into its empty cage.
@@ -195,7 +195,7 @@ public:
     /// Takes the transceiver out of a port.
     void unplug(uint32_t index);
 
-    /// Sets a reading of a port's transceiver by hand, in its unit, or lets it move again.
+    /// Overrides a reading of a port's transceiver, in its unit, or ends the override.
     /// @param quantity its place in `quantities`
     void set_transceiver_reading(uint32_t index, size_t quantity, std::optional<double> value);
 
@@ -203,15 +203,15 @@ public:
     /// counts that.
     std::vector<diag_info> read_diagnostics(uint32_t index);
 
-    /// Sets what a sensor measures by hand, in the unit of its kind, or lets it move again. Refused
-    /// when the sensor could not report it.
+    /// Overrides the reading of a sensor, in the unit of its kind, or ends the override. Refused if
+    /// the sensor cannot report the value.
     void set_reading(uint32_t index, std::optional<double> value);
 
-    /// Has the crossings of a threshold of a sensor, counted from 1, raise events or not.
+    /// Sets whether crossings of a threshold of a sensor, counted from 1, raise events.
     void set_threshold_notification(uint32_t index, uint32_t threshold, bool on);
 
-    /// Moves on what takes time: modules whose start is over go into service, sensors and
-    /// transceivers measure.
+    /// Advances the time: modules that have started go into service, sensors and transceivers
+    /// measure.
     void advance();
 
 private:

@@ -1,4 +1,4 @@
-/// Physical entities: whatever has a row of its own in the physical table.
+/// Physical entities: the rows of the physical table.
 #pragma once
 
 #include "model/named.h"
@@ -13,7 +13,7 @@ namespace sim {
 
 /// Values of ENTITY-MIB's entPhysicalClass.
 enum class EntityClass : int32_t {
-    unknown = 2, ///< only what the switch does not recognize
+    unknown = 2, ///< an unrecognized unit
     chassis = 3,
     container = 5,
     power_supply = 6,
@@ -23,7 +23,7 @@ enum class EntityClass : int32_t {
     port = 10,
 };
 
-/// How whatever has a status is, the same in all tables. Only `ok` is healthy.
+/// Status of an entity, the same in all tables. Only `ok` is healthy.
 enum class EntityStatus : int32_t {
     unknown = 1,
     ok = 2,

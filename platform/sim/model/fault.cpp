@@ -5,7 +5,7 @@
 namespace sim {
 namespace {
 
-/// What the faults of a kind add up to in one request.
+/// The sum of the faults of a kind in one request.
 uint32_t sum_of(const std::vector<Fault>& faults, const FaultKind* kind, std::string_view request,
                 int32_t operation)
 {

@@ -1,5 +1,5 @@
-/// Faults on demand: answers of the platform manager and of the port manager that go wrong because
-/// somebody wants to see what comes of it.
+/// Fault injection: faulty answers of the platform manager and of the port manager, for tests of
+/// what follows.
 #pragma once
 
 #include "model/named.h"
@@ -14,7 +14,7 @@
 
 namespace sim {
 
-/// A request that may go wrong.
+/// A request into which faults can be injected.
 struct RequestName {
     std::string_view key;             ///< for chmctl
     std::optional<uint32_t> opcode{}; ///< of one of the platform manager
@@ -72,7 +72,7 @@ struct Fault {
     std::optional<int32_t> operation{}; ///< none for any
     const FaultKind* kind;
     uint32_t amount = 0;
-    std::optional<uint32_t> left{}; ///< how often it still strikes, none for until it is cleared
+    std::optional<uint32_t> left{}; ///< remaining strikes, none for until it is cleared
     uint32_t number = 0;            ///< that the chassis gives it
     uint64_t strikes = 0;
 };

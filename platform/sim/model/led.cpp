@@ -21,7 +21,7 @@ LedColour colour_of(EntityStatus status)
     }
 }
 
-/// The chassis is as bad as the worst of its units.
+/// The chassis shows the worst status of its units.
 LedColour colour_of_chassis(const Chassis& chassis)
 {
     LedColour colour = LedColour::green;

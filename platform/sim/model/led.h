@@ -1,5 +1,4 @@
-/// The LEDs of the simulated switch. They follow the state of what they sit on, unless a test of
-/// theirs sets them by hand.
+/// The LEDs of the simulated switch. They follow the state of their entity unless overridden.
 #pragma once
 
 #include "model/chassis.h"
@@ -10,7 +9,7 @@
 
 namespace sim {
 
-/// What a LED shows.
+/// The colour of an LED.
 enum class LedColour : int32_t { off = 1, green = 2, amber = 3, red = 4, blinking_green = 5 };
 
 inline constexpr Named<LedColour> led_colours[] = {{"off", LedColour::off},
@@ -19,21 +18,21 @@ inline constexpr Named<LedColour> led_colours[] = {{"off", LedColour::off},
                                                    {"red", LedColour::red},
                                                    {"blinking-green", LedColour::blinking_green}};
 
-/// The LEDs of the chassis as a whole and of each unit are numbered from 1: first the one of its
-/// status, then, on a supervisor, the one that is green while it is in charge and amber otherwise.
+/// The LEDs of the chassis as a whole and of each unit are numbered from 1: first that of its
+/// status, then, on a supervisor, the one that is green while it is active and amber otherwise.
 inline constexpr uint32_t status_led = 1;
 inline constexpr uint32_t role_led = 2;
 
-/// How many LEDs a unit has.
+/// The number of LEDs of a unit.
 uint32_t number_of_leds(const Unit& unit);
 
-/// A LED with its colour, nothing for one that there is not.
+/// The colour of an LED, nothing if there is no such LED.
 std::optional<led_entry> find_led(const Chassis& chassis, uint32_t entity, uint32_t led);
 
 /// The first LED after the one with these numbers, by entity, then by LED; nothing after the last.
 std::optional<led_entry> led_after(const Chassis& chassis, uint32_t entity, uint32_t led);
 
-/// Sets what a LED shows by hand, or lets it follow again what it sits on.
+/// Overrides an LED, or ends the override.
 void set_led(Chassis& chassis, uint32_t entity, uint32_t led, std::optional<int32_t> value);
 
 } // namespace sim

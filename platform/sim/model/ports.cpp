@@ -55,7 +55,7 @@ double raw_reading(const Chassis& chassis, const Transceiver& transceiver, size_
     return raw_value(quantities.at(quantity), reading, reading_format(chassis, transceiver));
 }
 
-// What the chassis does with its ports.
+// Changes of the ports of a chassis.
 
 void Chassis::plug(uint32_t index, std::optional<Transceiver> other)
 {
@@ -99,7 +99,7 @@ void Chassis::set_transceiver_reading(uint32_t index, size_t quantity, std::opti
     if (value && !can_tell(what, *value)) {
         throw Refusal(name + " cannot report such a " + std::string(what.key));
     }
-    // What moved since the last look is not the hand's doing.
+    // A crossing since the last check is not due to the override.
     measure(entities_.at(index));
     port.transceiver->measurements.at(quantity).reading.set_by_hand(value);
     measure(entities_.at(index));

@@ -21,11 +21,11 @@ bool has_diagnostics(const Chassis& chassis, const Entity& port);
 /// diagnostics that can be read; null after the last.
 const Entity* next_port_with_diagnostics(const Chassis& chassis, uint32_t if_index);
 
-/// What the words of a transceiver's readings hold in a chassis.
+/// The format of a transceiver's raw readings in a chassis.
 WordFormat reading_format(const Chassis& chassis, const Transceiver& transceiver);
 
-/// What a transceiver's last lane, the one that the sensor tables show, measures at present, in
-/// units of the raw word. @param quantity its place in `quantities`
+/// The current reading of a transceiver's last lane, the one that the sensor tables show, in units
+/// of the raw word. @param quantity its place in `quantities`
 double raw_reading(const Chassis& chassis, const Transceiver& transceiver, size_t quantity);
 
 } // namespace sim

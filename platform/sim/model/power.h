@@ -9,7 +9,7 @@ namespace sim {
 
 class Chassis;
 
-/// How much of the power supplies' output is held back for the failure of some of them.
+/// How much of the power supplies' output is kept in reserve.
 enum class RedundancyMode : int32_t {
     none = 1,
     spare_supply = 2, ///< the output of one, the largest
@@ -24,7 +24,7 @@ inline constexpr Named<RedundancyMode> redundancy_modes[] = {
 /// Most watts of default in-line power that an operator may set.
 inline constexpr int32_t max_in_line_power = 12500;
 
-/// Watts that the healthy power supplies deliver, without what the mode holds back.
+/// Watts that the healthy power supplies deliver, without the reserve of the mode.
 uint32_t available_watts(const Chassis& chassis, RedundancyMode mode);
 
 /// Watts that modules and fan trays draw.

@@ -1,4 +1,4 @@
-/// Readings: what is measured, as it moves with time, and the thresholds that it is watched for.
+/// Readings, which move with time, and their thresholds.
 #pragma once
 
 #include "model/clock.h"
@@ -8,17 +8,17 @@
 
 namespace sim {
 
-/// A quantity that moves slowly and smoothly between two bounds, in a unit of the caller's. It
-/// depends on nothing but the time, so that it goes on where it was after any pause.
+/// A quantity that moves slowly and smoothly between two bounds, in a unit of the caller. It is a
+/// function of time alone, so that it does not jump after a pause.
 class Reading {
 public:
-    /// @param seed makes readings move apart from each other, such as the index of what has it
+    /// @param seed makes readings differ from each other, such as the index of the entity
     Reading(double low, double high, uint32_t seed) : low_(low), high_(high), seed_(seed) {}
 
-    /// The reading at a time, within the bounds unless it is set by hand.
+    /// The reading at a time, within the bounds unless overridden.
     double at(Clock::time_point time) const;
 
-    /// Has the reading stay at a value, within the bounds or not, or move again.
+    /// Overrides the reading, with any value, or ends the override.
     void set_by_hand(std::optional<double> value)
     {
         // -0 becomes 0: they differ as raw words of reals, and a person who writes -0 means 0.
@@ -38,7 +38,7 @@ private:
     std::optional<double> by_hand_;
 };
 
-/// How a reading lies to a threshold that it is beyond, as entSensorThresholdRelation says it.
+/// The relation of a reading to a threshold that it is beyond: entSensorThresholdRelation.
 enum class Relation : int32_t {
     less_than = 1,
     less_or_equal = 2,
@@ -46,8 +46,8 @@ enum class Relation : int32_t {
     greater_or_equal = 4,
 };
 
-/// A value that a reading is watched for. Both are in the unit in which the reading is reported,
-/// and rounded alike, so that a crossing can be seen in what is reported.
+/// A threshold of a reading. Both are in the unit in which the reading is reported, and rounded
+/// alike, so that a crossing shows in the reported value.
 class Threshold {
 public:
     Threshold(double value, Relation relation) : value_(value), relation_(relation) {}
@@ -57,20 +57,20 @@ public:
 
     bool is_beyond(double reading) const;
 
-    /// Whether the reading has come beyond the threshold since the last look. What is beyond it at
-    /// the first look has not crossed it.
+    /// Whether the reading has gone beyond the threshold since the last check. A reading that is
+    /// beyond it at the first check has not crossed it.
     bool is_crossed_by(double reading);
 
-    /// Has the next look be the first one, as when nothing was measured meanwhile.
+    /// Makes the next check the first one, for instance after a pause of the measurement.
     void forget() { was_beyond_.reset(); }
 
 private:
     double value_;
     Relation relation_;
-    std::optional<bool> was_beyond_; ///< at the last look
+    std::optional<bool> was_beyond_; ///< at the last check
 };
 
-/// What is reported of a reading that crossed a threshold, in the steps of its reports.
+/// The report of a crossing, in the steps in which the reading is reported.
 struct Crossing {
     int32_t value;
     int32_t threshold_value;

@@ -34,7 +34,7 @@ int32_t supervisor_state(const Chassis& chassis)
                                                                  : one_supervisor);
 }
 
-// What of a chassis changes the roles.
+// Changes of the roles.
 
 void Chassis::switch_over(int32_t reason)
 {
@@ -70,7 +70,7 @@ void Chassis::refuse_for_active_supervisor(const Unit& unit) const
     }
 }
 
-/// The supervisor in charge stays that until it is out of service and another one can take over.
+/// The active supervisor stays active until it is out of service and another one can take over.
 void Chassis::settle_roles()
 {
     const Unit* standby = standby_supervisor(*this);

@@ -1,4 +1,4 @@
-/// The platform's own sensors: what they measure, and how it is reported.
+/// The platform's own sensors: their readings, and how these are reported.
 #pragma once
 
 #include "model/named.h"
@@ -30,8 +30,8 @@ enum class SensorScale : int32_t { milli = 8, units = 9 };
 /// Values of entSensorStatus.
 enum class SensorStatus : int32_t {
     ok = 1,
-    unavailable = 2,    ///< not measured at present
-    nonoperational = 3, ///< broken
+    unavailable = 2,    ///< not measured now
+    nonoperational = 3, ///< failed
 };
 
 inline constexpr Named<SensorStatus> sensor_statuses[] = {
@@ -55,7 +55,7 @@ inline constexpr Named<Severity> severities[] = {{"other", Severity::other},
 inline constexpr Named<SensorScale> sensor_scales[] = {{"milli", SensorScale::milli},
                                                        {"units", SensorScale::units}};
 
-/// What a sensor may measure, with what goes for it unless a chassis file says otherwise.
+/// A kind of sensor, with its defaults for chassis files.
 struct SensorKind {
     std::string_view key; ///< its name in chassis files and for chmctl
     std::string_view description;
@@ -100,7 +100,7 @@ struct Sensor {
     Clock::time_point measured{}; ///< when that was
 };
 
-/// In how many steps a sensor reports one unit of what it measures.
+/// Number of steps in which a sensor reports one unit of its kind.
 inline double steps_per_unit(SensorScale scale, uint32_t precision)
 {
     return std::pow(10, precision + (scale == SensorScale::milli ? 3 : 0));
@@ -117,7 +117,7 @@ inline double most_reading(SensorScale scale, uint32_t precision)
     return max_sensor_value / steps_per_unit(scale, precision);
 }
 
-/// What a sensor reports of a value in the unit of its kind, which must not be beyond what it can.
+/// The reported steps of a value in the unit of the sensor's kind, which must be within its range.
 inline int32_t in_steps(const Sensor& sensor, double value)
 {
     return static_cast<int32_t>(std::lround(value * steps_per_unit(sensor)));

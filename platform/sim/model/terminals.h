@@ -1,4 +1,4 @@
-/// The terminal lines of the simulated switch, and the message that is composed for them.
+/// The terminal lines of the simulated switch, and the message for them.
 #pragma once
 
 #include "wire/records.h"
@@ -9,7 +9,7 @@
 
 namespace sim {
 
-/// A message as it reached the terminals.
+/// A message that was sent to the terminals.
 struct DeliveredMessage {
     std::chrono::system_clock::time_point time;
     std::string text;
@@ -19,18 +19,18 @@ struct DeliveredMessage {
 
 class Terminals {
 public:
-    /// Value of the send trigger that has the message sent, and of the one that waits for that.
+    /// Values of the send trigger: one sends the message, the other is idle.
     static constexpr int32_t send_now = 2;
     static constexpr int32_t idle = 1;
 
-    /// The message in the making.
+    /// The message as composed so far.
     const ts_info& message() const { return message_; }
 
-    /// Takes a message over. With the trigger at `send_now` it reaches the terminals at once, and
-    /// the trigger falls back, so that it is not sent again with the next change.
+    /// Stores a message. With the trigger at `send_now` it is sent to the terminals at once, and
+    /// the trigger becomes idle, so that the next change does not send it again.
     void write(const ts_info& message);
 
-    /// The last messages that reached the terminals, oldest first.
+    /// The last messages that were sent to the terminals, oldest first.
     const std::deque<DeliveredMessage>& delivered() const { return delivered_; }
 
 private:
@@ -38,7 +38,7 @@ private:
     std::deque<DeliveredMessage> delivered_;
 };
 
-/// The terminals of the switch; they outlast an exchange of its chassis.
+/// The terminals of the switch; they are kept when its chassis is replaced.
 Terminals& terminals();
 
 } // namespace sim

@@ -61,8 +61,8 @@ WordFormat threshold_format(const Transceiver& transceiver)
 
 bool has_integer_readings(uint32_t chassis_type)
 {
-    // What the hardware of these types does. The MIB modules have a list of their own, not to be
-    // shared: a type that is missing there must show.
+    // Behaviour of the hardware of these types. The MIB modules have their own list, which is not
+    // shared, so that a type missing there shows.
     constexpr uint32_t types[] = {19, 20, 21, 22, 27, 28, 29, 36, 37, 38, 40, 41, 42, 43};
     return std::ranges::find(types, chassis_type) != std::end(types);
 }

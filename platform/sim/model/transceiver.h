@@ -17,7 +17,7 @@
 
 namespace sim {
 
-/// Which diagnostics a transceiver has, as the byte of its diagnostic monitoring type says it.
+/// Diagnostics of a transceiver: the byte of its diagnostic monitoring type.
 enum class Diagnostics : uint8_t {
     none = 0,
     internal = 0x60, ///< raw words are integers
@@ -28,7 +28,7 @@ inline constexpr Named<Diagnostics> diagnostics_kinds[] = {{"internal", Diagnost
                                                            {"external", Diagnostics::external},
                                                            {"none", Diagnostics::none}};
 
-/// What a raw word of diagnostics holds.
+/// The format of a raw word of diagnostics.
 enum class WordFormat { integer, real };
 
 /// The thresholds of a reading in the order of their indexes, which count from 1.
@@ -49,7 +49,7 @@ struct ReadingRange {
     std::array<double, transceiver_thresholds> thresholds{};
 };
 
-/// One of the five things that a transceiver measures.
+/// One of the five quantities that a transceiver measures.
 struct Quantity {
     std::string_view key;           ///< in chassis files and for chmctl
     std::string_view unit;          ///< for people; readings and ranges are in this unit
@@ -66,7 +66,7 @@ struct Quantity {
     std::array<uint32_t diag_info::*, transceiver_thresholds> threshold_words;
 };
 
-/// Transmitted and received power differ in where they stand and in what is usual.
+/// Transmit and receive power differ in their place and in their defaults.
 constexpr Quantity
 optical_power(std::string_view key, port_sfp_sens_type sensor_code, ReadingRange usual,
               uint32_t diag_info::*word,
@@ -164,7 +164,7 @@ struct Transceiver {
     std::vector<Measurement> measurements{}; ///< one for each of `quantities`
 };
 
-/// What an entity is that is a port. Interface indexes order ports by slot and number.
+/// The port of an entity. Interface indexes order ports by slot and number.
 struct Port {
     uint32_t if_index = 0;
     bool has_cage = true; ///< electrical ports have none
@@ -177,24 +177,24 @@ struct Port {
 /// entPhysicalIndex of a sensor of the transceiver in a port.
 uint32_t sensor_index(uint32_t if_index, const Quantity& quantity);
 
-/// What the words of a transceiver's thresholds hold, and those of its readings unless the chassis
-/// is of a type that reports all readings as integers.
+/// The format of a transceiver's raw thresholds, and of its raw readings unless the type of the
+/// chassis reports all readings as integers.
 WordFormat threshold_format(const Transceiver& transceiver);
 bool has_integer_readings(uint32_t chassis_type);
 
-/// A reading in units of its raw word, rounded as the word's format has it.
+/// A reading in units of its raw word, rounded to the word's format.
 double raw_value(const Quantity& quantity, double reading, WordFormat format);
 
-/// What the sensor tables show of a value in units of its raw word: thousandths of its unit.
+/// The value in the sensor tables, in thousandths of its unit, of a value in units of its raw word.
 int32_t served_value(const Quantity& quantity, double raw);
 
 /// Whether raw words can hold a reading.
 bool can_tell(const Quantity& quantity, double reading);
 
-/// Has the next look at a transceiver's readings be the first one; see Threshold.
+/// Makes the next check of a transceiver's readings the first one; see Threshold.
 void forget_thresholds(Transceiver& transceiver);
 
-/// A watched reading. @param seed see Reading
+/// A reading with thresholds. @param seed see Reading
 Measurement make_measurement(const Quantity& quantity, const ReadingRange& range, WordFormat format,
                              uint32_t seed);
 

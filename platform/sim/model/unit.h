@@ -1,4 +1,4 @@
-/// Units: what fills the slots and bays of a chassis, and how it is in operation.
+/// Units: the contents of the slots and bays of a chassis, and their state.
 #pragma once
 
 #include "model/clock.h"
@@ -16,33 +16,33 @@ inline constexpr Named<UnitType> unit_types[] = {{"module", UnitType::module},
                                                  {"power-supply", UnitType::power_supply},
                                                  {"fan-tray", UnitType::fan_tray}};
 
-/// What a module is for, as its record says it.
+/// The role of a module, as in its record.
 enum class ModuleRole : uint8_t { supervisor = 1, line_card = 2 };
 
 inline constexpr Named<ModuleRole> module_roles[] = {{"supervisor", ModuleRole::supervisor},
                                                      {"line-card", ModuleRole::line_card}};
 
-/// What an operator wants of a module.
+/// The administrative status of a module.
 enum class AdminStatus : int32_t {
     on = 1,
     off = 2,
-    restart = 3, ///< goes off and starts again; reads as `on` from then on
+    restart = 3, ///< goes off and starts again; reads as `on` afterwards
     standby = 4, ///< powered and healthy, but carries no traffic
 };
 
-/// What a module may stay at.
+/// The values that persist.
 inline constexpr Named<AdminStatus> admin_statuses[] = {
     {"on", AdminStatus::on}, {"off", AdminStatus::off}, {"standby", AdminStatus::standby}};
 
-/// What an operator wants of the power of a module or a fan tray.
+/// The administrative status of the power of a module or a fan tray.
 enum class PowerAdminStatus : int32_t {
     on = 1, ///< a failed unit comes back by itself when it is repaired
     off = 2,
-    cycle = 3,            ///< goes off and on again; reads as `on` from then on
+    cycle = 3,            ///< goes off and on again; reads as `on` afterwards
     on_until_failure = 4, ///< a failure turns this to `off`: once repaired, the unit waits
 };
 
-/// What the power of a module or a fan tray may stay at.
+/// The values that persist.
 inline constexpr Named<PowerAdminStatus> power_admin_statuses[] = {
     {"on", PowerAdminStatus::on},
     {"off", PowerAdminStatus::off},
@@ -57,7 +57,7 @@ struct Unit {
     uint32_t index = 0;  ///< entPhysicalIndex
     uint32_t number = 0; ///< of its slot or bay, from 1
     ModuleRole role = ModuleRole::line_card;
-    uint32_t watts = 0; ///< what it draws when it has power; of a power supply: what it delivers
+    uint32_t watts = 0; ///< drawn while it has power; of a power supply: delivered
     AdminStatus admin_status = AdminStatus::on; ///< of a module; other units are always `on`
     PowerAdminStatus power_admin_status = PowerAdminStatus::on; ///< of a power supply always `on`
     EntityStatus status = EntityStatus::off;
@@ -68,19 +68,19 @@ struct Unit {
     uint32_t starts = 0;
 };
 
-/// A unit with the entity that describes it and those of its parts, as it is pulled and inserted.
+/// A unit with its entity and those of its parts, as it is pulled and inserted.
 struct Assembly {
     Unit unit;
     std::vector<Entity> entities;
 };
 
-/// The status of a unit's power. Without power it is off or failed as the unit is.
+/// The status of a unit's power: without power, off or failed like the unit.
 constexpr EntityStatus power_status(const Unit& unit)
 {
     return unit.powered ? EntityStatus::ok : unit.status;
 }
 
-/// The watts that a unit draws or delivers at present.
+/// The watts that a unit now draws or delivers.
 constexpr uint32_t watts_now(const Unit& unit)
 {
     return unit.powered ? unit.watts : 0;

@@ -45,7 +45,7 @@ inline constexpr EntityText entity_texts[] = {
     {{"clei-code", &Entity::clei_code, offsetof(Row, clei_code), sizeof(Row::clei_code) - 1}},
 };
 
-/// Whether chmctl may set a text: what an operator may, and what the switch itself says of a thing.
+/// Whether chmctl may set a text: those that an operator may set, and those of the switch itself.
 constexpr bool chmctl_sets(const EntityText& text)
 {
     return text.settable || text.text == &Entity::description;

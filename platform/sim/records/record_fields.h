@@ -1,4 +1,4 @@
-/// What the encoders of the platform manager's records share.
+/// Shared functions of the encoders of the platform manager's records.
 #pragma once
 
 #include "model/unit.h"
@@ -47,13 +47,13 @@ std::string text_in(const void* record, const TextField<Owner>& field)
 /// Values of SNMP's TruthValue.
 enum class TruthValue : int32_t { yes = 1, no = 2 };
 
-/// A condition as records carry it.
+/// A condition in a record.
 constexpr int32_t truth_value(bool condition)
 {
     return static_cast<int32_t>(condition ? TruthValue::yes : TruthValue::no);
 }
 
-/// A point in time as records carry it.
+/// A point in time in a record.
 inline platform_time record_time(Clock::time_point time)
 {
     using namespace std::chrono;

@@ -17,8 +17,8 @@ power_supply_output_record encode_output(const Chassis& chassis, const Unit& uni
 /// The one group of power supplies, whose index is 1.
 power_supply_group_record encode_power_supply_group(const Chassis& chassis);
 
-/// The supervisors: the numbers of the slots of the one in charge and of the one on standby (0 for
-/// none) with the status of each, their state, and how often they have switched over.
+/// The supervisors: the slot numbers of the active and the standby one (0 for none) with their
+/// status, their common state, and the number of switchovers.
 rf_status_record encode_redundancy(const Chassis& chassis);
 
 } // namespace sim
