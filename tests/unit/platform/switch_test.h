@@ -7,6 +7,7 @@
 #include "libraries/c_boundary.h"
 #include "libraries/event_queue.h"
 #include "libraries/platform_manager.h"
+#include "wire/requests.h"
 
 #include <arpa/inet.h>
 #include <chrono>
@@ -99,9 +100,15 @@ inline Answer request(uint32_t opcode, int32_t operation, Bytes payload)
 }
 
 /// The tables: opcode of their requests and size of their records.
-inline const std::map<uint32_t, size_t> tables = {{1026, 2780}, {1027, 284}, {1028, 16},
-                                                  {1029, 316},  {1031, 40},  {1032, 28},
-                                                  {1046, 8},    {3242, 12},  {3270, 8}};
+inline const std::map<uint32_t, size_t> tables = [] {
+    std::map<uint32_t, size_t> all;
+    for (const RequestCode& request : platform_requests) {
+        if (request.indexes > 0) {
+            all[request.opcode] = request.record_size;
+        }
+    }
+    return all;
+}();
 
 /// The record that asks for a row by its index, and by its second index where a table has one.
 inline Bytes key_of(uint32_t opcode, uint32_t index, uint32_t second)
