@@ -63,21 +63,9 @@ public:
         text_ << "[types.brain]\nrole = \"supervisor\"\n[types.supply]\noutput = 300\n"
               << "[types.tray]\nfans = 2\n[transceivers.sr]\nmodel = \"SR\"\nlanes = 2\n"
               << "receive-power = { held = \"none\", low-alarm = -18.4 }\n";
-        for (uint32_t slot = 1; slot <= slots; ++slot) {
-            if (unit("module", "slot", slot)) {
-                module();
-            }
-        }
-        for (uint32_t bay = 1; bay <= supplies; ++bay) {
-            if (unit("power-supply", "bay", bay)) {
-                maybe(2, "output = 400");
-            }
-        }
-        for (uint32_t bay = 1; bay <= trays; ++bay) {
-            if (unit("fan-tray", "bay", bay)) {
-                maybe(2, "fans = 2\npower = 30");
-            }
-        }
+        units("module", "slot", slots, [this] { module(); });
+        units("power-supply", "bay", supplies, [this] { maybe(2, "output = 400"); });
+        units("fan-tray", "bay", trays, [this] { maybe(2, "fans = 2\npower = 30"); });
         return text_.str();
     }
 
@@ -124,17 +112,20 @@ private:
         text_ << "]\n";
     }
 
-    /// @return whether there is one
-    bool unit(const char* entry, const char* place, uint32_t number)
+    /// Units in most of so many slots or bays, each with what its type has besides.
+    template <typename More>
+    void units(const char* entry, const char* place, uint32_t count, More more)
     {
-        if (dice_.one_in(6)) {
-            return false;
+        for (uint32_t number = 1; number <= count; ++number) {
+            if (dice_.one_in(6)) {
+                continue;
+            }
+            text_ << "[[" << entry << "]]\n" << place << " = " << number << "\n";
+            entity();
+            sensors();
+            maybe(8, "pulled = true");
+            more();
         }
-        text_ << "[[" << entry << "]]\n" << place << " = " << number << "\n";
-        entity();
-        sensors();
-        maybe(8, "pulled = true");
-        return true;
     }
 
     void module()
