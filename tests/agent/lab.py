@@ -21,8 +21,7 @@ OPERATOR = ("-v3", "-l", "authPriv", "-u", "operator", "-a", "SHA", "-A", "lab-a
             "-x", "AES", "-X", "lab-encryption")
 
 ENT_PHYSICAL_ENTRY = "1.3.6.1.2.1.47.1.1.1.1"
-DESCR, NAME, SERIAL_NUM, ALIAS, ASSET_ID = (
-    f"{ENT_PHYSICAL_ENTRY}.{column}" for column in (2, 7, 11, 14, 15))
+DESCR, NAME, SERIAL_NUM, ALIAS = (f"{ENT_PHYSICAL_ENTRY}.{column}" for column in (2, 7, 11, 14))
 UPTIME = "1.3.6.1.2.1.1.3.0"
 LAST_CHANGE_TIME = "1.3.6.1.2.1.47.1.4.1.0"
 ENT_CONFIG_CHANGE = ".1.3.6.1.2.1.47.2.0.1"

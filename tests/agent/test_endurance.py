@@ -160,15 +160,6 @@ def test_bad_packets_are_counted_and_not_answered(switch):
     assert switch.walk("1.3.6.1.2.1.47") == before
 
 
-def test_a_reader_writes_nothing_at_all(switch):
-    oids, client = instances(switch), Client(switch)
-    before = switch.walk("1.3.6.1.2.1.47")
-    for oid in oids:
-        for value in (integer(1), ber(4, b"mine")):
-            assert client.error(packet(SET, oid, value=value)) == 6, oid
-    assert switch.walk("1.3.6.1.2.1.47") == before
-
-
 def test_kills_reloads_and_unloaded_modules():
     unload, load = 5, 4
     loaded = (BUILD / "share/chmsnmp/modules.conf").read_text().count("\ndlmod ")

@@ -10,6 +10,7 @@
 #include "wire/requests.h"
 
 #include <arpa/inet.h>
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -129,6 +130,17 @@ inline Bytes row(uint32_t opcode, uint32_t index, uint32_t second = 0)
     return ask(opcode, 1, index, second).block;
 }
 
+/// The numbers that follow the first word of a command, and 0 for those that are not there.
+inline std::array<uint32_t, 5> numbers_in(const std::string& command)
+{
+    std::istringstream words(command.substr(command.find(' ')));
+    std::array<uint32_t, 5> numbers{};
+    for (uint32_t& number : numbers) {
+        words >> number;
+    }
+    return numbers;
+}
+
 inline std::vector<Bytes> payloads; ///< of the events that were delivered last
 inline std::string told; ///< their opcodes, and the unit and its status or output if they have them
 
@@ -176,38 +188,38 @@ protected:
         return told;
     }
 
-    /// What comes of a command within 3 seconds, as events, or why it is refused:
+    /// Why a command is refused, nothing when it is done:
     ///   write OPCODE INDEX OFFSET VALUE [SECOND]   a row as it was read but for one word
-    ///   word OPCODE INDEX OFFSET [SECOND]          reads one
     ///   VERB ENTITY[, "ARGUMENT": VALUE]           as chmctl asks
-    std::string outcome(const std::string& command)
+    static std::string refusal(const std::string& command)
     {
         const size_t blank = command.find(' ');
         const std::string verb = command.substr(0, blank);
-        std::istringstream words(command.substr(blank));
-        uint32_t opcode = 0;
-        uint32_t index = 0;
-        uint32_t offset = 0;
-        uint32_t value = 0;
-        uint32_t second = 0;
-        words >> opcode >> index >> offset;
-        if (verb == "word") {
-            words >> second;
-            return std::to_string(wire_word(row(opcode, index, second), offset));
-        }
         if (verb == "write") {
-            words >> value >> second;
+            const auto [opcode, index, offset, value, second] = numbers_in(command);
             Bytes bytes = row(opcode, index, second);
             bytes = bytes.empty() ? key_of(opcode, index, second) : bytes;
             put_word(bytes, offset, value);
             const int32_t result = request(opcode, 3, bytes).result;
-            return result == 0 ? events(std::chrono::seconds(3)) : std::to_string(result);
+            return result == 0 ? "" : std::to_string(result);
         }
         const std::string answer = sim::answer_request(R"({"verb": ")" + verb + R"(", "entity":)" +
                                                        command.substr(blank) + "}");
         return answer.find(R"("ok":true)") != std::string::npos
-                   ? events(std::chrono::seconds(3))
+                   ? ""
                    : answer.substr(10, answer.rfind(R"(","ok")") - 10); // after {"error":"
+    }
+
+    /// What comes of a command within 3 seconds, as events, or why it is refused. One more command
+    /// reads a word of a row: word OPCODE INDEX OFFSET [SECOND]
+    std::string outcome(const std::string& command)
+    {
+        if (command.starts_with("word ")) {
+            const auto [opcode, index, offset, second, none] = numbers_in(command);
+            return std::to_string(wire_word(row(opcode, index, second), offset));
+        }
+        const std::string refused = refusal(command);
+        return refused.empty() ? events(std::chrono::seconds(3)) : refused;
     }
 
     /// Status of an entity, which all tables tell alike; of a module also the administrative ones,
