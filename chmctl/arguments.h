@@ -38,7 +38,7 @@ CLI::Option* add_argument(CLI::App& command, const std::string& option, const Ar
         option, [=](const Value& value) { (*arguments)[key] = value; }, help);
 }
 
-/// Adds something that a name or a number says.
+/// Adds an argument that is a name or a number.
 /// @param what the argument's name in the help
 void add_named(CLI::App& command, const Arguments& arguments, const char* what, const char* key,
                const char* help);
@@ -46,11 +46,10 @@ void add_named(CLI::App& command, const Arguments& arguments, const char* what, 
 /// Adds the entity that a command is about, by its index or its name.
 void add_entity(CLI::App& command, const Arguments& arguments, const char* what, const char* help);
 
-/// Adds what is on or off.
+/// Adds an argument that is on or off.
 void add_state(CLI::App& command, const Arguments& arguments);
 
-/// Adds an argument that is a number, or auto for what the switch makes of it by itself, or else a
-/// word, if there is one.
+/// Adds an argument that is a number, auto for the switch's own value, or `word` unless empty.
 template <typename Number>
 void add_number_or_auto(CLI::App& command, const Arguments& arguments, const std::string& what,
                         const char* key, const std::string& help, std::string_view word = {})

@@ -1,4 +1,4 @@
-// chmctl: looks at a running simulated switch and changes it.
+// chmctl: shows and changes a running simulated switch.
 
 #include "completion.h"
 #include "files/chassis_file.h"
@@ -33,12 +33,12 @@ int complain(const char* what, ExitCode code)
 
 int run(int argc, char** argv)
 {
-    CLI::App app{"Looks at a running simulated switch and changes it."};
+    CLI::App app{"Shows and changes a running simulated switch."};
     app.require_subcommand(0, 1);
     app.fallthrough();
     bool raw = false;
     std::string socket = default_socket();
-    app.add_flag("--json", raw, "Print the raw result");
+    app.add_flag("--json", raw, "Print the result as JSON");
     app.add_option("--socket", socket, "The switch's control socket")
         ->envname("CHM_SOCKET")
         ->capture_default_str();
@@ -53,17 +53,17 @@ int run(int argc, char** argv)
     });
     double seconds = 2;
     uint32_t count = 0;
-    CLI::App* view = app.add_subcommand("watch", "Draw how the switch is, again and again");
+    CLI::App* view = app.add_subcommand("watch", "Show the state of the switch continuously");
     view->group("Views and scenarios");
-    view->add_option("--every", seconds, "How long a drawing stays")
+    view->add_option("--every", seconds, "Interval between updates")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.1, 3600.0))
         ->capture_default_str();
-    auto* counted = view->add_option("--count", count, "How often it draws, else until Ctrl-C")
+    auto* counted = view->add_option("--count", count, "Number of updates; by default until Ctrl-C")
                         ->type_name("N")
                         ->check(CLI::PositiveNumber);
     view->add_flag_callback(
-            "--once", [&] { count = 1; }, "Draw once")
+            "--once", [&] { count = 1; }, "Show the state once")
         ->excludes(counted);
     view->final_callback([&] { watch(socket, seconds, count); });
     add_example(*view, "--once");
@@ -73,21 +73,22 @@ int run(int argc, char** argv)
     CLI::App* scenario = app.add_subcommand("play", "Play a scenario of timed commands");
     scenario->group("Views and scenarios");
     scenario->add_option("FILE", file, "The scenario file")->required();
-    scenario->add_option("--speed", speed, "How many times as fast as the file says")
+    scenario->add_option("--speed", speed, "Speed relative to the file")
         ->type_name("TIMES")
         ->check(CLI::Range(0.001, 1e6))
         ->capture_default_str();
     scenario->final_callback([&] { play(file, speed, socket); });
     add_example(*scenario, "scenarios/fan-failure.toml --speed 2");
 
-    CLI::App* completion = app.add_subcommand("completion", "Print what completes words in bash");
+    CLI::App* completion =
+        app.add_subcommand("completion", "Print a script for completion in bash");
     completion->group("Files");
     completion->final_callback([] { std::fputs(bash_completion, stdout); });
     completion->footer("Example:\n  source <(chmctl completion)");
 
-    // Bash asks for it; see bash_completion.
+    // For the script of bash_completion.
     std::vector<std::string> words;
-    CLI::App* complete = app.add_subcommand("complete", "Print what a word may go on with");
+    CLI::App* complete = app.add_subcommand("complete", "Print completions of a word");
     complete->group("");
     complete->add_option("WORDS", words, "The words so far");
     complete->final_callback([&] {
@@ -96,7 +97,7 @@ int run(int argc, char** argv)
         }
     });
 
-    CLI::App* check = app.add_subcommand("check", "Check a chassis file, without a switch");
+    CLI::App* check = app.add_subcommand("check", "Check a chassis file; needs no switch");
     check->group("Files");
     check->add_option("FILE", file, "The chassis file")->required();
     check->final_callback([&] { check_chassis(file); });
@@ -119,7 +120,7 @@ int run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    // Whoever reads the output may stop reading at any line.
+    // The reader of the output may stop reading at any line.
     std::signal(SIGPIPE, [](int) { _exit(DONE); });
     try {
         return run(argc, argv);

@@ -47,7 +47,7 @@ std::vector<std::string> entity_names(const std::string& socket)
             names.push_back(text_of(entity, "name"));
         }
     } catch (const std::exception&) {
-        names.clear(); // there is nothing to complete with
+        names.clear(); // no completions
     }
     return names;
 }

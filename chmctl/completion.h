@@ -6,11 +6,10 @@
 #include <string>
 #include <vector>
 
-/// What bash reads to complete the words of chmctl.
+/// Script for bash that completes the words of chmctl.
 extern const char* const bash_completion;
 
-/// What the last of some words may go on with, as far as the words say which argument it is. Names
-/// of entities are asked from the switch at the socket, unless the words name another socket; none
-/// when there is no switch.
+/// Completions of the last word, as far as the words determine its argument. Names of entities come
+/// from the switch at the socket, or at the socket that the words name; none without a switch.
 std::vector<std::string> completions(const CLI::App& app, const std::vector<std::string>& words,
                                      std::string socket);

@@ -7,13 +7,13 @@
 #include <string>
 #include <vector>
 
-/// Texts of the switch and of files may hold anything; a terminal gets no control characters.
+/// A text of the switch or of a file, with control characters replaced for a terminal.
 std::string printable(std::string text);
 
 /// A text of an object, printable.
 std::string text_of(const nlohmann::json& object, const char* key);
 
-/// A status of an object, coloured as good or bad as it is; see paint().
+/// A status of an object, coloured by its severity; see paint().
 std::string status_of(const nlohmann::json& object, const char* key);
 
 std::string right_aligned(uint32_t number, size_t columns);

@@ -1,4 +1,4 @@
-// What goes on between the MIB modules and the platform.
+// The interface between MIB modules and platform: history, traces, notifications, faults.
 
 #include "libraries/event_log.h"
 #include "model/fault.h"
@@ -57,7 +57,7 @@ void print_notifications(const json& notifications)
     columns.print();
 }
 
-/// A fault in words.
+/// The effect of a fault as text.
 std::string effect_text(const json& fault)
 {
     const auto amount = fault.at("amount").get<uint32_t>();
@@ -109,7 +109,7 @@ void history_options(CLI::App& command, const Arguments& arguments)
 void fault_options(CLI::App& command, const Arguments& arguments)
 {
     add_named(command, arguments, "REQUEST", "request",
-              "What is asked for, by its name in the documentation or by its opcode");
+              "The request, by its name in the documentation or by its opcode");
     std::vector<std::string> effects;
     std::vector<std::string> amounts;
     for (const sim::FaultKind& kind : sim::fault_kinds) {
@@ -129,7 +129,7 @@ void fault_options(CLI::App& command, const Arguments& arguments)
                               "Only a " + listed(operations))
         ->check(CLI::IsMember(operations));
     add_argument<uint32_t>(command, "--count", arguments, "count",
-                           "How many requests it strikes, else all until it is cleared")
+                           "Number of requests that it strikes; by default all until it is cleared")
         ->type_name("N");
 }
 
@@ -139,17 +139,16 @@ void clear_faults_options(CLI::App& command, const Arguments& arguments)
 }
 
 constexpr Verb verbs[] = {
-    {"status", "Show how the switch is", "", no_options, print_status},
+    {"status", "Show the status of the switch", "", no_options, print_status},
     {"history", "Show the event history", "--last 20", history_options, print_history},
-    {"notifications", "Show the last notifications that were sent", "", no_options,
-     print_notifications},
+    {"notifications", "Show the last notifications sent", "", no_options, print_notifications},
     {"trace", "Switch tracing on or off", "history on", trace_options, print_trace},
-    {"marker", "Have power events report the unit status, or not", "on", marker_options,
+    {"marker", "Switch the unit status with power events on or off", "on", marker_options,
      print_marker},
-    {"fault", "Have requests of the MIB modules go wrong",
+    {"fault", "Inject a fault into requests of the MIB modules",
      "module fail 5 --operation set --count 2", fault_options, print_fault},
-    {"faults", "Show the faults that are set", "", no_options, print_faults},
-    {"clear-faults", "Clear the faults, or one of them", "2", clear_faults_options, print_faults},
+    {"faults", "Show the injected faults", "", no_options, print_faults},
+    {"clear-faults", "Clear all faults or one", "2", clear_faults_options, print_faults},
 };
 
 } // namespace

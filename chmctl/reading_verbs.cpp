@@ -1,4 +1,4 @@
-// Sensors and transceivers, and what they measure.
+// Sensors, transceivers and their readings.
 
 #include "model/transceiver.h"
 #include "output.h"
@@ -10,7 +10,7 @@ using nlohmann::json;
 
 namespace {
 
-/// A threshold in a few words; a star marks one that the value is beyond.
+/// A threshold as text; a star marks one that the value is beyond.
 std::string threshold_text(const json& threshold, const std::string& unit)
 {
     return text_of(threshold, "relation") + " " + quantity(threshold.at("value"), unit) + " " +
@@ -36,7 +36,7 @@ void print_sensors(const json& sensors)
     columns.print();
 }
 
-/// The transceivers, and below them all that they measure.
+/// The transceivers, and below them their readings.
 void print_transceivers(const json& transceivers)
 {
     Columns ports;
@@ -78,8 +78,8 @@ void reading_options(CLI::App& command, const Arguments& arguments)
 {
     add_entity(command, arguments, "SENSOR", "The sensor, by its index or its name");
     add_number_or_auto<double>(command, arguments, "VALUE", "value",
-                               "What it is to measure, in the unit that `sensors` shows, or auto "
-                               "to move again");
+                               "The reading, in the unit that `sensors` shows, or auto to end the "
+                               "override");
 }
 
 void add_port(CLI::App& command, const Arguments& arguments)
@@ -105,22 +105,21 @@ void transceiver_reading_options(CLI::App& command, const Arguments& arguments)
     add_argument<std::string>(command, "QUANTITY", arguments, "quantity", listed(quantities))
         ->required();
     add_number_or_auto<double>(command, arguments, "VALUE", "value",
-                               "What it is to measure, " + std::string(sim::no_light_key) +
-                                   " for no light, or auto to move again",
+                               "The reading, " + std::string(sim::no_light_key) +
+                                   " for no light, or auto to end the override",
                                sim::no_light_key);
 }
 
 constexpr Verb verbs[] = {
-    {"sensors", "Show what the sensors measure, and their thresholds", "", no_options,
-     print_sensors},
-    {"reading", "Set what a sensor measures", "\"Module 3 outlet\" 75", reading_options,
+    {"sensors", "Show the sensors with readings and thresholds", "", no_options, print_sensors},
+    {"reading", "Override the reading of a sensor", "\"Module 3 outlet\" 75", reading_options,
      print_nothing},
-    {"transceivers", "Show the transceivers and what they measure", "", no_options,
+    {"transceivers", "Show the transceivers with readings and thresholds", "", no_options,
      print_transceivers},
-    {"plug", "Plug in what was unplugged, or a new transceiver", "Ethernet3/1", plug_options,
+    {"plug", "Plug in the unplugged transceiver or a new one", "Ethernet3/1", plug_options,
      print_nothing},
     {"unplug", "Unplug a transceiver", "Ethernet3/1", add_port, print_nothing},
-    {"transceiver-reading", "Set what a transceiver measures", "Ethernet3/1 receive-power -12",
+    {"transceiver-reading", "Override a reading of a transceiver", "Ethernet3/1 receive-power -12",
      transceiver_reading_options, print_nothing},
 };
 

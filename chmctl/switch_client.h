@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string>
 
-/// Nobody answers at the socket.
+/// No switch answers at the socket.
 class NoSwitch : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -18,9 +18,9 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// Where a lab switch of this user listens unless told otherwise.
+/// The default control socket of a lab switch of this user.
 std::string default_socket();
 
-/// Asks the switch at a socket for one thing and waits for the result, ten seconds at most.
-/// Throws NoSwitch or Refused.
+/// Sends a request to the switch at a socket and waits for the result, at most ten seconds. Throws
+/// NoSwitch or Refused.
 nlohmann::json ask_switch(const std::string& socket, const nlohmann::json& request);

@@ -1,4 +1,4 @@
-// What the switch does as a whole: supervisors, LEDs, terminals.
+// Verbs of the whole switch: supervisors, LEDs, terminals.
 
 #include "model/led.h"
 #include "model/redundancy.h"
@@ -49,9 +49,9 @@ void switchover_options(CLI::App& command, const Arguments& arguments)
 {
     (*arguments)["reason"] = sim::switchover_requested;
     add_argument<int32_t>(command, "--reason", arguments, "reason",
-                          "Code of the reason that the high-availability manager tells")
+                          "Reason code of the high-availability manager")
         ->type_name("CODE")
-        ->default_str(std::to_string(sim::switchover_requested) + ", which is by request");
+        ->default_str(std::to_string(sim::switchover_requested) + " (requested)");
 }
 
 void supervisor_state_options(CLI::App& command, const Arguments& arguments)
@@ -63,7 +63,7 @@ void supervisor_state_options(CLI::App& command, const Arguments& arguments)
 
 void led_options(CLI::App& command, const Arguments& arguments)
 {
-    add_entity(command, arguments, "ENTITY", "What the LED sits on, by its index or its name");
+    add_entity(command, arguments, "ENTITY", "The entity with the LED, by its index or its name");
     add_argument<uint32_t>(command, "LED", arguments, "led", "Number of the LED, from 1")
         ->required();
     std::vector<std::string> colours = keys_of(sim::led_colours);
@@ -86,13 +86,13 @@ void led_options(CLI::App& command, const Arguments& arguments)
 
 constexpr Verb verbs[] = {
     {"redundancy", "Show the supervisors' roles", "", no_options, print_redundancy},
-    {"switchover", "Put the standby supervisor in charge", "--reason 1", switchover_options,
+    {"switchover", "Switch over to the standby supervisor", "--reason 1", switchover_options,
      print_redundancy},
-    {"supervisor-state", "Set the supervisors' state code", "4", supervisor_state_options,
+    {"supervisor-state", "Override the supervisors' state code", "4", supervisor_state_options,
      print_redundancy},
-    {"leds", "Show what the LEDs show", "", no_options, print_leds},
-    {"led", "Set what a LED shows", "\"Module 3\" 1 amber", led_options, print_nothing},
-    {"terminals", "Show the messages that reached the terminals", "", no_options, print_terminals},
+    {"leds", "Show the LEDs", "", no_options, print_leds},
+    {"led", "Override an LED", "\"Module 3\" 1 amber", led_options, print_nothing},
+    {"terminals", "Show the messages sent to the terminals", "", no_options, print_terminals},
 };
 
 } // namespace

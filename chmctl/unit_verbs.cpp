@@ -1,4 +1,4 @@
-// What the chassis is made of.
+// Verbs of the chassis and its units.
 
 #include "output.h"
 #include "records/entity_record.h"
@@ -91,8 +91,7 @@ void insert_options(CLI::App& command, const Arguments& arguments)
 void output_options(CLI::App& command, const Arguments& arguments)
 {
     add_entity(command, arguments, "POWER-SUPPLY", "The power supply, by its index or its name");
-    add_argument<uint32_t>(command, "WATTS", arguments, "watts", "What it is to deliver")
-        ->required();
+    add_argument<uint32_t>(command, "WATTS", arguments, "watts", "The new output")->required();
 }
 
 void chassis_type_options(CLI::App& command, const Arguments& arguments)
@@ -108,21 +107,20 @@ void print_export(const json& result)
 }
 
 constexpr Verb verbs[] = {
-    {"inventory", "Show what the chassis is made of", "", no_options, print_inventory},
+    {"inventory", "Show the entities of the chassis", "", no_options, print_inventory},
     {"units", "Show modules, power supplies and fan trays", "", no_options, print_units},
     {"set", "Change a text of an entity", R"("Slot 3" alias "row 4")", set_options, print_nothing},
     {"announce", "Announce a change of the inventory", "", no_options, print_nothing},
     {"pull", "Pull a unit out of its slot or bay", "\"Module 3\"", pull_options, print_nothing},
-    {"insert", "Insert what was pulled, or a new unit", "\"Slot 3\"", insert_options,
-     print_nothing},
-    {"fail", "Have a unit or a fan fail", "\"Fan 1/2\"", unit_options, print_nothing},
+    {"insert", "Insert the pulled unit or a new one", "\"Slot 3\"", insert_options, print_nothing},
+    {"fail", "Make a unit or a fan fail", "\"Fan 1/2\"", unit_options, print_nothing},
     {"repair", "Repair a unit or a fan", "\"Fan 1/2\"", unit_options, print_nothing},
-    {"output", "Change what a power supply delivers", "\"Power supply 1\" 1200", output_options,
+    {"output", "Change the output of a power supply", "\"Power supply 1\" 1200", output_options,
      print_nothing},
     {"plug-unknown", "Plug in a unit that the switch does not recognize", "\"Slot 3\"",
      place_options, print_nothing},
     {"chassis-type", "Set the type code of the chassis", "10", chassis_type_options, print_nothing},
-    {"export", "Print a chassis file of the chassis as it is", "> mine.toml", no_options,
+    {"export", "Print the running chassis as a chassis file", "> mine.toml", no_options,
      print_export},
 };
 

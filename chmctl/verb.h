@@ -1,4 +1,4 @@
-/// The commands that ask the switch.
+/// The commands that send a request to the switch.
 #pragma once
 
 #include "arguments.h"
@@ -6,7 +6,7 @@
 #include <functional>
 #include <span>
 
-/// A command that asks the switch: the verb of the request, its arguments, and how to print.
+/// A command that sends a request: its verb, its arguments, and how to print the result.
 struct Verb {
     const char* name;
     const char* help;
@@ -33,5 +33,5 @@ extern const VerbGroup platform_verbs;
 void add_verbs(CLI::App& app,
                const std::function<void(const Verb& verb, const nlohmann::json& request)>& run);
 
-/// Has the help of a command end with an example. @param arguments of the command
+/// Ends the help of a command with an example. @param arguments of the command
 void add_example(CLI::App& command, const std::string& arguments);

@@ -18,7 +18,7 @@ using nlohmann::json;
 
 namespace {
 
-constexpr size_t shown = 5; ///< lines of what there are many of
+constexpr size_t shown = 5; ///< lines of a long list
 
 void print_heading(const std::string& text)
 {
@@ -49,7 +49,7 @@ void print_units(const json& units)
     columns.print();
 }
 
-/// A reading with how near it is to the nearest of its thresholds, in its unit.
+/// A line with its sort key.
 struct Watched {
     double margin;
     std::vector<std::string> line;
@@ -92,8 +92,7 @@ void print_hottest(const json& sensors)
     print_worst("Hottest sensors", std::move(hottest));
 }
 
-/// Nearest to a threshold are those that have least of the way from the middle of their alarms to
-/// one of these left.
+/// Sorted by the distance to the nearest alarm, relative to the distance between the alarms.
 void print_worst_optics(const json& transceivers)
 {
     std::vector<Watched> worst;
@@ -136,7 +135,7 @@ void draw(const std::string& socket)
     std::printf("%s%s\n", status.contains("chassis") ? text_of(status, "chassis").c_str() : "none",
                 faults.empty() ? ""
                                : paint(Paint::warning,
-                                       "  (" + std::to_string(faults.size()) + " faults are set)")
+                                       "  (" + std::to_string(faults.size()) + " faults injected)")
                                      .c_str());
     print_units(ask(socket, "units"));
     print_hottest(ask(socket, "sensors"));

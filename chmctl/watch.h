@@ -1,4 +1,4 @@
-/// One screen that tells how the switch is.
+/// The status of the switch on one screen.
 #pragma once
 
 #include <cstdint>

@@ -10,8 +10,8 @@ archive_down() {
     exit 75
 }
 
-# The release's main archive alone: the i386 index of the security archive is not always in step.
-# Of an archive that it never had an index from, apt does not know the origin.
+# The release's main archive only: the i386 index of the security archive is not always up to date.
+# apt does not know the origin of an archive before it has an index from it.
 archive() {
     local about='$(RELEASE) $(COMPONENT) $(REPO_URI)'
     {
@@ -21,15 +21,16 @@ archive() {
         '$1 == release && $2 == "main" && $4 == "Debian" && !found++ { print $3 }'
 }
 
-# Mounts live and die with the namespace that they were made in.
+# Mounts exist as long as the namespace in which they are made.
 isolated() {
     unshare --mount --pid --fork --kill-child "$@"
 }
 
-# debian_root ROOT ARCHITECTURE PACKAGES: a root with these packages, separated by commas, is in
-# ROOT, made unless it is there. Ends with 75 when it is not and the archive does not answer.
+# debian_root ROOT ARCHITECTURE PACKAGES: makes a root with these packages, separated by commas, in
+# ROOT, unless it exists. Exits with 75 if it does not exist and the archive does not answer.
 debian_root() {
-    # There from the beginning, it marks the root as ours; it lists the packages once all are in.
+    # Created first, it marks the root as made by this script; once all packages are installed, it
+    # lists them.
     local root=$1 arch=$2 packages=$3 marker=$1/.$2-root uri answer log
     ((EUID == 0)) || fail "only root can make and enter a Debian root"
     "$source_dir/scripts/install-packages" root

@@ -1,20 +1,20 @@
-# What the commands share; sourced, not run.
+# Shared functions of the commands; sourced, not run.
 # shellcheck shell=bash
 
-# The agent lives in /usr/sbin, which is not on everybody's path.
+# The agent is in /usr/sbin, which is not on every user's path.
 PATH=$PATH:/usr/sbin:/sbin
 source_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # Where scripts/npm-net-snmp puts the base modules of the MIB files.
 # shellcheck disable=SC2034
 npm_dir=$source_dir/build/npm
 
-# The lab's SNMPv3 user who may do everything, as the SNMP tools take it.
+# Options of the SNMP tools for the lab's SNMPv3 user with all rights.
 lab_authentication=lab-authentication lab_encryption=lab-encryption
 # shellcheck disable=SC2034
 operator=(-v3 -l authPriv -u operator -a SHA -A "$lab_authentication" -x AES -X "$lab_encryption")
 
-# user_lines: the lab's users as an agent's configuration has them. Who may only read does not see
-# the terminal message, which is .2.9 of an enterprise.
+# user_lines: the lab's users, for an agent's configuration. Users with read access do not see the
+# terminal message, which is .2.9 of an enterprise.
 user_lines() {
     cat <<END
 view monitored included .1
@@ -28,7 +28,7 @@ rwuser operator priv
 END
 }
 
-# fail TEXT [STATUS]: one line on standard error, and the end.
+# fail TEXT [STATUS]: prints one line on standard error and exits.
 fail() {
     printf '%s: %s\n' "$(basename "$0")" "$1" >&2
     exit "${2:-1}"
@@ -43,7 +43,7 @@ quietly() {
     }
 }
 
-# packages_of GROUP...: the packages of these groups, one a line.
+# packages_of GROUP...: the packages of these groups, one per line.
 packages_of() {
     local group
     for group; do
