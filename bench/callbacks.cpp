@@ -4,6 +4,7 @@
 #include "constant_platform.h"
 #include "ipcx.h"
 #include "mib_modules.h"
+#include "mib_objects.h"
 #include "sensor_index.h"
 #include "trace.h"
 #include "wire/events.h"
@@ -19,7 +20,10 @@
 #include <cstring>
 #include <functional>
 #include <map>
+#include <set>
+#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 extern "C" {
@@ -121,97 +125,102 @@ struct Case {
 };
 std::vector<Case> cases;
 
+/// A column or a scalar as the MIB files define it.
 struct Object {
-    const char* name;
-    Oid instance;
+    std::string table; ///< `scalar` for none
+    std::string name;
+    Oid oid;
 };
+
+Oid oid_of(const char* text)
+{
+    Oid numbers;
+    std::istringstream words(text);
+    for (std::string word; std::getline(words, word, '.');) {
+        numbers.push_back(std::stoul(word));
+    }
+    return numbers;
+}
+
+#define OBJECT(table, name, oid) {#table, #name, oid_of(oid)},
+const Object objects[] = {SERVED_OBJECTS(OBJECT)};
+
+/// The first instance of an object, and one that is not there of an object without any.
+Oid first_instance(const Object& object)
+{
+    Oid instance = object.oid;
+    instance.push_back(0);
+    oid name[MAX_OID_LEN];
+    std::ranges::copy(object.oid, name);
+    size_t length = object.oid.size();
+    WriteMethod* write_method = nullptr;
+    counted_read(variable_for(instance), name, &length, 0, &write_method);
+    return length == object.oid.size() ? instance : Oid(name, name + length);
+}
+
+void add_read(const std::string& name, const Oid& instance)
+{
+    for (const bool exact : {true, false}) {
+        cases.push_back({(exact ? "GET " : "GETNEXT ") + name,
+                         [=, var = variable_for(instance)] { read(instance, var, exact); }});
+    }
+}
 
 #define PHYSICAL 1, 3, 6, 1, 2, 1, 47
 #define MAIN 1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9
-#define ALT 1, 3, 6, 1, 4, 1, ENTERPRISE_ALT
 
-constexpr oid sensor = ENTITY_SENSOR_START + 1;
 /// The voltage of the first port.
 constexpr oid transceiver = ENTITY_PORT_SFP_SENSOR_START + static_cast<uint32_t>(SFP_VOLTAGE);
 
+/// The callback of each table and scalar once, by the first object, and what differs from that.
 void add_reads()
 {
-    const Object objects[] = {
-        {"entPhysicalTable, text", {PHYSICAL, 1, 1, 1, 1, 2, 3}},
-        {"entPhysicalTable, vendor type", {PHYSICAL, 1, 1, 1, 1, 3, 3}},
-        {"entPhysicalTable, integer", {PHYSICAL, 1, 1, 1, 1, 5, 3}},
-        {"entPhysicalTable, warm transceiver", {PHYSICAL, 1, 1, 1, 1, 2, transceiver}},
-        {"entLogicalTable", {PHYSICAL, 1, 2, 1, 1, 2, 1}},
-        {"entLPMappingTable", {PHYSICAL, 1, 3, 1, 1, 1, 1}},
-        {"entAliasMappingTable", {PHYSICAL, 1, 3, 2, 1, 2, 1}},
-        {"entPhysicalContainsTable", {PHYSICAL, 1, 3, 3, 1, 1, 1}},
-        {"entLastChangeTime", {PHYSICAL, 1, 4, 1, 0}},
-        {"power supply group table", {MAIN, 117, 1, 1, 1, 1, 1, 3}},
-        {"FRU power status table", {MAIN, 117, 1, 1, 2, 1, 2, 3}},
-        {"power supply value table", {MAIN, 117, 1, 1, 4, 1, 1, 3}},
-        {"max default in-line power", {MAIN, 117, 1, 1, 3, 0}},
-        {"module table", {MAIN, 117, 1, 2, 1, 1, 2, 3}},
-        {"fan tray table", {MAIN, 117, 1, 4, 1, 1, 1, 3}},
-        {"physical status table", {MAIN, 117, 1, 5, 1, 1, 1, 3}},
-        {"redundancy status", {MAIN, 176, 1, 1, 1, 0}},
-        {"running configuration", {MAIN, 198, 1, 1, 6, 0}},
-        {"LED table", {MAIN, 195, 1, 3, 1, 2, 3, 1}},
-        {"second serial number", {MAIN, 195, 1, 4, 1, 1, 3}},
-        {"asset table", {ALT, 9, 92, 1, 1, 1, 11, 3}},
-        {"terminal message", {ALT, 2, 9, 5, 0}},
-        {"entSensorValueTable", {MAIN, 91, 1, 1, 1, 1, 4, sensor}},
-        {"entSensorValueTable, warm transceiver", {MAIN, 91, 1, 1, 1, 1, 4, transceiver}},
-        {"entSensorThresholdTable", {MAIN, 91, 1, 2, 1, 1, 4, sensor, 1}},
-        {"entSensorThresholdTable, warm transceiver", {MAIN, 91, 1, 2, 1, 1, 4, transceiver, 1}},
-    };
+    std::set<std::pair<std::string, FindVarMethod*>> seen;
     for (const Object& object : objects) {
-        variable* var = variable_for(object.instance);
-        for (const bool exact : {true, false}) {
-            cases.push_back({std::string(exact ? "GET " : "GETNEXT ") + object.name,
-                             [=, instance = object.instance] { read(instance, var, exact); }});
+        const Oid instance = first_instance(object);
+        if (seen.insert({object.table, variable_for(instance)->findVar}).second) {
+            add_read(object.table == "scalar" ? object.name : object.table, instance);
         }
     }
-    const Oid cold = {MAIN, 91, 1, 1, 1, 1, 4, transceiver};
-    cases.push_back({"GET entSensorValueTable, cold transceiver", [cold, var = variable_for(cold)] {
+    add_read("entPhysicalTable, vendor type", {PHYSICAL, 1, 1, 1, 1, 3, 3});
+    add_read("entPhysicalTable, integer", {PHYSICAL, 1, 1, 1, 1, 5, 3});
+    add_read("entPhysicalTable, warm transceiver", {PHYSICAL, 1, 1, 1, 1, 2, transceiver});
+    const Oid value = {MAIN, 91, 1, 1, 1, 1, 4, transceiver};
+    add_read("entSensorValueTable, warm transceiver", value);
+    add_read("entSensorThresholdTable, warm transceiver",
+             {MAIN, 91, 1, 2, 1, 1, 4, transceiver, 1});
+    cases.push_back({"GET entSensorValueTable, cold transceiver", [=, var = variable_for(value)] {
                          uptime += 6000;
-                         read(cold, var, true);
+                         read(value, var, true);
+                     }});
+}
+
+void add_write(const std::string& name, const Oid& instance)
+{
+    variable* var = variable_for(instance);
+    if (var->acl != RWRITE || read(instance, var, true) == nullptr) {
+        return; // read-only, or of a table without rows
+    }
+    cases.push_back({"SET " + name, [=] {
+                         WriteMethod* write = read(instance, var, true);
+                         oid asked[MAX_OID_LEN];
+                         std::ranges::copy(instance, asked);
+                         const auto type = static_cast<u_char>(var->type);
+                         long value = type == ASN_INTEGER ? 2 : 0x41414141;
+                         for (const int phase : {RESERVE1, RESERVE2, ACTION, COMMIT}) {
+                             write(phase, reinterpret_cast<u_char*>(&value), type, sizeof value,
+                                   nullptr, asked, instance.size());
+                         }
                      }});
 }
 
 void add_writes()
 {
-    const Object objects[] = {
-        {"entPhysicalAlias", {PHYSICAL, 1, 1, 1, 1, 14, 3}},
-        {"entPhysicalAssetID", {PHYSICAL, 1, 1, 1, 1, 15, 3}},
-        {"power redundancy mode", {MAIN, 117, 1, 1, 1, 1, 1, 3}},
-        {"FRU power admin status", {MAIN, 117, 1, 1, 2, 1, 1, 3}},
-        {"max default in-line power", {MAIN, 117, 1, 1, 3, 0}},
-        {"module admin status", {MAIN, 117, 1, 2, 1, 1, 1, 3}},
-        {"enable status notification", {MAIN, 117, 1, 3, 1, 0}},
-        {"redundancy admin action", {MAIN, 176, 1, 2, 11, 0}},
-        {"second serial number", {MAIN, 195, 1, 4, 1, 1, 3}},
-        {"message interval", {ALT, 2, 9, 5, 0}},
-        {"message duration", {ALT, 2, 9, 6, 0}},
-        {"message text", {ALT, 2, 9, 7, 0}},
-        {"message send", {ALT, 2, 9, 9, 0}},
-        {"threshold notification enable", {MAIN, 91, 1, 2, 1, 1, 6, sensor, 1}},
-        {"threshold notification enable, warm transceiver",
-         {MAIN, 91, 1, 2, 1, 1, 6, transceiver, 1}},
-    };
     for (const Object& object : objects) {
-        variable* var = variable_for(object.instance);
-        cases.push_back({std::string("SET ") + object.name, [=, instance = object.instance] {
-                             WriteMethod* write = read(instance, var, true);
-                             oid name[MAX_OID_LEN];
-                             std::copy(instance.begin(), instance.end(), name);
-                             const auto type = static_cast<u_char>(var->type);
-                             long value = type == ASN_INTEGER ? 2 : 0x41414141;
-                             for (const int phase : {RESERVE1, RESERVE2, ACTION, COMMIT}) {
-                                 write(phase, reinterpret_cast<u_char*>(&value), type, sizeof value,
-                                       nullptr, name, instance.size());
-                             }
-                         }});
+        add_write(object.name, first_instance(object));
     }
+    add_write("entSensorThresholdNotificationEnable, warm transceiver",
+              {MAIN, 91, 1, 2, 1, 1, 6, transceiver, 1});
 }
 
 void add_handlers()

@@ -46,17 +46,7 @@ void* copy_of(const Block& block)
     return sim::malloc_copy(std::as_bytes(std::span(&block, 1)));
 }
 
-/// Every big-endian word is 2, which is ok in a status.
-template <typename Record>
-Record make_sample()
-{
-    Record record;
-    std::fill_n(reinterpret_cast<be_uint32*>(&record), sizeof record / sizeof(be_uint32), 2);
-    return record;
-}
-
-template <>
-ent_phys_entry make_sample()
+ent_phys_entry make_entity()
 {
     ent_phys_entry row = {};
     const uint32_t vendor_type[] = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 12, 3, 1, 9, 22};
@@ -72,8 +62,7 @@ ent_phys_entry make_sample()
     return row;
 }
 
-template <>
-diag_info make_sample()
+diag_info make_lane()
 {
     diag_info lane;
     std::fill_n(reinterpret_cast<uint32_t*>(&lane), sizeof lane / sizeof(uint32_t), 3300);
@@ -81,37 +70,47 @@ diag_info make_sample()
     return lane;
 }
 
-template <typename Record>
-const Record& sample()
+/// The record of every other request: words of 2, which in a status says that all is well.
+std::array<be_uint32, 128> make_words()
 {
-    static const auto record = make_sample<Record>();
-    return record;
+    std::array<be_uint32, 128> words;
+    words.fill(2);
+    return words;
+}
+
+/// The record that a request is answered with.
+std::span<const std::byte> sample_of(const RequestCode& request)
+{
+    static const ent_phys_entry entity = make_entity();
+    static const auto words = make_words();
+    return request == physical_table ? std::as_bytes(std::span(&entity, 1))
+                                     : std::as_bytes(std::span(words)).first(request.record_size);
 }
 
 /// A call of cmi_req_resp with a response.
 struct Call {
+    const RequestCode& request;
     int32_t operation;
     const void* payload;
     void** response;
     uint32_t* length;
 
-    /// Answers with the sample of a record, the first words of which are an index.
-    template <typename Record>
+    /// Answers with the request's record, the first words of which are an index.
     int32_t answer(std::span<const be_uint32> index = {}, int32_t result = PLATFORM_OK) const
     {
-        *response = copy_of(sample<Record>());
+        *response = sim::malloc_copy(sample_of(request));
         memcpy(*response, index.data(), index.size_bytes());
-        *length = sizeof(Record);
+        *length = static_cast<uint32_t>(request.record_size);
         return result;
     }
 };
 
 /// A row of a table whose first indexes are the `count` ones after `base`, and any other one is 1.
-template <typename Record>
-int32_t answer_row(const Call& call, uint32_t count = small_table, uint32_t base = 0)
+int32_t answer_row(const Call& call, uint32_t count, uint32_t base = 0)
 {
-    std::array<be_uint32, row_key<Record>> index;
-    memcpy(index.data(), call.payload, sizeof index);
+    std::array<be_uint32, 2> words;
+    const std::span index = std::span(words).first(call.request.indexes);
+    memcpy(index.data(), call.payload, index.size_bytes());
     // An index cut short has a row after it that begins alike.
     if (call.operation == CHM_REQ_GETNEXT && (index.back() != 0 || index[0] <= base)) {
         index[0] = std::max<uint32_t>(index[0], base) + 1;
@@ -120,7 +119,7 @@ int32_t answer_row(const Call& call, uint32_t count = small_table, uint32_t base
         return PLATFORM_NO_SUCH_ENTRY;
     }
     std::fill(index.begin() + 1, index.end(), 1);
-    return call.answer<Record>(index);
+    return call.answer(index);
 }
 
 /// A failure directs a walk to the transceivers' sensors.
@@ -131,44 +130,26 @@ int32_t answer_physical(const Call& call)
     const bool after_below = call.operation == CHM_REQ_GETNEXT && index >= below;
     if (after_below && ports > 0 && index < ENTITY_PORT_SFP_SENSOR_START) {
         const be_uint32 start[] = {ENTITY_PORT_SFP_SENSOR_START};
-        return call.answer<ent_phys_entry>(start, PLATFORM_NO_SUCH_ENTRY);
+        return call.answer(start, PLATFORM_NO_SUCH_ENTRY);
     }
     return after_below || index > physical_rows_below
-               ? answer_row<ent_phys_entry>(call, physical_rows - below, PLATFORM_ROWS_RESUME)
-               : answer_row<ent_phys_entry>(call, below);
+               ? answer_row(call, physical_rows - below, PLATFORM_ROWS_RESUME)
+               : answer_row(call, below);
 }
 
-int32_t answer(uint32_t opcode, const Call& call)
+int32_t answer(const Call& call)
 {
-    switch (opcode) {
+    if (call.request.indexes == 0) {
+        return call.answer();
+    }
+    switch (call.request) {
     case physical_table:
         return answer_physical(call);
-    case terminal_message:
-        return call.answer<ts_info>();
-    case redundancy_status:
-        return call.answer<rf_status_record>();
-    case last_change_time:
-        return call.answer<platform_time>();
-    case max_default_in_line_power:
-    case enable_status_notification:
-        return call.answer<be_int32>();
-    case power_supply_group_table:
-        return answer_row<power_supply_group_record>(call);
-    case power_status_table:
-        return answer_row<power_status_record>(call);
-    case module_table:
-        return answer_row<module_record>(call);
-    case fan_tray_table:
-    case power_supply_table:
-        return answer_row<unit_status_record>(call);
-    case led_table:
-        return answer_row<led_entry>(call);
     case sensor_value_table:
-        return answer_row<ent_sensor_value_rec>(call, small_table, ENTITY_SENSOR_START);
     case sensor_threshold_table:
-        return answer_row<ent_sensor_thresh_rec>(call, small_table, ENTITY_SENSOR_START);
+        return answer_row(call, small_table, ENTITY_SENSOR_START);
     default:
-        return PLATFORM_NO_SUCH_ENTRY;
+        return answer_row(call, small_table);
     }
 }
 
@@ -232,8 +213,13 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
             free(again);
         });
     }
-    return response == nullptr ? PLATFORM_OK
-                               : answer(opcode, {operation, request, response, length});
+    if (response == nullptr) {
+        return PLATFORM_OK;
+    }
+    const auto* known = std::ranges::find(platform_requests, opcode, &RequestCode::opcode);
+    return known == std::end(platform_requests)
+               ? PLATFORM_NO_SUCH_ENTRY
+               : answer({*known, operation, request, response, length});
 }
 
 int32_t pm_cmi_get_port_config(uint32_t, int32_t, uint32_t, uint32_t* if_index, uint32_t*,
@@ -267,7 +253,8 @@ int32_t pm_get_sfp_diag_info(uint32_t, uint32_t if_index, void** diag, void** au
         });
     }
     *num_of_lanes = 1;
-    *diag = copy_of(sample<diag_info>());
+    static const diag_info lane = make_lane();
+    *diag = copy_of(lane);
     *aux = malloc(PM_DIAG_AUX_SIZE);
     return port_number(if_index) < ports ? PLATFORM_OK : PLATFORM_NO_SUCH_ENTRY;
 }

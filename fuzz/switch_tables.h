@@ -11,27 +11,27 @@
 #include <cassert>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 /// Walks a table to its end: whole records whose indexes, their first words, increase.
-template <typename Record>
-void walk_table(const Request<Record>& table)
+inline void walk_table(const RequestCode& table)
 {
-    // In wire order, so that bytes compare like numbers.
-    constexpr size_t key_size = row_key<Record> * 4;
-    Record record = {};
+    std::vector<uint8_t> record(table.record_size);
     for (;;) {
         void* block = nullptr;
-        uint32_t length = sizeof record;
-        const int32_t result = cmi_req_resp(table.opcode, CHM_REQ_GETNEXT, &record, &block, &length,
-                                            nullptr, 0, 39, ipcx_response_q, table.req_class);
+        auto length = static_cast<uint32_t>(record.size());
+        const int32_t result =
+            cmi_req_resp(table.opcode, CHM_REQ_GETNEXT, record.data(), &block, &length, nullptr, 0,
+                         39, ipcx_response_q, table.req_class);
         if (result != PLATFORM_OK) {
             assert(result == PLATFORM_NO_SUCH_ENTRY);
             free(block);
             return;
         }
-        assert(block != nullptr && length == sizeof record);
-        assert(memcmp(block, &record, key_size) > 0);
-        memcpy(&record, block, sizeof record);
+        assert(block != nullptr && length == record.size());
+        // In wire order, bytes compare like numbers.
+        assert(memcmp(block, record.data(), table.indexes * 4) > 0);
+        memcpy(record.data(), block, record.size());
         free(block);
     }
 }
@@ -70,13 +70,9 @@ inline void walk_all_tables()
     sim::chassis_in_place()->settings().diagnostics_delay = {};
     sim::chassis_in_place()->faults().clear();
     walk_ports();
-    walk_table(sensor_value_table);
-    walk_table(sensor_threshold_table);
-    walk_table(physical_table);
-    walk_table(power_supply_group_table);
-    walk_table(power_status_table);
-    walk_table(module_table);
-    walk_table(fan_tray_table);
-    walk_table(power_supply_table);
-    walk_table(led_table);
+    for (const RequestCode& request : platform_requests) {
+        if (request.indexes > 0) {
+            walk_table(request);
+        }
+    }
 }

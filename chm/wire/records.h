@@ -14,9 +14,12 @@ inline constexpr bool
     is_record_of = sizeof(Record) ==
                    Size&& std::is_standard_layout_v<Record>&& std::is_trivially_copyable_v<Record>;
 
-/// How many fields are a row's index, in their order in a name. They come first in the record.
+/// How many fields are a row's index, in their order in a name. They come first in the record. None
+/// are in a record that there is once.
 template <typename Row>
 inline constexpr size_t row_key = 1;
+template <>
+inline constexpr size_t row_key<be_int32> = 0;
 
 /// A physical entity: one row of entPhysicalTable and of the tables that extend it. Texts are
 /// NUL-terminated by the platform, but no reader relies on that.
@@ -66,6 +69,8 @@ struct platform_time {
     be_uint32 microseconds;
 };
 static_assert(is_record_of<platform_time, 8>);
+template <>
+inline constexpr size_t row_key<platform_time> = 0;
 
 /// A module of the chassis. The platform defines the columns without a name.
 struct module_record {
@@ -156,6 +161,8 @@ struct rf_status_record {
 };
 static_assert(is_record_of<rf_status_record, 32>);
 static_assert(offsetof(rf_status_record, admin_action) == 20);
+template <>
+inline constexpr size_t row_key<rf_status_record> = 0;
 
 /// A text message to terminal lines, in host order.
 struct ts_info {
@@ -167,6 +174,8 @@ struct ts_info {
 static_assert(is_record_of<ts_info, 272>);
 static_assert(offsetof(ts_info, text) == 8);
 static_assert(offsetof(ts_info, send) == 268);
+template <>
+inline constexpr size_t row_key<ts_info> = 0;
 
 /// A sensor and its reading: one row of entSensorValueTable.
 struct ent_sensor_value_rec {

@@ -24,13 +24,15 @@ enum platform_result : int32_t {
 /// The class of most requests, those to the port manager included.
 inline constexpr uint32_t USUAL_REQ_CLASS = 5;
 
-/// The parameters of a request, the size of its record in bytes, and its name for lists and chmctl.
-/// It converts to its opcode.
+/// What a request is sent with, the size of its record in bytes, how many words of it are a row's
+/// index (0 for what is no table), and its name for whoever lists requests or takes them by name.
+/// The opcode stands for it wherever a number is wanted.
 struct RequestCode {
     const char* name;
     uint32_t opcode;
     uint32_t req_class;
     size_t record_size;
+    size_t indexes;
 
     constexpr operator uint32_t() const { return opcode; }
 };
@@ -41,7 +43,7 @@ struct Request : RequestCode {
     using Record = CarriedRecord;
 
     constexpr Request(const char* its_name, uint32_t number, uint32_t its_class = USUAL_REQ_CLASS)
-        : RequestCode{its_name, number, its_class, sizeof(Record)}
+        : RequestCode{its_name, number, its_class, sizeof(Record), row_key<Record>}
     {
     }
 };

@@ -21,14 +21,23 @@ OPERATOR = ("-v3", "-l", "authPriv", "-u", "operator", "-a", "SHA", "-A", "lab-a
             "-x", "AES", "-X", "lab-encryption")
 
 ENT_PHYSICAL_ENTRY = "1.3.6.1.2.1.47.1.1.1.1"
-DESCR, NAME, SERIAL_NUM, ALIAS, ASSET_ID = (
-    f"{ENT_PHYSICAL_ENTRY}.{column}" for column in (2, 7, 11, 14, 15))
+DESCR, NAME, SERIAL_NUM, ALIAS = (f"{ENT_PHYSICAL_ENTRY}.{column}" for column in (2, 7, 11, 14))
 UPTIME = "1.3.6.1.2.1.1.3.0"
 LAST_CHANGE_TIME = "1.3.6.1.2.1.47.1.4.1.0"
 ENT_CONFIG_CHANGE = ".1.3.6.1.2.1.47.2.0.1"
 
+# What the modules serve, by name, as the build lists it.
+SERVED = {name: oid for table, name, oid, *_ in map(
+    str.split, (BUILD / "share/chmsnmp/served-objects").read_text().splitlines())
+    if table != "notification"}
+
 # A shell's background job ignores SIGINT and hands that on; what is started here must not.
 signal.signal(signal.SIGINT, signal.default_int_handler)
+
+
+def module_root(oid):
+    """The root of the module that an OID is of."""
+    return ".".join(oid.split(".")[:7 if oid.startswith("1.3.6.1.2.1.") else 9])
 
 
 def free_port(following=0):

@@ -16,15 +16,13 @@ from pathlib import Path
 
 import pytest
 
-from lab import ALIAS, DESCR, NAME, OPERATOR, SOURCE, Switch
+from lab import ALIAS, BUILD, DESCR, NAME, OPERATOR, SERVED, SOURCE, Switch, module_root
 
 REQUESTS = int(os.environ.get("CHM_ENDURANCE", 10_000))
 UNDER = os.environ.get("CHM_UNDER", "").split()
 GET, GETNEXT, SET, GETBULK = 0xa0, 0xa1, 0xa3, 0xa5
-MAIN, ALT = "1.3.6.1.4.1.32473.9", "1.3.6.1.4.1.99999"
-ROOTS = ["1.3.6.1.2.1.47", *(f"{MAIN}.{module}" for module in (91, 117, 176, 195, 198)),
-         f"{ALT}.9.92", f"{ALT}.2.9"]
-BEFORE_READINGS = f"{MAIN}.91.1.1.1.1.4.25812"  # of transceivers
+ROOTS = sorted(set(map(module_root, SERVED.values())))
+BEFORE_READINGS = SERVED["entSensorValue"] + ".25812"  # of transceivers
 BAD_COMMUNITIES, PARSE_ERRORS = "1.3.6.1.2.1.11.4.0", "1.3.6.1.2.1.11.6.0"
 MODULE_STATUS = "1.3.6.1.4.1.2021.13.14.2.1.5"  # of the agent's loaded modules
 MODULE_NAMES = "1.3.6.1.4.1.8072.1.2.1.1.4"  # of the subtrees registered with the agent
@@ -162,17 +160,10 @@ def test_bad_packets_are_counted_and_not_answered(switch):
     assert switch.walk("1.3.6.1.2.1.47") == before
 
 
-def test_a_reader_writes_nothing_at_all(switch):
-    oids, client = instances(switch), Client(switch)
-    before = switch.walk("1.3.6.1.2.1.47")
-    for oid in oids:
-        for value in (integer(1), ber(4, b"mine")):
-            assert client.error(packet(SET, oid, value=value)) == 6, oid
-    assert switch.walk("1.3.6.1.2.1.47") == before
-
-
 def test_kills_reloads_and_unloaded_modules():
-    unload, load, modules = 5, 4, range(2, 10)  # the first is the switch itself
+    unload, load = 5, 4
+    loaded = (BUILD / "share/chmsnmp/modules.conf").read_text().count("\ndlmod ")
+    modules = range(2, 2 + loaded)  # the first is the switch itself
     with Switch("small") as switch:
         for _ in range(2):
             switch.process.kill()

@@ -4,11 +4,9 @@ import re
 
 import pytest
 
-from lab import BUILD, READER, SOURCE, Switch, run
+from lab import BUILD, READER, SERVED, SOURCE, Switch, module_root, run
 
 FILES = sorted((BUILD / "share/snmp/mibs").rglob("*.mib"))
-SERVED = {words[1]: words[2] for words in map(
-    str.split, (SOURCE / "scripts/served-objects").read_text().splitlines()) if words[0] != "#"}
 KINDS = {"INTEGER": "i", "Integer32": "i", "OCTET": "s", "TimeTicks": "t", "OBJECT": "o",
          "Gauge32": "u"}
 # What becomes of an object that may be written and is given the value that it has.
@@ -20,14 +18,9 @@ def with_mibs(*command):
     return run(SOURCE / "scripts/with-mibs", BUILD, *command)
 
 
-def arc(oid, length):
-    return ".".join(oid.split(".")[:length])
-
-
 def is_served(oid):
     """Whether a module that the agent serves has this."""
-    return any(f"{oid}.".startswith(f"{arc(root, 7 if '.47.' in root else 9)}.")
-               for root in SERVED.values())
+    return module_root(oid) in map(module_root, SERVED.values())
 
 
 @pytest.fixture(scope="module")
@@ -64,7 +57,7 @@ def test_the_files_have_what_is_served(definitions):
 
 def test_every_instance_has_name_index_and_type(switch, definitions):
     rows = {oid: (oid, text) for oid, text in definitions.values() if "\n  INDEX" in text}
-    for root in sorted({arc(oid, 7) for oid in SERVED.values()}):
+    for root in sorted(set(map(module_root, SERVED.values()))):
         answer = with_mibs("snmpbulkwalk", *READER, "-OX", f"127.0.0.1:{switch.port}", root)
         assert (answer.returncode, answer.stderr) == (0, "")
         for line in answer.stdout.splitlines():

@@ -42,8 +42,16 @@ def bring_up(runtime, tmp_path):
         process.communicate()
 
 
-def until_ready(process):
-    assert any("Ctrl-C" in line for line in process.stdout), process.stderr.read()
+@pytest.fixture
+def ready(bring_up, runtime):
+    """ready(OPTION...) waits until the command is ready, and gives its state directory too."""
+    def start(*options, **more):
+        process = bring_up(*options, **more)
+        assert any("Ctrl-C" in line for line in process.stdout), process.stderr.read()
+        state, = runtime.iterdir()
+        return process, state
+
+    return start
 
 
 def refusal(process):
@@ -54,12 +62,10 @@ def refusal(process):
 
 
 @pytest.mark.parametrize("goodbye", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
-def test_it_leaves_nothing_behind(bring_up, runtime, goodbye):
+def test_it_leaves_nothing_behind(bring_up, ready, runtime, goodbye):
     port = free_port()
-    process = bring_up(port=port)
-    until_ready(process)
+    process, state = ready(port=port)
     assert f"already runs on port {port}" in refusal(bring_up(port=port))
-    state, = runtime.iterdir()
     assert state.stat().st_mode & 0o777 == 0o700
     os.killpg(process.pid, goodbye)
     process.communicate(timeout=20)
@@ -68,11 +74,9 @@ def test_it_leaves_nothing_behind(bring_up, runtime, goodbye):
         os.killpg(process.pid, 0)
 
 
-def test_what_a_killed_one_left_is_no_obstacle(bring_up, runtime):
+def test_what_a_killed_one_left_is_no_obstacle(bring_up, ready, runtime):
     port = free_port()
-    process = bring_up(port=port)
-    until_ready(process)
-    state, = runtime.iterdir()
+    process, state = ready(port=port)
     agent = (state / "snmpd.pid").read_text().strip()
     process.kill()
     wait_for(lambda: not os.path.exists(f"/proc/{agent}/exe"), "end of the agent")
@@ -81,11 +85,9 @@ def test_what_a_killed_one_left_is_no_obstacle(bring_up, runtime):
     assert not os.listdir(runtime)
 
 
-def test_it_shows_notifications_by_name_and_the_death_of_its_agent(bring_up, runtime):
+def test_it_shows_notifications_by_name_and_the_death_of_its_agent(ready, runtime):
     run(SOURCE / "scripts/with-mibs", BUILD, "true")  # has the base modules installed
-    process = bring_up()
-    until_ready(process)
-    state, = runtime.iterdir()
+    process, state = ready()
     run(BUILD / "bin/chmctl", "--socket", state / "control", "pull", "Module 3")
     shown = next(line for line in process.stdout if " qefcFRURemoved " in line)
     assert re.fullmatch(r"[\d:]{8} qefcFRURemoved \| entPhysicalContainedIn.1003 = 103 \| "
@@ -96,12 +98,10 @@ def test_it_shows_notifications_by_name_and_the_death_of_its_agent(bring_up, run
     assert not os.listdir(runtime)
 
 
-def test_its_logs_do_not_grow_for_ever(bring_up, runtime):
+def test_its_logs_do_not_grow_for_ever(ready):
     run(SOURCE / "scripts/with-mibs", BUILD, "true")  # has the base modules installed
     port = free_port()
-    process = bring_up(port=port)
-    until_ready(process)
-    state, = runtime.iterdir()
+    process, state = ready(port=port)
     logs = [state / "snmpd.log", state / "notifications.log"]
     for log in logs:
         with log.open("a") as lines:
@@ -139,21 +139,20 @@ def test_a_taken_port_is_named(bring_up, runtime):
     assert not os.listdir(runtime)
 
 
-def test_users_alone_see_an_engine_that_only_grows_older(bring_up, runtime):
+def test_users_alone_see_an_engine_that_only_grows_older(ready):
     port, engine, boots = free_port(), b"core-1".hex(), 0
     user = f"createUser -e 0x80001f8804{engine} operator SHA lab-authentication AES lab-encryption"
     with TrapReceiver([user]) as receiver:
         for start in (1, 2):
-            process = bring_up("--v3-only", "--name", "core-1", "--trap-sink",
-                               f"127.0.0.1:{receiver.port}", port=port)
-            until_ready(process)
+            process, state = ready("--v3-only", "--name", "core-1", "--trap-sink",
+                                   f"127.0.0.1:{receiver.port}", port=port)
             words = "-Oqv", f"127.0.0.1:{port}", "1.3.6.1.2.1.1.5.0", ENGINE_BOOTS
             name, engine_boots = run("snmpget", *OPERATOR, *words).stdout.splitlines()
             assert name == '"core-1"' and boots <= int(engine_boots) != 1
             boots = int(engine_boots)
             assert "Timeout" in run("snmpget", *READER, "-r0", "-t0.5", *words).stderr
-            control = next(runtime.iterdir()) / "control"
-            assert run(BUILD / "bin/chmctl", "--socket", control, "announce").returncode == 0
+            chmctl = run(BUILD / "bin/chmctl", "--socket", state / "control", "announce")
+            assert chmctl.returncode == 0
             receiver.wait_for(ENT_CONFIG_CHANGE, start)
             os.killpg(process.pid, signal.SIGINT)
             process.communicate(timeout=20)

@@ -1,17 +1,8 @@
 #include "model_switch.h"
 
-namespace {
-
-size_t record_size(uint32_t opcode)
-{
-    return std::ranges::find(platform_requests, opcode, &RequestCode::opcode)->record_size;
-}
-
-} // namespace
-
 Bytes model_row(uint32_t opcode, RowKey key, uint32_t seed)
 {
-    Bytes row(record_size(opcode));
+    Bytes row(request_of(opcode).record_size);
     for (size_t i = 0; i < row.size(); ++i) {
         row[i] = static_cast<uint8_t>(seed % 2 == 0 ? 1 + (seed + i) % 251 : (seed + i) % 509);
     }
@@ -47,7 +38,7 @@ PlatformAnswer ModelSwitch::answer(const PlatformCall& call)
     auto& rows = tables.at(call.opcode);
     RowKey key = {};
     if (call.payload) {
-        EXPECT_EQ(call.length, record_size(call.opcode));
+        EXPECT_EQ(call.length, request_of(call.opcode).record_size);
     }
     if (!is_scalar(call.opcode)) {
         key.first = wire_word(call.payload.value(), 0);

@@ -8,18 +8,21 @@
 /// A row's index, its second word 0 where there is none; all 0 for the record of scalars.
 using RowKey = std::pair<uint32_t, uint32_t>;
 
+constexpr const RequestCode& request_of(uint32_t opcode)
+{
+    return *std::ranges::find(platform_requests, opcode, &RequestCode::opcode);
+}
+
 /// Whether a table's rows have two indexes.
 constexpr bool has_two_indexes(uint32_t opcode)
 {
-    return opcode == sensor_threshold_table || opcode == led_table;
+    return request_of(opcode).indexes == 2;
 }
 
 /// Whether an opcode's one record has scalars, and no index.
 constexpr bool is_scalar(uint32_t opcode)
 {
-    constexpr uint32_t scalars[] = {terminal_message, max_default_in_line_power, last_change_time,
-                                    enable_status_notification, redundancy_status};
-    return std::ranges::find(scalars, opcode) != std::end(scalars);
+    return request_of(opcode).indexes == 0;
 }
 
 struct ModelSwitch {

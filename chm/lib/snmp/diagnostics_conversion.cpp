@@ -93,8 +93,11 @@ struct Condition {
 
 Condition condition_of(const LaneSensor& sensor, const diag_info& lane)
 {
-    constexpr int32_t alarm = 20, warning = 10, none = 1;
-    constexpr int32_t below = 1, above = 3;
+    constexpr int32_t alarm = 20;
+    constexpr int32_t warning = 10;
+    constexpr int32_t none = 1;
+    constexpr int32_t below = 1;
+    constexpr int32_t above = 3;
     const uint32_t high = sensor.high_bit;
     const uint32_t low = high << 1;
     if (((lane.alarm_flags | lane.warn_flags) & high) != 0) {
@@ -139,8 +142,9 @@ using Thresholds = float[CACHE_SENSORS][SENSOR_THRESHOLDS];
 
 /// The five that both traces show.
 #define TRACED_THRESHOLDS(of)                                                                      \
-    of[CACHE_TX_POWER][HIGH_ALARM], of[CACHE_TX_POWER][LOW_ALARM], of[CACHE_RX_POWER][LOW_ALARM],  \
-        of[CACHE_VOLTAGE][HIGH_ALARM], of[CACHE_VOLTAGE][LOW_WARNING]
+    (of)[CACHE_TX_POWER][HIGH_ALARM], (of)[CACHE_TX_POWER][LOW_ALARM],                             \
+        (of)[CACHE_RX_POWER][LOW_ALARM], (of)[CACHE_VOLTAGE][HIGH_ALARM],                          \
+        (of)[CACHE_VOLTAGE][LOW_WARNING]
 
 void convert_all_thresholds(const char* function, const diag_info& lane, sfp_cache_entry& entry)
 {

@@ -1,28 +1,13 @@
 #include "libraries/notification_log.h"
 
+#include "mib_objects.h"
 #include "model/named.h"
 
 namespace sim {
 namespace {
 
-#define TEXT_OF(number) #number
-#define NUMBER_TEXT(number) TEXT_OF(number)
-#define MAIN_ROOT "1.3.6.1.4.1." NUMBER_TEXT(ENTERPRISE_MAIN) ".9."
-#define ALT_ROOT "1.3.6.1.4.1." NUMBER_TEXT(ENTERPRISE_ALT) ".9."
-
-constexpr Named<std::string_view> names[] = {
-    {"entConfigChange", "1.3.6.1.2.1.47.2.0.1"},
-    {"qefcModuleStatusChange", MAIN_ROOT "117.2.0.1"},
-    {"qefcPowerStatusChange", MAIN_ROOT "117.2.0.2"},
-    {"qefcFRUInserted", MAIN_ROOT "117.2.0.3"},
-    {"qefcFRURemoved", MAIN_ROOT "117.2.0.4"},
-    {"qefcUnrecognizedFRU", MAIN_ROOT "117.2.0.5"},
-    {"qefcFanTrayStatusChange", MAIN_ROOT "117.2.0.6"},
-    {"qefcPowerSupplyOutputChange", MAIN_ROOT "117.2.0.7"},
-    {"qRFSwitchover", MAIN_ROOT "176.2.0.1"},
-    {"entSensorThresholdNotification", MAIN_ROOT "91.2.0.1"},
-    {"connUnitStatusChange", ALT_ROOT "116.0.1"},
-};
+#define NAMED(name, oid) {#name, oid},
+constexpr Named<std::string_view> names[] = {NOTIFICATIONS(NAMED)};
 
 constexpr size_t max_notifications = 100;
 

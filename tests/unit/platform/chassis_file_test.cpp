@@ -25,23 +25,18 @@ serial = "123456789012345678901234567890123" -> 4: 'serial' has 33 bytes, more t
 alias = "a\u0000b" -> 4: 'alias' contains a NUL
 replaceable = 1 -> 4: 'replaceable' is not true or false
 fan-tray-bays = 17 -> 4: 'fan-tray-bays' is 17, not within 0 to 16
-fan-tray-bays = "2" -> 4: 'fan-tray-bays' is not an integer
 [[module]];ports = 1 -> 4: [[module]] has no 'slot'
 [[module]];slot = 0 -> 5: 'slot' is 0, not within 1 to 18
 [[module]];slot = [1, 3] -> 5: the chassis has no slot 3; see its 'slots'
 [[module]];slot = 1;[[module]];slot = 1 -> 7: slot 1 holds another module
-[[module]];slot = 1;ports = 65 -> 6: 'ports' is 65, not within 0 to 64
-[[module]];slot = 1;output = 1 -> 6: unknown key 'output'
 [[module]];slot = 1;type = "card" -> 6: there is no [types.card]
 [types.psu];ports = 1;[[power-supply]];bay = 1;type = "psu" -> 5: unknown key 'ports'
-[[module]];slot = 1;sensors = [{ name = "a" }, { limit = 1 }] -> 6: unknown key 'limit'
 sensors = [{ kind = 7 }] -> 4: 'kind' is none of 'temperature', 'voltage', 'ac-voltage', 'current', 'power', 'frequency', 'humidity', 'fan-speed'
 sensors = [{ low = 46 }] -> 4: 'low' is 46, above 'high', which is 45
 sensors = [{ high = nan }] -> 4: 'high' is nan, not within -1e+09 to 1e+09
 sensors = [{ scale = "milli", precision = 5 }] -> 4: 'low' is 35, not within -10 to 10
 sensors = [{ thresholds = [{ notify = true }] }] -> 4: there is no 'value'
 sensors = [{ thresholds = [{ value = 1 }, { value = 2.5 }, { value = 3 }, { value = 4 }, { value = 5 }] }] -> 4: more than 4 thresholds
-[[module]];slot = 1;role = "spare" -> 6: 'role' is none of 'supervisor', 'line-card'
 [[module]];slot = 1;electrical = "1-" -> 6: 'electrical' is not a list of ports such as "1-8,10"
 [[module]];slot = 1;ports = 4;transceivers = [{ ports = "2, 4-5" }] -> 7: 'ports' lists 4-5, not within 1-4
 [[module]];slot = 1;ports = 2;transceivers = [{ ports = "1" }, { ports = "1-2" }] -> 7: port 1 holds another transceiver
@@ -52,26 +47,18 @@ serial = "12345678901234567890123456789012";[[module]];slot = 1 -> 4: 'serial' i
 [[entity]];index = 1;serial = "12345678901234567890123456789012";[[module]];slot = 1 -> 6: 'serial' is too long: that of Module 1, which derives from it, has 37 bytes, more than 32
 manufacturer = "12345678901234567890123456789012";[[module]];slot = 1;ports = 1;transceivers = [{ ports = "1" }] -> 4: 'manufacturer' is too long: that of the transceiver in Ethernet1/1, which derives from it, has 32 bytes, more than 31
 [types.card];power = "much" -> 5: 'power' is not an integer
-[types.card];ports = 1;sensors = [{ kind = "noise" }] -> 6: 'kind' is none of 'temperature', 'voltage', 'ac-voltage', 'current', 'power', 'frequency', 'humidity', 'fan-speed'
 [types.card];ports = 1;output = 1 -> 4: no module, power supply or fan tray may have all of these keys
 [types.card];slot = 1 -> 5: unknown key 'slot'
-[[module]];slot = 1;ports = 2;electrical = "1,,2" -> 7: 'electrical' is not a list of ports such as "1-8,10"
 [[module]];slot = 1;ports = 2;electrical = "1," -> 7: 'electrical' is not a list of ports such as "1-8,10"
-[[module]];slot = 1;ports = 2;electrical = "1 2" -> 7: 'electrical' is not a list of ports such as "1-8,10"
 [[module]];slot = 1;ports = 2;electrical = "99999999999" -> 7: 'electrical' is not a list of ports such as "1-8,10"
 name = { hex = "6" } -> 4: 'hex' is not pairs of hexadecimal digits such as "c3a4"
-name = { bytes = "66" } -> 4: unknown key 'bytes'
-name = { hex = "6600" } -> 4: 'name' contains a NUL
 [[entity]];index = 1001 -> 4: there is no entity 1001
 [[entity]];index = 1;[[entity]];index = 1 -> 7: another [[entity]] has the index 1
 [[unrecognized]];place = 103 -> 5: there is no slot or bay 103
 [[module]];slot = 1;[[unrecognized]];place = 101 -> 7: Slot 1 is not empty
-redundancy-mode = "some" -> 4: 'redundancy-mode' is none of 'none', 'spare-supply', 'spare-half'
-[supervisors];in-charge = "1" -> 5: 'in-charge' is not an integer
 [[module]];slot = 1;role = "supervisor";[supervisors];in-charge = 2 -> 8: slot 2 holds no supervisor in service
 [[led]];entity = 1;led = 2;value = 1 -> 6: entity 1 has no LED 2
 [[led]];entity = 1;led = 1;value = "pink" -> 7: 'value' is none of 'off', 'green', 'amber', 'red', 'blinking-green'
-[[fault]];request = "led" -> 4: [[fault]] has no 'effect'
 [[fault]];request = "led";effect = "short" -> 4: a fault 'short' has no 'amount'
 [[fault]];request = "led";effect = "nothing";amount = 3 -> 7: 'nothing' takes no 'amount'
 [[fault]];request = "next-port";effect = "short";amount = 1 -> 4: answers to 'next-port' come without a length: they cannot be short or long
@@ -146,9 +133,6 @@ TEST(ChassisFile, ExhaustsNothingHoweverLongItIs)
     EXPECT_EQ(error_in(start + "slots = { " + parts + " = 1 }"), complaint);
     EXPECT_EQ(error_in(start + "slots.b.c.d.e.f.g.h.i.j.k.l.m.n.o.p = 1.5"),
               "6: 'slots' is not an integer");
-    EXPECT_EQ(error_in("[chassis]\nslots = 1\n[[module]]\nslot = 1\nports = 3\nelectrical = \"" +
-                       std::string(20'000, '1') + "\""),
-              "6: 'electrical' is not a list of ports such as \"1-8,10\"");
     std::string ports = "1";
     for (int i = 0; i < 20'000; ++i) {
         ports += ",1";

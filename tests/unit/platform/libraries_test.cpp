@@ -114,48 +114,38 @@ TEST(RequestUser, IsTheCommunityOrTheUserUntilTheRequestEnds)
     EXPECT_EQ(get_snmp_username(nullptr), nullptr);
 }
 
-class Faults : public SwitchTest {};
+using Faults = SwitchTest;
 
 TEST_F(Faults, AddUpToNoMoreThanOneMayDo)
 {
-    const auto set = [](const std::string& fault) {
-        const std::string answer =
-            sim::answer_request(R"({"verb": "fault", "request": )" + fault + "}");
-        return answer.find(R"("ok":true)") != std::string::npos
-                   ? "set"
-                   : answer.substr(10, answer.rfind(R"(","ok")") - 10); // after {"error":"
-    };
-    const std::pair<const char*, const char*> cases[] = {
-        {R"("module", "effect": "delay", "amount": 6000, "operation": "get")", "set"},
-        {R"("module", "effect": "delay", "amount": 6000, "operation": "set")", "set"},
-        {R"("module", "effect": "delay", "amount": 4001)",
-         "the faults of a get would add up to 10001 milliseconds, and the most is 10000"},
-        {R"("module", "effect": "delay", "amount": 4000)", "set"},
-        {R"(1029, "effect": "delay", "amount": 1, "operation": "set")",
-         "the faults of a set would add up to 10001 milliseconds, and the most is 10000"},
-        {R"("led", "effect": "delay", "amount": 10000)", "set"},
-        {R"("module", "effect": "long", "amount": 65536)", "set"},
-        {R"("module", "effect": "long", "amount": 1)",
-         "the faults of a get would add up to 65537 bytes, and the most is 65536"},
-        {R"("module", "effect": "short", "amount": 65536)", "set"},
-        {R"("module", "effect": "fail", "amount": 2147483647)", "set"},
-        {R"("module", "effect": "fail", "amount": 2147483647)", "set"}};
-    for (const auto& [fault, outcome] : cases) {
-        EXPECT_EQ(set(fault), outcome) << fault;
-    }
-    for (const char* request : {R"("port-configuration")", R"("next-port")",
-                                R"("transceiver-information")", R"("transceiver-diagnostics")"}) {
-        for (const char* effect :
-             {R"(, "effect": "short", "amount": 1)", R"(, "effect": "long", "amount": 1)"}) {
-            EXPECT_NE(set(std::string(request) + effect).find("without a length"),
-                      std::string::npos);
+    follow(R"(
+fault 0, "request": "module", "effect": "delay", "amount": 6000, "operation": "get" ->
+fault 0, "request": "module", "effect": "delay", "amount": 6000, "operation": "set" ->
+fault 0, "request": "module", "effect": "delay", "amount": 4001 -> the faults of a get would add up to 10001 milliseconds, and the most is 10000
+fault 0, "request": "module", "effect": "delay", "amount": 4000 ->
+fault 0, "request": 1029, "effect": "delay", "amount": 1, "operation": "set" -> the faults of a set would add up to 10001 milliseconds, and the most is 10000
+fault 0, "request": "led", "effect": "delay", "amount": 10000 ->
+fault 0, "request": "module", "effect": "long", "amount": 65536 ->
+fault 0, "request": "module", "effect": "long", "amount": 1 -> the faults of a get would add up to 65537 bytes, and the most is 65536
+fault 0, "request": "module", "effect": "short", "amount": 65536 ->
+fault 0, "request": "module", "effect": "fail", "amount": 2147483647 ->
+fault 0, "request": "module", "effect": "fail", "amount": 2147483647 ->
+)");
+    for (const std::string request : {"port-configuration", "next-port", "transceiver-information",
+                                      "transceiver-diagnostics"}) {
+        for (const std::string effect : {"short", "long"}) {
+            EXPECT_EQ(refusal(R"(fault 0, "amount": 1, "request": ")" + request +
+                              R"(", "effect": ")" + effect + "\""),
+                      "answers to '" + request +
+                          "' come without a length: they cannot be short or long");
         }
     }
+    const std::string one_more = R"(fault 0, "request": "led", "effect": "nothing")";
     while (sim::chassis_in_place()->faults().size() < 100) {
-        EXPECT_EQ(set(R"("led", "effect": "nothing")"), "set");
+        ASSERT_EQ(refusal(one_more), "");
     }
-    EXPECT_EQ(set(R"("led", "effect": "nothing")"), "100 faults are set already");
-    sim::answer_request(R"({"verb": "clear-faults"})");
+    EXPECT_EQ(refusal(one_more), "100 faults are set already");
+    EXPECT_EQ(refusal("clear-faults 0"), "");
     EXPECT_TRUE(sim::chassis_in_place()->faults().empty());
 }
 

@@ -40,7 +40,6 @@ TEST_F(PlatformManager, DescribesEntitiesAsTheirFileTypesAndDefaultsSay)
         {1, "Box, Chassis, Maker, S1, 4294967295"},
         {103, "Slot 3, Slot, Maker, , 3"},
         {302, "Fan tray bay 2, Fan tray bay, Maker, , 12"},
-        {1002, "Module 2, Card, Maker, S1-1002, 1"},
         {3002, "Fan tray 2, Fan tray, Other, S1-3002, 1"},
         {4034, "Fan 2/2, Fan, Maker, , 2"},
         {21589, "Box inlet, Inlet temperature, Maker, , 1"},

@@ -7,8 +7,10 @@
 #include "libraries/c_boundary.h"
 #include "libraries/event_queue.h"
 #include "libraries/platform_manager.h"
+#include "wire/requests.h"
 
 #include <arpa/inet.h>
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -99,9 +101,15 @@ inline Answer request(uint32_t opcode, int32_t operation, Bytes payload)
 }
 
 /// The tables: opcode of their requests and size of their records.
-inline const std::map<uint32_t, size_t> tables = {{1026, 2780}, {1027, 284}, {1028, 16},
-                                                  {1029, 316},  {1031, 40},  {1032, 28},
-                                                  {1046, 8},    {3242, 12},  {3270, 8}};
+inline const std::map<uint32_t, size_t> tables = [] {
+    std::map<uint32_t, size_t> all;
+    for (const RequestCode& request : platform_requests) {
+        if (request.indexes > 0) {
+            all[request.opcode] = request.record_size;
+        }
+    }
+    return all;
+}();
 
 /// The record that asks for a row by its index, and by its second index where a table has one.
 inline Bytes key_of(uint32_t opcode, uint32_t index, uint32_t second)
@@ -120,6 +128,17 @@ inline Answer ask(uint32_t opcode, int32_t operation, uint32_t index, uint32_t s
 inline Bytes row(uint32_t opcode, uint32_t index, uint32_t second = 0)
 {
     return ask(opcode, 1, index, second).block;
+}
+
+/// The numbers that follow the first word of a command, and 0 for those that are not there.
+inline std::array<uint32_t, 5> numbers_in(const std::string& command)
+{
+    std::istringstream words(command.substr(command.find(' ')));
+    std::array<uint32_t, 5> numbers{};
+    for (uint32_t& number : numbers) {
+        words >> number;
+    }
+    return numbers;
 }
 
 inline std::vector<Bytes> payloads; ///< of the events that were delivered last
@@ -169,38 +188,38 @@ protected:
         return told;
     }
 
-    /// What comes of a command within 3 seconds, as events, or why it is refused:
+    /// Why a command is refused, nothing when it is done:
     ///   write OPCODE INDEX OFFSET VALUE [SECOND]   a row as it was read but for one word
-    ///   word OPCODE INDEX OFFSET [SECOND]          reads one
     ///   VERB ENTITY[, "ARGUMENT": VALUE]           as chmctl asks
-    std::string outcome(const std::string& command)
+    static std::string refusal(const std::string& command)
     {
         const size_t blank = command.find(' ');
         const std::string verb = command.substr(0, blank);
-        std::istringstream words(command.substr(blank));
-        uint32_t opcode = 0;
-        uint32_t index = 0;
-        uint32_t offset = 0;
-        uint32_t value = 0;
-        uint32_t second = 0;
-        words >> opcode >> index >> offset;
-        if (verb == "word") {
-            words >> second;
-            return std::to_string(wire_word(row(opcode, index, second), offset));
-        }
         if (verb == "write") {
-            words >> value >> second;
+            const auto [opcode, index, offset, value, second] = numbers_in(command);
             Bytes bytes = row(opcode, index, second);
             bytes = bytes.empty() ? key_of(opcode, index, second) : bytes;
             put_word(bytes, offset, value);
             const int32_t result = request(opcode, 3, bytes).result;
-            return result == 0 ? events(std::chrono::seconds(3)) : std::to_string(result);
+            return result == 0 ? "" : std::to_string(result);
         }
         const std::string answer = sim::answer_request(R"({"verb": ")" + verb + R"(", "entity":)" +
                                                        command.substr(blank) + "}");
         return answer.find(R"("ok":true)") != std::string::npos
-                   ? events(std::chrono::seconds(3))
+                   ? ""
                    : answer.substr(10, answer.rfind(R"(","ok")") - 10); // after {"error":"
+    }
+
+    /// What comes of a command within 3 seconds, as events, or why it is refused. One more command
+    /// reads a word of a row: word OPCODE INDEX OFFSET [SECOND]
+    std::string outcome(const std::string& command)
+    {
+        if (command.starts_with("word ")) {
+            const auto [opcode, index, offset, second, none] = numbers_in(command);
+            return std::to_string(wire_word(row(opcode, index, second), offset));
+        }
+        const std::string refused = refusal(command);
+        return refused.empty() ? events(std::chrono::seconds(3)) : refused;
     }
 
     /// Status of an entity, which all tables tell alike; of a module also the administrative ones,

@@ -33,7 +33,6 @@ TEST_F(Units, StayAsTheyAreWhenAChangeIsRefused)
     follow(R"(
 pull 101 -> Module 1 is the active supervisor
 pull 103 -> Slot 3 is empty
-pull 1 -> Box cannot be pulled
 pull 4033 -> Fan 2/1 cannot be pulled
 pull 2003 -> Power supply 3 cannot be pulled
 insert 102, "type": "other" -> Slot 2 is not empty
@@ -293,11 +292,11 @@ TEST_F(Units, LetAMessageReachTheTerminalsOnce)
     ASSERT_EQ(delivered.size(), 1U);
     EXPECT_EQ(delivered[0].text, std::string(260, 'x'));
     EXPECT_EQ(std::pair(delivered[0].interval, delivered[0].duration), std::pair(5, 30));
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 100; i < 300; ++i) {
         write_message(std::to_string(i), "\2");
     }
     EXPECT_EQ(delivered.size(), 100U);
-    EXPECT_EQ(delivered.back().text, "199");
+    EXPECT_EQ(delivered.front().text + delivered.back().text, "200299");
 }
 
 } // namespace
