@@ -1,4 +1,4 @@
-"""The tables of entities and sensors, whole: rows, order, where walks end, and what chmctl shows."""
+"""The tables of entities and sensors: rows, order, where walks end, and what chmctl shows."""
 
 import pytest
 
