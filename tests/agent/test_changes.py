@@ -11,8 +11,8 @@ from lab import (
     run)
 
 MAIN = "1.3.6.1.4.1.32473.9"
-GROUP, POWER, MODULE, FAN, PHYSICAL = (
-    f"{MAIN}.117.1.{table}.1" for table in ("1.1", "1.2", "2.1", "4.1", "5.1"))
+POWER, MODULE, FAN, PHYSICAL = (
+    f"{MAIN}.117.1.{table}.1" for table in ("1.2", "2.1", "4.1", "5.1"))
 ENABLE, LED = f"{MAIN}.117.1.3.1.0", f"{MAIN}.195.1.3.1.2"
 SENSORS, CROSSED = f"{MAIN}.91.1", f".{MAIN}.91.2.0.1"
 RF, RUNNING_CONFIG_OPERATION = f"{MAIN}.176", f"{MAIN}.198.1.1.6.0"

@@ -1,11 +1,10 @@
-"""All tables, whole: rows, columns, order, where walks end, and what chmctl shows of the same."""
+"""The tables of entities and sensors: rows, order, where walks end, and what chmctl shows."""
 
 import pytest
 
 from lab import DESCR, ENT_PHYSICAL_ENTRY, NAME, Switch
 
 MAIN, ASSET = "1.3.6.1.4.1.32473.9", "1.3.6.1.4.1.99999.9.92.1.1.1.11"
-FRU, LED = f"{MAIN}.117.1", f"{MAIN}.195.1.3.1.2"
 VALUE, MEASURED, THRESHOLD = (
     f"{MAIN}.91.1.{column}" for column in ("1.1.1.4", "1.1.1.8", "2.1.1.4"))
 FIRST, LAST = 25813, 287957  # where the rows of the transceivers' sensors may be
@@ -64,21 +63,11 @@ def test_the_physical_table_has_entities_and_transceivers_sensors(switch):
     # The sub-identifiers after the index of a GETNEXT do not count.
     after = switch.snmp("snmpgetnext", f"{NAME}.1.7").stdout
     assert after == switch.snmp("snmpgetnext", f"{NAME}.1").stdout
+    # The walk of a column that has no transceivers' sensors ends where those begin.
+    assert switch.walk(ASSET) == column(ASSET, [
+        (entity["index"], entity["clei-code"]) for entity in inventory if entity["index"] < FIRST])
     # The empty tables are stepped over, to the one scalar behind them.
     assert switch.snmp("snmpgetnext", table[-1][0]).stdout.startswith(".1.3.6.1.2.1.47.1.4.1.0 ")
-
-
-def test_other_tables_have_the_rows_of_their_units(switch):
-    # The walk of a table that has no transceivers' sensors ends where those begin.
-    entities = [entity for entity in switch.order("inventory") if entity["index"] < FIRST]
-    for tool in ("snmpwalk", "snmpbulkwalk"):
-        assert switch.walk(ASSET, tool) == column(
-            ASSET, [(entity["index"], entity["clei-code"]) for entity in entities])
-    assert "No Such" not in switch.get(f"{FRU}.5.1.1.1.301001")
-    assert switch.walk(f"{FRU}.2.1.1.2") == column(f"{FRU}.2.1.1.2", [
-        (unit["index"], 2) for unit in switch.order("units") if unit["type"] == "module"])
-    assert switch.walk(LED) == column(
-        LED, [(f"{led['index']}.{led['led']}", led["value"]) for led in switch.order("leds")])
 
 
 def test_sensor_tables_list_the_same_sensors(switch):

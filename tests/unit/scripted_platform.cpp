@@ -22,36 +22,12 @@
 #include <cstring>
 #include <tuple>
 
-#include <arpa/inet.h>
-
 ScriptedPlatform platform;
 
 std::set<void*>& platform_blocks()
 {
     static auto* blocks = new std::set<void*>; // outlives whatever still frees at the end
     return *blocks;
-}
-
-uint32_t wire_word(const Bytes& bytes, size_t offset)
-{
-    return ntohl(host_word(bytes, offset));
-}
-
-uint32_t host_word(const Bytes& bytes, size_t offset)
-{
-    uint32_t value = 0;
-    memcpy(&value, &bytes.at(offset + 3) - 3, sizeof value);
-    return value;
-}
-
-void put_wire_word(Bytes& bytes, size_t offset, uint32_t value)
-{
-    put_host_word(bytes, offset, htonl(value));
-}
-
-void put_host_word(Bytes& bytes, size_t offset, uint32_t value)
-{
-    memcpy(&bytes.at(offset + 3) - 3, &value, sizeof value);
 }
 
 void put_text(Bytes& bytes, size_t offset, const std::string& text)

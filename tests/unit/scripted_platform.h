@@ -1,6 +1,7 @@
 /// The switch's libraries as the tests play them: answers as scripted, calls on record.
 #pragma once
 
+#include "bytes.h"
 #include "ipcx.h"
 
 #include <cstdint>
@@ -10,14 +11,6 @@
 #include <set>
 #include <string>
 #include <vector>
-
-using Bytes = std::vector<uint8_t>;
-
-/// A 32-bit integer at an offset, in wire order or in host order.
-uint32_t wire_word(const Bytes& bytes, size_t offset);
-uint32_t host_word(const Bytes& bytes, size_t offset);
-void put_wire_word(Bytes& bytes, size_t offset, uint32_t value);
-void put_host_word(Bytes& bytes, size_t offset, uint32_t value);
 
 void put_text(Bytes& bytes, size_t offset, const std::string& text);
 

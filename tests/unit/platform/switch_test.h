@@ -2,6 +2,7 @@
 /// modules and chmctl send them.
 #pragma once
 
+#include "../bytes.h"
 #include "control/verbs.h"
 #include "files/chassis_file.h"
 #include "libraries/c_boundary.h"
@@ -9,11 +10,9 @@
 #include "libraries/platform_manager.h"
 #include "wire/requests.h"
 
-#include <arpa/inet.h>
 #include <array>
 #include <chrono>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <map>
@@ -23,8 +22,6 @@
 #include <tuple>
 #include <utility>
 #include <vector>
-
-using Bytes = std::vector<uint8_t>;
 
 inline std::string temporary_path(const std::string& name)
 {
@@ -41,24 +38,6 @@ struct ChassisFile {
     const std::string path = temporary_path("chassis-" + std::to_string(++made) + ".toml");
 };
 
-inline uint32_t host_word(const uint8_t* bytes, size_t offset)
-{
-    uint32_t value = 0;
-    std::memcpy(&value, bytes + offset, 4);
-    return value;
-}
-
-inline uint32_t wire_word(const Bytes& bytes, size_t offset)
-{
-    return ntohl(host_word(&bytes.at(offset + 3) - 3, 0));
-}
-
-inline void put_word(Bytes& bytes, size_t offset, uint32_t value)
-{
-    value = htonl(value);
-    std::memcpy(&bytes.at(offset + 3) - 3, &value, 4);
-}
-
 inline std::string text_at(const Bytes& bytes, size_t offset)
 {
     return reinterpret_cast<const char*>(&bytes.at(offset));
@@ -73,7 +52,7 @@ inline Bytes record(size_t size, const std::string& contents)
          ++found) {
         const size_t offset = std::stoul((*found)[1]);
         if ((*found)[2].matched) {
-            put_word(bytes, offset, static_cast<uint32_t>(std::stoul((*found)[2])));
+            put_wire_word(bytes, offset, static_cast<uint32_t>(std::stoul((*found)[2])));
         } else {
             const std::string text = (*found)[3];
             std::ranges::copy(text, &bytes.at(offset + text.size() - 1) - text.size() + 1);
@@ -115,8 +94,8 @@ inline const std::map<uint32_t, size_t> tables = [] {
 inline Bytes key_of(uint32_t opcode, uint32_t index, uint32_t second)
 {
     Bytes key(tables.at(opcode));
-    put_word(key, 0, index);
-    put_word(key, 4, second);
+    put_wire_word(key, 0, index);
+    put_wire_word(key, 4, second);
     return key;
 }
 
@@ -199,7 +178,7 @@ protected:
             const auto [opcode, index, offset, value, second] = numbers_in(command);
             Bytes bytes = row(opcode, index, second);
             bytes = bytes.empty() ? key_of(opcode, index, second) : bytes;
-            put_word(bytes, offset, value);
+            put_wire_word(bytes, offset, value);
             const int32_t result = request(opcode, 3, bytes).result;
             return result == 0 ? "" : std::to_string(result);
         }

@@ -35,9 +35,11 @@ Lane lane(uint32_t if_index, size_t which, const std::vector<size_t>& offsets)
     uint32_t number = 0;
     const int32_t result = pm_get_sfp_diag_info(39, if_index, &diag, &aux, &number);
     EXPECT_TRUE(result == 0 || number == 0);
+    const auto* bytes = static_cast<const uint8_t*>(diag);
+    const Bytes lanes(bytes, bytes + size_t{172} * number);
     Lane words = {number};
     for (const size_t offset : offsets) {
-        words.push_back(host_word(static_cast<const uint8_t*>(diag), 172 * which + offset));
+        words.push_back(host_word(lanes, 172 * which + offset));
     }
     std::free(diag);
     std::free(aux);
@@ -76,7 +78,7 @@ TEST_F(Transceivers, AreFoundByTheirPortsAndInTheirOrder)
         const Bytes config = ask(pm_cmi_get_port_config, port, 212);
         const Bytes information = ask(pm_cmi_get_fcot_info, port, 102);
         ASSERT_EQ(!config.empty(), exists) << std::hex << port;
-        EXPECT_EQ(exists ? host_word(config.data(), 4) : 0, 0U);
+        EXPECT_EQ(exists ? host_word(config, 4) : 0, 0U);
         EXPECT_EQ(exists ? config[211] : 0, readable) << std::hex << port;
         EXPECT_EQ(information.empty() ? -1 : information[101], type) << std::hex << port;
     }
@@ -93,7 +95,7 @@ TEST_F(Transceivers, AreFoundByTheirPortsAndInTheirOrder)
 
     const auto next_port = [](uint32_t port) { // 0 after the last
         const Bytes block = ask(pm_get_next_port_fcot_info_with_ddm, port, 4);
-        return block.empty() ? 0 : host_word(block.data(), 0);
+        return block.empty() ? 0 : host_word(block, 0);
     };
     const std::pair<uint32_t, uint32_t> steps[] = {{0, interface(1, 0)},
                                                    {interface(1, 0), interface(1, 3)},
@@ -108,7 +110,7 @@ TEST_F(Transceivers, AreFoundByTheirPortsAndInTheirOrder)
     sim::chassis_in_place()->insert(106);
     EXPECT_EQ(next_port(interface(1, 6)), 0U) << "the module starts yet";
     const Bytes starting = ask(pm_cmi_get_port_config, interface(5, 0), 212);
-    EXPECT_NE(host_word(starting.data(), 4), 0U);
+    EXPECT_NE(host_word(starting, 4), 0U);
     EXPECT_EQ(starting[211], 0);
     EXPECT_EQ(lane(interface(5, 0), 0, {}), (Lane{0}));
     events(3s);

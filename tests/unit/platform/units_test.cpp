@@ -92,7 +92,7 @@ TEST_F(Units, GoThroughARestartByTheClock)
 {
     now += 10s;
     Bytes written = row(1029, 1002);
-    put_word(written, 4, 3);
+    put_wire_word(written, 4, 3);
     EXPECT_EQ(request(1029, 3, written).result, 0);
     EXPECT_EQ(events(), "1035 1002 3, 1034 1002 3, 1035 1002 2, 1034 1002 5");
     // Each event says what was so when it happened.
@@ -170,7 +170,7 @@ TEST_F(Units, HaveASupervisorInCharge)
         const Bytes bytes = request(1042, 1, {}).block;
         std::string words;
         for (size_t offset = 0; offset < bytes.size(); offset += 4) {
-            words += std::to_string(static_cast<int32_t>(host_word(&bytes[offset], 0))) + " ";
+            words += std::to_string(static_cast<int32_t>(host_word(bytes, offset))) + " ";
         }
         return words;
     };
