@@ -143,7 +143,10 @@ Oid oid_of(const char* text)
 }
 
 #define OBJECT(table, name, oid) {#table, #name, oid_of(oid)},
-const Object objects[] = {SERVED_OBJECTS(OBJECT)};
+std::vector<Object> all_objects()
+{
+    return {SERVED_OBJECTS(OBJECT)};
+}
 
 /// The first instance of an object, and one that is not there of an object without any.
 Oid first_instance(const Object& object)
@@ -176,7 +179,7 @@ constexpr oid transceiver = ENTITY_PORT_SFP_SENSOR_START + static_cast<uint32_t>
 void add_reads()
 {
     std::set<std::pair<std::string, FindVarMethod*>> seen;
-    for (const Object& object : objects) {
+    for (const Object& object : all_objects()) {
         const Oid instance = first_instance(object);
         if (seen.insert({object.table, variable_for(instance)->findVar}).second) {
             add_read(object.table == "scalar" ? object.name : object.table, instance);
@@ -216,7 +219,7 @@ void add_write(const std::string& name, const Oid& instance)
 
 void add_writes()
 {
-    for (const Object& object : objects) {
+    for (const Object& object : all_objects()) {
         add_write(object.name, first_instance(object));
     }
     add_write("entSensorThresholdNotificationEnable, warm transceiver",
