@@ -27,7 +27,7 @@ private:
     std::mt19937 engine_;
 };
 
-const std::string some_texts[] = {"",           "plain",           "it's \"so\" \\",   "Fenêtre ☃",
+const std::string some_texts[] = {"",           "plain",           R"(it's "so" \)",   "Fenêtre ☃",
                                   "\t1\n2\r\n", "\n'''\"\"\"\x7f", "\x01\x1b\xc2\x85", "\xff\xc3",
                                   "Module 1 ",  " sensor 1"};
 
@@ -328,9 +328,9 @@ TEST_F(Export, MakesTheSameSwitchOfWhateverHappened)
         now = time;
         ASSERT_NO_FATAL_FAILURE(load(ChassisFile(exported)));
         EXPECT_EQ(exported.find("99999"), std::string::npos) << exported;
-        ASSERT_NO_FATAL_FAILURE(expect_same(everything(), was, text + "----\n" + exported));
-        ASSERT_NO_FATAL_FAILURE(
-            expect_same(everything_back_in(), was_back_in, text + "----\n" + exported));
+        const std::string files = std::string(text).append("----\n").append(exported);
+        ASSERT_NO_FATAL_FAILURE(expect_same(everything(), was, files));
+        ASSERT_NO_FATAL_FAILURE(expect_same(everything_back_in(), was_back_in, files));
     }
 }
 

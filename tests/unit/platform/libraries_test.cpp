@@ -134,10 +134,13 @@ fault 0, "request": "module", "effect": "fail", "amount": 2147483647 ->
     for (const std::string request : {"port-configuration", "next-port", "transceiver-information",
                                       "transceiver-diagnostics"}) {
         for (const std::string effect : {"short", "long"}) {
-            EXPECT_EQ(refusal(R"(fault 0, "amount": 1, "request": ")" + request +
-                              R"(", "effect": ")" + effect + "\""),
-                      "answers to '" + request +
-                          "' come without a length: they cannot be short or long");
+            const std::string fault = std::string(R"(fault 0, "amount": 1, "request": ")")
+                                          .append(request)
+                                          .append(R"(", "effect": ")")
+                                          .append(effect)
+                                          .append("\"");
+            EXPECT_EQ(refusal(fault), "answers to '" + request +
+                                          "' come without a length: they cannot be short or long");
         }
     }
     const std::string one_more = R"(fault 0, "request": "led", "effect": "nothing")";
