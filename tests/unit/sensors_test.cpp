@@ -106,7 +106,7 @@ TEST_F(Sensors, AreReadAgainAfterAMinute)
 TEST_F(Sensors, AreNoneElsewhere)
 {
     platform.ports[port_at(0, 0)] = usual_port;
-    for (const oid index : {0, 5, 25700, 287958}) {
+    for (const oid index : Oid{0, 5, 25700, 287958}) {
         EXPECT_FALSE(agent.get(value + Oid{index}));
         EXPECT_FALSE(agent.get(threshold + Oid{index, 1}));
     }
