@@ -326,7 +326,7 @@ int32_t pm_get_next_port_fcot_info_with_ddm(uint32_t queue, int32_t operation, u
     }
     Bytes block(64);
     put_host_word(block, 0, next->first);
-    return hand_out({0, block}, response, nullptr);
+    return hand_out({0, block}, response, nullptr, 4);
 }
 
 int32_t pm_cmi_get_fcot_info(uint32_t queue, int32_t operation, uint32_t arg, uint32_t* if_index,
