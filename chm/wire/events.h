@@ -10,9 +10,9 @@
 /// An event: its name for lists, its number, to which it converts, and the size of its record in
 /// bytes, 0 for none.
 struct EventCode {
-    const char* name;
-    uint32_t number;
-    size_t record_size;
+    const char* name = "";
+    uint32_t number = 0;
+    size_t record_size = 0;
 
     constexpr operator uint32_t() const { return number; }
 };

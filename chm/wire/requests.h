@@ -28,11 +28,11 @@ inline constexpr uint32_t USUAL_REQ_CLASS = 5;
 /// index (0 for what is no table), and its name for whoever lists requests or takes them by name.
 /// The opcode stands for it wherever a number is wanted.
 struct RequestCode {
-    const char* name;
-    uint32_t opcode;
-    uint32_t req_class;
-    size_t record_size;
-    size_t indexes;
+    const char* name = "";
+    uint32_t opcode = 0;
+    uint32_t req_class = USUAL_REQ_CLASS;
+    size_t record_size = 0;
+    size_t indexes = 0;
 
     constexpr operator uint32_t() const { return opcode; }
 };
