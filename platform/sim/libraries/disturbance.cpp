@@ -38,6 +38,9 @@ Disturbance disturb(std::string_view request, int32_t operation)
 {
     Disturbance disturbance;
     std::vector<Fault>& faults = chassis_in_place()->faults();
+    if (faults.empty()) {
+        return disturbance;
+    }
     for (Fault& fault : faults) {
         if (!concerns(fault, request, operation)) {
             continue;

@@ -29,14 +29,13 @@ int pdb_get_mod_info(const uint32_t* slot, void* info, uint32_t /*two*/)
     return sim::guard(-1, [&] {
         const sim::Chassis* chassis = sim::chassis_in_place();
         const uint32_t index = sim::module_index(*slot + 1);
-        const sim::Unit* unit = chassis == nullptr ? nullptr : chassis->find_unit(index);
-        if (unit == nullptr || unit->type != sim::UnitType::module) {
+        const sim::Entity* module = chassis == nullptr ? nullptr : chassis->find(index);
+        if (module == nullptr || module->entity_class != sim::EntityClass::module) {
             return -1;
         }
         // A module's vendor type identifies its card.
-        const uint32_t vendor_type = chassis->entities().at(index).vendor_type;
         const ModuleInformation start = {static_cast<uint16_t>(*slot),
-                                         static_cast<uint16_t>(vendor_type)};
+                                         static_cast<uint16_t>(module->vendor_type)};
         std::memset(info, 0, PDB_MOD_INFO_SIZE);
         std::memcpy(info, &start, sizeof start);
         return 0;

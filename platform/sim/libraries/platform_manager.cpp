@@ -27,11 +27,11 @@ namespace {
 template <typename Record>
 Answer answer_with(auto fill, ResultCode result = ResultCode::ok)
 {
-    Answer answer{result, decltype(Answer::block)(std::malloc(sizeof(Record))), sizeof(Record)};
+    Answer answer{result, decltype(Answer::block)(std::calloc(1, sizeof(Record))), sizeof(Record)};
     if (!answer.block) {
         throw std::bad_alloc();
     }
-    fill(*new (answer.block.get()) Record{});
+    fill(*static_cast<Record*>(answer.block.get()));
     return answer;
 }
 
