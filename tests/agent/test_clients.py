@@ -90,7 +90,7 @@ def test_metrics_of_the_exporter(switch):
         ("qRFActiveSlot", "", "5"),
         ("entPhysicalClass_info",
          '{container="Module 3",description="Ethernet port",entPhysicalClass="port",'
-         'entity="303007",model="",name="Ethernet3/7",position="7",serial=""}', "1"),
+         'entity="5307",model="",name="Ethernet3/7",position="7",serial=""}', "1"),
     } <= set(series)
     sensors = [labels for name, labels, _ in series if name == "entSensorValue"]
     assert len(sensors) == len(switch.walk(f"{MAIN}.91.1.1.1.1.1"))

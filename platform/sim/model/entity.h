@@ -50,7 +50,7 @@ constexpr uint32_t module_index(uint32_t slot)
 /// The index of a port, by the numbers from 1 of the slot and of the port within it.
 constexpr uint32_t port_index(uint32_t slot, uint32_t number)
 {
-    return 300000 + 1000 * slot + number;
+    return 5000 + 100 * slot + number;
 }
 
 /// One physical entity. The lengths of its texts are bounded by its record; see entity_record.h.

@@ -43,7 +43,7 @@ TEST_F(PlatformManager, DescribesEntitiesAsTheirFileTypesAndDefaultsSay)
         {3002, "Fan tray 2, Fan tray, Other, S1-3002, 1"},
         {4034, "Fan 2/2, Fan, Maker, , 2"},
         {21589, "Box inlet, Inlet temperature, Maker, , 1"},
-        {306008, "Ethernet6/8, Ethernet port, Maker, , 8"}};
+        {5608, "Ethernet6/8, Ethernet port, Maker, , 8"}};
     for (const auto& [index, expected] : cases) {
         const Bytes entity = row(1026, index);
         EXPECT_EQ(text_at(entity, 788) + ", " + text_at(entity, 4) + ", " + text_at(entity, 1841) +
@@ -79,11 +79,13 @@ TEST_F(PlatformManager, HasEachRowInItsPlace)
             EXPECT_EQ(ask(opcode, 1, stranger, 1).result, 1) << opcode << " " << stranger;
         }
     }
+    sim::chassis_in_place()->add({.index = 300000, .name = "Above the transceivers' sensors"});
     // Opcode, operation, index, second index, and what is found or 0.
     const std::tuple<uint32_t, int32_t, uint32_t, uint32_t, uint32_t> cases[] = {
-        {1026, 2, 25813, 0, 302001},
+        {1026, 2, 25813, 0, 300000},
         {1026, 2, 0, 0, 1},
-        {1026, 2, 306008, 0, 0},
+        {1026, 2, 5608, 0, 21589},
+        {1026, 2, 300000, 0, 0},
         {1032, 1, 21717, 0, 0},
         {1032, 1, 21717, 3, 0},
         {1032, 2, 21589, UINT32_MAX, 21717},
@@ -99,7 +101,7 @@ TEST_F(PlatformManager, HasEachRowInItsPlace)
     EXPECT_EQ(ask(1026, 2, 21973).block, record(2780, "0=25813"));
     outcome("pull 1002");
     outcome("pull 1006");
-    EXPECT_TRUE(ask(1026, 2, 21589).block.empty());
+    EXPECT_EQ(row(1026, 300000), ask(1026, 2, 21589).block);
 }
 
 TEST_F(PlatformManager, RefusesWhatItDoesNotUnderstand)
@@ -128,7 +130,7 @@ TEST_F(PlatformManager, KeepsWhatIsWrittenAndTellsSoOnce)
         {1002, 2351, "front", 0, "front", "1033"},
         {1002, 2351, "front", 0, "front", ""},
         {1, 2384, std::string(32, 'a'), 0, std::string(32, 'a'), "1033"},
-        {302001, 2432, "S9", 0, "S9", "1033"},
+        {5201, 2432, "S9", 0, "S9", "1033"},
         {101, 2351, std::string(33, 'x'), 0, std::string(32, 'x'), "1033"}, // no terminator
         {1002, 4, "Something else", 0, "Card", ""},                         // read-only
         {21717, 2351, "x", 2, "", ""}};                                     // a sensor

@@ -91,7 +91,7 @@ TEST_F(Transceivers, AreFoundByTheirPortsAndInTheirOrder)
     for (const char* text : texts) {
         all += text + std::string(" ");
     }
-    EXPECT_EQ(all, "Maker T-1 B S1-306004 west ");
+    EXPECT_EQ(all, "Maker T-1 B S1-5604 west ");
 
     const auto next_port = [](uint32_t port) { // 0 after the last
         const Bytes block = ask(pm_get_next_port_fcot_info_with_ddm, port, 4);
@@ -119,19 +119,19 @@ TEST_F(Transceivers, AreFoundByTheirPortsAndInTheirOrder)
 
 TEST_F(Transceivers, TellOnceOfAThresholdThatTheyCross)
 {
-    follow("transceiver-reading 302001, \"quantity\": \"voltage\", \"value\": 3.401 -> 1038 29912 "
+    follow("transceiver-reading 5201, \"quantity\": \"voltage\", \"value\": 3.401 -> 1038 29912 "
            "2\n");
     EXPECT_EQ(payloads[0], record(16, "0=29912 4=3401 8=3400 12=2"));
     follow(R"(
-transceiver-reading 302001, "quantity": "voltage", "value": 3.5 ->
-transceiver-reading 302001, "quantity": "voltage", "value": 3.7 -> 1038 29912 1
-transceiver-reading 302001, "quantity": "voltage", "value": null ->
-transceiver-reading 302004, "quantity": "temperature", "value": -5.001 -> 1038 29965 3
-unplug 302004 -> 1033
-transceiver-reading 302004, "quantity": "temperature", "value": 1 -> Ethernet2/4 has no transceiver with diagnostics
-plug 302004 -> 1033
-transceiver-reading 306006, "quantity": "receive-power", "value": -9 ->
-transceiver-reading 306006, "quantity": "receive-power", "value": "none" -> 1038 46387 3, 1038 46387 4
+transceiver-reading 5201, "quantity": "voltage", "value": 3.5 ->
+transceiver-reading 5201, "quantity": "voltage", "value": 3.7 -> 1038 29912 1
+transceiver-reading 5201, "quantity": "voltage", "value": null ->
+transceiver-reading 5204, "quantity": "temperature", "value": -5.001 -> 1038 29965 3
+unplug 5204 -> 1033
+transceiver-reading 5204, "quantity": "temperature", "value": 1 -> Ethernet2/4 has no transceiver with diagnostics
+plug 5204 -> 1033
+transceiver-reading 5606, "quantity": "receive-power", "value": -9 ->
+transceiver-reading 5606, "quantity": "receive-power", "value": "none" -> 1038 46387 3, 1038 46387 4
 )");
     EXPECT_EQ(payloads[0], record(16, "0=46387 8=4294954296 12=3"));
 }
