@@ -14,7 +14,8 @@ void add_verbs(CLI::App& app, const std::function<void(const Verb&, const json&)
     CLI::App* show = app.add_subcommand("show", "Same as a verb that shows: show faults is faults");
     show->group(platform_verbs.title)->require_subcommand(1);
     add_example(*show, "faults");
-    for (const VerbGroup* group : {&unit_verbs, &reading_verbs, &switch_verbs, &platform_verbs}) {
+    for (const VerbGroup* group :
+         {&unit_verbs, &reading_verbs, &interface_verbs, &switch_verbs, &platform_verbs}) {
         for (const Verb& verb : group->verbs) {
             add(app, verb, group->title);
             if (std::string_view(verb.help).starts_with("Show ")) {

@@ -26,6 +26,7 @@ struct VerbGroup {
 
 extern const VerbGroup unit_verbs;
 extern const VerbGroup reading_verbs;
+extern const VerbGroup interface_verbs;
 extern const VerbGroup switch_verbs;
 extern const VerbGroup platform_verbs;
 

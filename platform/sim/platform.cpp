@@ -2,6 +2,9 @@
 
 #include "control/control_socket.h"
 #include "files/chassis_file.h"
+#include "files/state_file.h"
+#include "interfaces/identity.h"
+#include "interfaces/if_mib.h"
 #include "libraries/c_boundary.h"
 #include "libraries/event_queue.h"
 #include "libraries/heartbeat.h"
@@ -10,7 +13,10 @@
 
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
+#include <net-snmp/agent/ds_agent.h>
+
 #include <dlfcn.h>
+#include <memory>
 #include <stdexcept>
 #include <utility>
 
@@ -20,6 +26,8 @@ namespace {
 ControlSocket control_socket;
 void* own_handle = nullptr; ///< keeps the libraries in the global scope
 unsigned int alarm = 0;     ///< the agent's, every second
+std::string state_path;     ///< of the line before that of the chassis, empty for none
+std::unique_ptr<StateFile> state;
 
 /// The agent loads modules into scopes of their own. The MIB modules that it loads later find the
 /// switch's libraries only in the global one.
@@ -54,14 +62,70 @@ void configure(char* line, Action action)
     }
 }
 
+void save_state()
+{
+    guard([] { state->save(*chassis_in_place()); });
+}
+
+/// A chassis as its file and its state say. A state that does not fit stays unused and unchanged.
+Chassis restored_chassis(const std::string& file)
+{
+    Chassis chassis = load_chassis(file);
+    state.reset();
+    if (state_path.empty()) {
+        return chassis;
+    }
+    try {
+        state = std::make_unique<StateFile>(state_path, chassis);
+    } catch (const FileError& error) {
+        netsnmp_config_error("%s", error.what());
+        return load_chassis(file); // without what was applied before the error
+    }
+    chassis.observe_writes(save_state);
+    return chassis;
+}
+
+/// Starts count on from the last one; the agent adds one itself.
+void continue_engine_boots()
+{
+    std::string line = "engineBoots " + std::to_string(state->engine_boots() - 1);
+    netsnmp_config(line.data());
+    save_state();
+}
+
+/// As a sub-agent the switch leaves its system group and its interfaces to the master, which has
+/// its own.
+void serve_standard_modules()
+{
+    if (netsnmp_ds_get_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE) == 0) {
+        identify(*chassis_in_place());
+        serve_interfaces(*chassis_in_place());
+    }
+}
+
+void on_state(const char* /*token*/, char* line)
+{
+    configure(line, [](const std::string& path) {
+        if (chassis_in_place() == nullptr) {
+            state_path = path;
+        } else if (path != state_path) {
+            throw std::runtime_error("the line belongs before that of the chassis");
+        }
+    });
+}
+
 /// The agent reads its configuration again on SIGHUP; the chassis then stays in place.
 void on_chassis(const char* /*token*/, char* line)
 {
     configure(line, [](const std::string& file) {
         const Chassis* chassis = chassis_in_place();
         if (chassis == nullptr || chassis->file() != file) {
-            place_chassis(load_chassis(file));
+            place_chassis(restored_chassis(file));
+            if (state) {
+                continue_engine_boots();
+            }
         }
+        serve_standard_modules();
     });
 }
 
@@ -80,6 +144,25 @@ void on_second(unsigned int /*alarm*/, void* /*unused*/)
             chassis->advance();
         }
     });
+}
+
+/// The agent's table of loaded modules shows paths of the machine.
+void hide_loader()
+{
+    const oid loader[] = {1, 3, 6, 1, 4, 1, 2021, 13, 14};
+    netsnmp_subtree* found = netsnmp_subtree_find_first("");
+    while (found != nullptr) {
+        netsnmp_handler_registration* registration = found->reginfo;
+        const bool is_loader =
+            registration != nullptr &&
+            netsnmp_oid_is_subtree(loader, std::size(loader), registration->rootoid,
+                                   registration->rootoid_len) == 0;
+        found = found->next;
+        if (is_loader) {
+            netsnmp_unregister_handler(registration);
+            found = netsnmp_subtree_find_first(""); // the tree is another one now
+        }
+    }
 }
 
 void start_clock()
@@ -106,6 +189,9 @@ void init_chmplatform()
         sim::start_event_delivery();
         sim::find_watchdog();
         sim::start_clock();
+        sim::hide_loader();
+        sim::follow_system_writes();
+        snmpd_register_config_handler("chmState", sim::on_state, nullptr, "FILE");
         snmpd_register_config_handler("chmChassis", sim::on_chassis, nullptr, "FILE");
         snmpd_register_config_handler("chmControl", sim::on_control, nullptr, "SOCKET");
     });
@@ -116,6 +202,8 @@ void deinit_chmplatform()
     sim::guard([] {
         snmpd_unregister_config_handler("chmControl");
         snmpd_unregister_config_handler("chmChassis");
+        snmpd_unregister_config_handler("chmState");
+        sim::stop_serving_interfaces();
         sim::control_socket.close();
         sim::stop_clock();
         sim::stop_event_delivery();

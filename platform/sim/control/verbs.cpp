@@ -1,6 +1,7 @@
 #include "control/verbs.h"
 
 #include "control/verb_arguments.h"
+#include "libraries/platform_manager.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -17,10 +18,14 @@ json run(const json& request)
     }
     const auto name = argument<std::string>(request, "verb");
     for (const auto& verbs :
-         {unit_verbs, reading_verbs, switch_verbs, platform_verbs, fault_verbs}) {
+         {unit_verbs, reading_verbs, interface_verbs, switch_verbs, platform_verbs, fault_verbs}) {
         const auto verb = std::ranges::find(verbs, name, &Verb::name);
         if (verb != verbs.end()) {
-            return verb->run(request);
+            json result = verb->run(request);
+            if (const Chassis* chassis = chassis_in_place()) {
+                chassis->announce_write();
+            }
+            return result;
         }
     }
     throw std::runtime_error("unknown verb '" + name + "'");

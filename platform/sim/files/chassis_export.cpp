@@ -1,76 +1,16 @@
 #include "files/chassis_export.h"
 
 #include "files/chassis_schema.h"
+#include "files/toml_writer.h"
 #include "model/led.h"
 #include "records/entity_record.h"
 #include "records/transceiver_record.h"
 
 #include <algorithm>
 #include <cmath>
-#include <iomanip>
-#include <sstream>
 
 namespace sim {
 namespace {
-
-/// Writes each string on one line: the library's other forms cannot hold every text.
-constexpr auto format_flags =
-    toml::toml_formatter::default_flags &
-    ~(toml::format_flags::allow_literal_strings | toml::format_flags::allow_multi_line_strings);
-
-std::string formatted(const toml::table& table)
-{
-    std::ostringstream text;
-    text << toml::toml_formatter(table, format_flags) << '\n';
-    return text.str();
-}
-
-/// Whether a text can be read back after writing, which only UTF-8 can.
-bool is_utf8(const std::string& text)
-{
-    try {
-        const toml::table read = toml::parse(formatted(toml::table{{"text", text}}));
-        return read["text"].value_exact<std::string>() == text;
-    } catch (const toml::parse_error&) {
-        return false;
-    }
-}
-
-void put(toml::table& table, std::string_view key, const auto& value)
-{
-    table.insert_or_assign(key, value);
-}
-
-void put(toml::table& table, std::string_view key, const std::string& text)
-{
-    if (is_utf8(text)) {
-        table.insert_or_assign(key, text);
-        return;
-    }
-    std::ostringstream hex;
-    hex << std::hex << std::setfill('0');
-    for (const char byte : text) {
-        hex << std::setw(2) << static_cast<unsigned>(static_cast<unsigned char>(byte));
-    }
-    toml::table bytes{{"hex", hex.str()}};
-    bytes.is_inline(true);
-    table.insert_or_assign(key, std::move(bytes));
-}
-
-/// A number, without a fraction if it is whole.
-void put(toml::table& table, std::string_view key, double value)
-{
-    if (value == std::trunc(value) && std::abs(value) < 1e15) {
-        table.insert_or_assign(key, static_cast<int64_t>(value));
-    } else {
-        table.insert_or_assign(key, value);
-    }
-}
-
-void put(toml::table& table, std::string_view key, uint32_t value)
-{
-    table.insert_or_assign(key, static_cast<int64_t>(value));
-}
 
 /// Writes a key that differs from the default and from the type; a key of the type may have to be
 /// overridden by the default.
@@ -118,6 +58,56 @@ void put_entity(toml::table& table, const Entity& entity, const Entity& usual)
     put_unusual(table, "failed", entity.failed, usual.failed);
 }
 
+toml::table load_table(const Load& load)
+{
+    toml::table table;
+    for (const LoadRate& rate : load_rates) {
+        put_unusual(table, rate.key, load.*rate.value, Load().*rate.value);
+    }
+    table.is_inline(true);
+    return table;
+}
+
+/// What is not as usual of an interface.
+toml::table interface_table(const Port& port)
+{
+    const InterfaceSettings& settings = port.interface.settings;
+    toml::table table;
+    put_unusual(table, "alias", settings.alias, {});
+    put_unusual(table, "admin-status", key_of(link_admins, settings.admin),
+                key_of(link_admins, LinkAdmin::up));
+    put_unusual(table, "notifications", settings.notifies, true);
+    for (const auto& [key, load] :
+         {std::pair("in", &settings.in), std::pair("out", &settings.out)}) {
+        if (*load != Load()) {
+            table.insert(key, load_table(*load));
+        }
+    }
+    return table;
+}
+
+/// Ports with equal tables share an element.
+class PortGroups {
+public:
+    void add(toml::table table, uint32_t port)
+    {
+        auto group = std::ranges::find(groups_, table, &Group::table);
+        if (group == groups_.end()) {
+            group = groups_.insert(group, {std::move(table), {}});
+        }
+        group->ports.push_back(port);
+    }
+
+    toml::array list() const;
+
+private:
+    struct Group {
+        toml::table table;
+        std::vector<uint32_t> ports;
+    };
+    std::vector<Group> groups_;
+};
+
 /// A list such as "1-8,10" of increasing numbers.
 std::string port_list(const std::vector<uint32_t>& numbers)
 {
@@ -130,6 +120,17 @@ std::string port_list(const std::vector<uint32_t>& numbers)
         if (next - first > 1) {
             list += concat("-", numbers[next - 1]);
         }
+    }
+    return list;
+}
+
+toml::array PortGroups::list() const
+{
+    toml::array list;
+    for (const Group& group : groups_) {
+        toml::table table = group.table;
+        put(table, "ports", port_list(group.ports));
+        list.push_back(std::move(table));
     }
     return list;
 }
@@ -176,6 +177,7 @@ public:
             put_units(kind);
         }
         put_unrecognized();
+        put_system();
         put_array(root_, "entity", std::move(entities_));
         put_supervisors();
         put_leds();
@@ -204,6 +206,23 @@ private:
             put(table, kind.place_count, static_cast<int64_t>(put_places(kind)));
         }
         root_.insert("chassis", std::move(table));
+    }
+
+    void put_system()
+    {
+        toml::table system;
+        for (const SystemText& text : system_texts) {
+            put_unusual(system, text.key, chassis_.settings().system.*text.text, {});
+        }
+        put_table("system", std::move(system));
+        put_table("management", interface_table(*chassis_.management().port));
+    }
+
+    void put_table(std::string_view key, toml::table table)
+    {
+        if (!table.empty()) {
+            root_.insert(key, std::move(table));
+        }
     }
 
     /// @return the number of places of a kind
@@ -277,9 +296,7 @@ private:
         if (redundancy.state_by_hand) {
             put(table, "state", *redundancy.state_by_hand);
         }
-        if (!table.empty()) {
-            root_.insert("supervisors", std::move(table));
-        }
+        put_table("supervisors", std::move(table));
     }
 
     void put_leds()
@@ -447,14 +464,10 @@ private:
         return usual;
     }
 
-    /// Equal transceivers share an element.
     void put_ports(toml::table& table, const Parts& parts) const
     {
-        struct Group {
-            toml::table like;
-            std::vector<uint32_t> ports;
-        };
-        std::vector<Group> groups;
+        PortGroups transceivers;
+        PortGroups interfaces;
         std::vector<uint32_t> electrical;
         for (const Entity* part : parts) {
             if (!part->port) {
@@ -465,24 +478,20 @@ private:
             if (!port.has_cage) {
                 electrical.push_back(number);
             }
+            put_unusual(table, "port-speed", port.speed, Port().speed);
+            if (toml::table settings = interface_table(port); !settings.empty()) {
+                interfaces.add(std::move(settings), number);
+            }
             if (!port.transceiver && !port.unplugged) {
                 continue;
             }
             toml::table like = transceiver_table(part->index, port.transceiver ? *port.transceiver
                                                                                : *port.unplugged);
             put_if(like, "unplugged", !port.transceiver);
-            auto group = std::ranges::find(groups, like, &Group::like);
-            if (group == groups.end()) {
-                group = groups.insert(group, {std::move(like), {}});
-            }
-            group->ports.push_back(number);
+            transceivers.add(std::move(like), number);
         }
-        toml::array list;
-        for (Group& group : groups) {
-            put(group.like, "ports", port_list(group.ports));
-            list.push_back(std::move(group.like));
-        }
-        put_array(table, "transceivers", std::move(list));
+        put_array(table, "transceivers", transceivers.list());
+        put_array(table, "interfaces", interfaces.list());
         if (!electrical.empty()) {
             put(table, "electrical", port_list(electrical));
         }
@@ -504,6 +513,7 @@ private:
         put_unusual(table, "diagnostics", key_of(diagnostics_kinds, transceiver.diagnostics),
                     key_of(diagnostics_kinds, usual.diagnostics), type);
         put_unusual(table, "lanes", transceiver.lanes, usual.lanes, type);
+        put_unusual(table, "speed", transceiver.speed, usual.speed, type);
         for (size_t i = 0; i < quantities.size(); ++i) {
             toml::table range = measurement_table(quantities[i], transceiver.measurements[i]);
             if (!range.empty() || type.contains(quantities[i].key)) {

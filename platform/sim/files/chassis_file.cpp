@@ -17,7 +17,8 @@ Keys unit_keys(const UnitKind& kind, Keys more = {})
         more.push_back(kind.parts);
     }
     if (kind.type == UnitType::module) {
-        more.insert(more.end(), {"role", "admin-status", "transceivers", "electrical"});
+        more.insert(more.end(), {"role", "admin-status", "transceivers", "electrical", "port-speed",
+                                 "interfaces"});
     }
     if (kind.type != UnitType::power_supply) {
         more.emplace_back("power-admin-status");
@@ -44,6 +45,7 @@ public:
                        [&](const toml::table& entry) { plug_unrecognized(entry); });
         check_entries_used();
         read_supervisors();
+        configure_management();
         for_each_table(root().get("led"), "led", [&](const toml::table& entry) { set_led(entry); });
         for_each_table(root().get("fault"), "fault",
                        [&](const toml::table& entry) { set_fault(entry); });
@@ -96,8 +98,8 @@ private:
     /// Everything but the units.
     void read_places()
     {
-        Keys keys = {"chassis",      "types", "transceivers", "entity",
-                     "unrecognized", "led",   "supervisors",  "fault"};
+        Keys keys = {"chassis",      "types", "transceivers", "entity", "system",
+                     "unrecognized", "led",   "supervisors",  "fault",  "management"};
         for (const UnitKind& kind : unit_kinds) {
             keys.push_back(kind.entry);
         }
@@ -110,6 +112,9 @@ private:
         read_entries();
         const toml::table& table = as_table(*node, "chassis");
         add_chassis(table);
+        if (const toml::node* system = root().get("system")) {
+            chassis_.settings().system = make_system(as_table(*system, "system"));
+        }
         for (const UnitKind& kind : unit_kinds) {
             add_places(kind, table);
         }
@@ -213,6 +218,27 @@ private:
         return index;
     }
 
+    void configure_management()
+    {
+        if (const toml::node* node = root().get("management")) {
+            const toml::table& table = as_table(*node, "management");
+            change_as_said(table, [&] {
+                chassis_.configure_interface(chassis_.management().port->if_index,
+                                             make_interface(table));
+            });
+        }
+    }
+
+    /// Makes a change that the switch may refuse.
+    void change_as_said(const toml::table& table, auto change) const
+    {
+        try {
+            change();
+        } catch (const Refusal& refusal) {
+            fail(table.source(), refusal.what());
+        }
+    }
+
     void set_led(const toml::table& entry)
     {
         check_keys(entry, {"entity", "led", "value"});
@@ -252,11 +278,7 @@ private:
         if (const toml::node* node = entry.get("count")) {
             fault.left = number(*node, "count", 1, UINT32_MAX);
         }
-        try {
-            chassis_.set_fault(fault);
-        } catch (const Refusal& refusal) {
-            fail(entry.source(), refusal.what());
-        }
+        change_as_said(entry, [&] { chassis_.set_fault(fault); });
     }
 
     void add_chassis(const toml::table& table)

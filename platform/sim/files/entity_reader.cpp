@@ -1,5 +1,6 @@
 #include "files/entity_reader.h"
 
+#include "model/ports.h"
 #include "records/entity_record.h"
 #include "records/transceiver_record.h"
 
@@ -19,7 +20,7 @@ Keys entity_keys(Keys more)
 
 Keys transceiver_keys(Keys more)
 {
-    more.insert(more.end(), {"diagnostics", "lanes"});
+    more.insert(more.end(), {"diagnostics", "lanes", "speed"});
     for (const TransceiverText& text : transceiver_texts) {
         more.push_back(text.key);
     }
@@ -39,27 +40,6 @@ void EntityReader::read_entries()
             fail(index.source(), "another [[entity]] has the index ", value);
         }
     });
-}
-
-/// A text. One that is not UTF-8 is a table with its bytes in hexadecimal.
-std::string EntityReader::bytes(const toml::node& node, std::string_view what) const
-{
-    const toml::table* table = node.as_table();
-    if (table == nullptr) {
-        return text(node, what);
-    }
-    check_keys(*table, {"hex"});
-    const toml::node& hex = required(*table, "hex", concat("'", what, "'"));
-    const std::string digits = text(hex, "hex");
-    if (digits.size() % 2 != 0 ||
-        digits.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) {
-        fail(hex.source(), "'hex' is not pairs of hexadecimal digits such as \"c3a4\"");
-    }
-    std::string value;
-    for (size_t i = 0; i < digits.size(); i += 2) {
-        value.push_back(static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16)));
-    }
-    return value;
 }
 
 /// Overwrites texts with those of a table.
@@ -155,6 +135,11 @@ InheritingTable EntityReader::with_type(const toml::table& entry, std::string_vi
 
 void EntityReader::fit_ports(std::span<Entity> ports, const InheritingTable& table) const
 {
+    if (const toml::node* speed = table.find("port-speed")) {
+        for (Entity& entity : ports) {
+            entity.port->speed = number(*speed, "port-speed", 1, max_speed);
+        }
+    }
     if (const toml::node* electrical = table.find("electrical")) {
         for (const uint32_t number : port_list(*electrical, "electrical", ports.size())) {
             ports[number - 1].port->has_cage = false;
@@ -176,6 +161,68 @@ void EntityReader::fit_ports(std::span<Entity> ports, const InheritingTable& tab
                 make_transceiver(with_type(entry, "transceivers"), entity);
         }
     });
+    for_each_table(table.find("interfaces"), "interfaces", [&](const toml::table& entry) {
+        const toml::node& list = required(entry, "ports", "an element of 'interfaces'");
+        const InterfaceSettings settings = make_interface(entry, {"ports"});
+        for (const uint32_t number : port_list(list, "ports", ports.size())) {
+            Port& port = *ports[number - 1].port;
+            const double most = 1e6 * speed_of(port);
+            if (std::max(settings.in.bits_per_second, settings.out.bits_per_second) > most) {
+                fail(list.source(), "port ", number, " has a speed of ", speed_of(port), " Mbit/s");
+            }
+            port.interface.settings = settings;
+        }
+    });
+}
+
+System EntityReader::make_system(const toml::table& table) const
+{
+    Keys keys;
+    for (const SystemText& text : system_texts) {
+        keys.push_back(text.key);
+    }
+    check_keys(table, keys);
+    System system;
+    read_texts(system, system_texts, {table});
+    return system;
+}
+
+InterfaceSettings EntityReader::make_interface(const toml::table& entry, Keys more) const
+{
+    more.insert(more.end(), {"alias", "admin-status", "notifications", "in", "out"});
+    check_keys(entry, more);
+    InterfaceSettings settings;
+    if (const toml::node* alias = entry.get("alias")) {
+        settings.alias = bytes(*alias, "alias");
+        if (settings.alias.size() > max_link_alias) {
+            fail(alias->source(), "'alias' has ", settings.alias.size(), " bytes, more than ",
+                 max_link_alias);
+        }
+    }
+    settings.admin = choice({entry}, "admin-status", "up", link_admins).value;
+    settings.notifies = is_set({entry}, "notifications", true);
+    settings.in = make_load(entry, "in");
+    settings.out = make_load(entry, "out");
+    return settings;
+}
+
+Load EntityReader::make_load(const toml::table& entry, std::string_view what) const
+{
+    const toml::node* node = entry.get(what);
+    if (node == nullptr) {
+        return {};
+    }
+    const toml::table& table = as_table(*node, what);
+    Keys keys;
+    for (const LoadRate& rate : load_rates) {
+        keys.push_back(rate.key);
+    }
+    check_keys(table, keys);
+    Load load;
+    for (const LoadRate& rate : load_rates) {
+        load.*rate.value = real(table, rate.key, load.*rate.value, rate.least, rate.most);
+    }
+    return load;
 }
 
 /// The numbers that a text such as "1-8,10" lists, of `count` ports numbered from 1.
@@ -230,6 +277,7 @@ Transceiver EntityReader::make_transceiver(const InheritingTable& table, const E
     if (const toml::node* lanes = table.find("lanes")) {
         transceiver.lanes = number(*lanes, "lanes", 1, 8);
     }
+    transceiver.speed = count(table, "speed", max_speed);
     for (const Quantity& quantity : quantities) {
         transceiver.measurements.push_back(
             make_measurement(quantity, table.find(quantity.key), threshold_format(transceiver),

@@ -53,15 +53,20 @@ protected:
     std::vector<Entity> make_sensors(const Entity& holder, uint32_t holder_number,
                                      const InheritingTable& table);
 
-    /// Sets the cages and transceivers of a module's ports, which are in the order of their
-    /// numbers.
+    /// Sets the cages, transceivers and interfaces of a module's ports, which are in the order of
+    /// their numbers.
     void fit_ports(std::span<Entity> ports, const InheritingTable& table) const;
+
+    /// The texts of the system group.
+    System make_system(const toml::table& table) const;
+
+    /// The settings of an interface. @param more keys that the table may have
+    InterfaceSettings make_interface(const toml::table& entry, Keys more = {}) const;
 
     /// A transceiver in a port.
     Transceiver make_transceiver(const InheritingTable& table, const Entity& port) const;
 
 private:
-    std::string bytes(const toml::node& node, std::string_view what) const;
     template <typename Described, typename Text, size_t Count>
     void read_texts(Described& described, const Text (&texts)[Count],
                     const InheritingTable& table) const;
@@ -70,6 +75,7 @@ private:
                        const std::string& whose) const;
     std::vector<uint32_t> port_list(const toml::node& node, std::string_view what,
                                     size_t count) const;
+    Load make_load(const toml::table& entry, std::string_view what) const;
     Measurement make_measurement(const Quantity& quantity, const toml::node* node,
                                  WordFormat format, uint32_t seed) const;
     ReadingRange range_of(const Quantity& quantity, const toml::table& table) const;

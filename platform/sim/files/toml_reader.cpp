@@ -138,6 +138,26 @@ std::string TomlReader::text(const toml::node& node, std::string_view what) cons
     return node.as_string()->get();
 }
 
+std::string TomlReader::bytes(const toml::node& node, std::string_view what) const
+{
+    const toml::table* table = node.as_table();
+    if (table == nullptr) {
+        return text(node, what);
+    }
+    check_keys(*table, {"hex"});
+    const toml::node& hex = required(*table, "hex", concat("'", what, "'"));
+    const std::string digits = text(hex, "hex");
+    if (digits.size() % 2 != 0 ||
+        digits.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) {
+        fail(hex.source(), "'hex' is not pairs of hexadecimal digits such as \"c3a4\"");
+    }
+    std::string value;
+    for (size_t i = 0; i < digits.size(); i += 2) {
+        value.push_back(static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16)));
+    }
+    return value;
+}
+
 bool TomlReader::truth(const toml::node& node, std::string_view what) const
 {
     if (!node.is_boolean()) {

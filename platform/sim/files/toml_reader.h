@@ -70,6 +70,10 @@ public:
 
     const toml::table& as_table(const toml::node& node, std::string_view what) const;
     std::string text(const toml::node& node, std::string_view what) const;
+
+    /// A text. One that is not UTF-8 is a table with its bytes in hexadecimal.
+    std::string bytes(const toml::node& node, std::string_view what) const;
+
     bool truth(const toml::node& node, std::string_view what) const;
 
     template <typename Number = uint32_t>

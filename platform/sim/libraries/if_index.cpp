@@ -8,6 +8,7 @@
 namespace {
 
 constexpr uint8_t physical_ethernet = 26;
+constexpr uint32_t management = 5U << 24;
 
 uint8_t type_of(uint32_t if_index)
 {
@@ -64,6 +65,10 @@ int if_index_phy_ethernet_init(uint32_t* if_index, uint8_t slot, uint8_t port, u
 
 void sprintf_if_index(char* buffer, uint32_t if_index)
 {
+    if (if_index == management) {
+        std::snprintf(buffer, IF_INDEX_TEXT_SIZE, "mgmt0");
+        return;
+    }
     if (!is_physical_ethernet(if_index)) {
         std::snprintf(buffer, IF_INDEX_TEXT_SIZE, "interface 0x%08" PRIx32, if_index);
         return;

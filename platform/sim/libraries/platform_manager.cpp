@@ -430,6 +430,9 @@ Answer serve_request(uint32_t opcode, int32_t operation, std::span<const std::by
         return {static_cast<ResultCode>(*disturbance.result)};
     }
     Answer answer = served->serve(*chassis_placed, operation, request);
+    if (operation == CHM_REQ_SET && answer.result == ResultCode::ok) {
+        chassis_placed->announce_write();
+    }
     if (answer.block && disturbance.more_bytes != 0) {
         resize(answer, disturbance.disturbed(answer.size));
     }

@@ -41,6 +41,7 @@ void Chassis::add(Entity entity)
         throw std::invalid_argument("index " + std::to_string(index) + " is taken");
     }
     measure(added->second);
+    mark_generation();
 }
 
 void Chassis::add_unit(Assembly assembly)
@@ -139,6 +140,12 @@ void Chassis::write(uint32_t index, std::span<const TextChange> changes)
     if (changed) {
         announce_change();
     }
+}
+
+void Chassis::mark_generation()
+{
+    ++generation_;
+    generation_started_ = now_();
 }
 
 void Chassis::announce_change()
@@ -253,6 +260,7 @@ void Chassis::pull(uint32_t index)
         place->second.pulled = Assembly{unit->second, std::move(entities)};
         units_.erase(unit);
     }
+    mark_generation();
     announce_change();
 }
 
@@ -347,6 +355,9 @@ void Chassis::measure(Entity& entity)
 {
     if (entity.port && entity.port->transceiver) {
         measure_transceiver(entity);
+    }
+    if (entity.port) {
+        settle_link(entity);
     }
     if (!entity.sensor) {
         return;

@@ -20,6 +20,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -33,8 +34,29 @@ struct Place {
     std::optional<Assembly> pulled{}; ///< what was pulled from it and may be inserted again
 };
 
+/// The system group of the switch.
+struct System {
+    std::string description{}; ///< empty for one that derives from the chassis
+    std::string contact{};
+    std::string name{}; ///< empty for the one that the agent has
+    std::string location{};
+};
+
+/// A text of the system group: its name in files, and the sub-identifier of its object.
+struct SystemText {
+    std::string_view key;
+    std::string System::*text;
+    uint32_t object;
+    size_t capacity = 255; ///< longest text in bytes
+};
+inline constexpr SystemText system_texts[] = {{"description", &System::description, 1},
+                                              {"contact", &System::contact, 4},
+                                              {"name", &System::name, 5},
+                                              {"location", &System::location, 6}};
+
 /// Settings of the whole switch.
 struct SwitchSettings {
+    System system{};
     int32_t max_default_in_line_power = max_in_line_power;
     bool status_notifications = true; ///< events of units are raised; see Chassis::observe()
     uint32_t type_code = 0;           ///< of the chassis, as the platform database shows it
@@ -60,8 +82,12 @@ struct Occurrence {
 /// A unit that the switch does not recognize, in the place whose container is given.
 Entity unrecognized_unit(const Entity& container, uint32_t index);
 
+/// The management port as it leaves the factory.
+Entity management_port();
+
 class Chassis {
 public:
+    using LinkObserver = std::function<void(const Entity& port)>;
     using Observer = std::function<void(const Occurrence& occurrence)>;
     using TimeSource = std::function<Clock::time_point()>;
 
@@ -70,6 +96,7 @@ public:
     explicit Chassis(std::string file, TimeSource now = Clock::now)
         : file_(std::move(file)), now_(std::move(now))
     {
+        settle_link(management_);
     }
 
     // While the chassis is put together; nothing of it is a change that observers see.
@@ -99,6 +126,12 @@ public:
     /// notifications are off, changes of units are not reported.
     void observe(Observer observer) { observers_.push_back(std::move(observer)); }
 
+    /// Calls `observer` whenever an interface has gone up or down.
+    void observe_links(LinkObserver observer) { link_observers_.push_back(std::move(observer)); }
+
+    /// Calls `observer` after each write of an operator, whatever was written.
+    void observe_writes(std::function<void()> observer) { write_observer_ = std::move(observer); }
+
     const std::string& file() const { return file_; }
 
     Clock::time_point now() const { return now_(); }
@@ -106,6 +139,13 @@ public:
     /// All entities and all units in increasing order of index.
     const std::map<uint32_t, Entity>& entities() const { return entities_; }
     const std::map<uint32_t, Unit>& units() const { return units_; }
+
+    /// The management port, which is no entity of the physical table.
+    const Entity& management() const { return management_; }
+
+    /// How often entities have been added or removed, and when that last was.
+    uint32_t generation() const { return generation_; }
+    Clock::time_point generation_started() const { return generation_started_; }
 
     /// All places by the index of their container.
     const std::map<uint32_t, Place>& places() const { return places_; }
@@ -147,6 +187,14 @@ public:
 
     /// Writes texts of an entity; values that are already there change nothing.
     void write(uint32_t index, std::span<const TextChange> changes);
+
+    /// Reports a write of an operator that has been carried out.
+    void announce_write() const
+    {
+        if (write_observer_) {
+            write_observer_();
+        }
+    }
 
     /// Counts as a change of the inventory, and notifies the observers.
     void announce_change();
@@ -203,6 +251,9 @@ public:
     /// counts that.
     std::vector<diag_info> read_diagnostics(uint32_t index);
 
+    /// Sets all settings of an interface. Refused if a load exceeds its speed.
+    void configure_interface(uint32_t if_index, const InterfaceSettings& settings);
+
     /// Overrides the reading of a sensor, in the unit of its kind, or ends the override. Refused if
     /// the sensor cannot report the value.
     void set_reading(uint32_t index, std::optional<double> value);
@@ -216,12 +267,17 @@ public:
 
 private:
     void notify(const Occurrence& occurrence);
+    void mark_generation();
     Unit& fit(Assembly assembly);
     Sensor& sensor_of(uint32_t index);
     void measure(Entity& entity);
     void measure_parts(const Unit& unit);
     Port& port_at(uint32_t index);
     void measure_transceiver(Entity& port);
+    LinkStatus link_status(const Entity& port) const;
+    void settle_link(Entity& port);
+    void start_traffic(Interface& interface);
+    void stop_traffic(Interface& interface);
     Place& empty_place(uint32_t index);
     bool has_failed_part(const Unit& unit) const;
     void refuse_for_active_supervisor(const Unit& unit) const;
@@ -236,9 +292,14 @@ private:
     std::string file_;
     TimeSource now_;
     std::map<uint32_t, Entity> entities_;
+    Entity management_ = management_port();
+    uint32_t generation_ = 0;
+    Clock::time_point generation_started_{};
     std::map<uint32_t, Unit> units_;
     std::map<uint32_t, Place> places_;
     std::vector<Observer> observers_;
+    std::vector<LinkObserver> link_observers_;
+    std::function<void()> write_observer_;
     RedundancyMode redundancy_mode_ = RedundancyMode::none;
     Redundancy redundancy_;
     SwitchSettings settings_;

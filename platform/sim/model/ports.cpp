@@ -2,7 +2,21 @@
 
 #include "if_index.h"
 
+#include <algorithm>
+
 namespace sim {
+namespace {
+
+/// Whether the light that a transceiver receives is below its low alarm.
+bool is_dark(const Chassis& chassis, const Transceiver& transceiver)
+{
+    constexpr size_t receive_power = 4;
+    static_assert(quantities[receive_power].sensor_code == SFP_RX_POWER);
+    return transceiver.measurements[receive_power].thresholds[low_alarm].is_beyond(
+        raw_reading(chassis, transceiver, receive_power));
+}
+
+} // namespace
 
 const Entity* find_port(const Chassis& chassis, uint32_t if_index)
 {
@@ -14,6 +28,18 @@ const Entity* find_port(const Chassis& chassis, uint32_t if_index)
     // The codec numbers slots and ports from 0.
     const Entity* entity = chassis.find(port_index(slot + 1U, number + 1U));
     return entity != nullptr && entity->port ? entity : nullptr;
+}
+
+const Entity* find_interface(const Chassis& chassis, uint32_t if_index)
+{
+    const Entity& management = chassis.management();
+    return management.port->if_index == if_index ? &management : find_port(chassis, if_index);
+}
+
+uint32_t speed_of(const Port& port)
+{
+    const uint32_t plugged = port.transceiver ? port.transceiver->speed : 0;
+    return plugged == 0 ? port.speed : std::min(plugged, port.speed);
 }
 
 const Transceiver* transceiver_in_service(const Chassis& chassis, const Entity& port)
@@ -55,6 +81,17 @@ double raw_reading(const Chassis& chassis, const Transceiver& transceiver, size_
     return raw_value(quantities.at(quantity), reading, reading_format(chassis, transceiver));
 }
 
+Entity management_port()
+{
+    constexpr uint32_t if_index = 5U << 24; // as the codec has it
+    char name[IF_INDEX_TEXT_SIZE];
+    sprintf_if_index(name, if_index);
+    return {.index = 0,
+            .description = "Management port",
+            .name = name,
+            .port = Port{.if_index = if_index, .has_cage = false, .speed = 1000}};
+}
+
 // Changes of the ports of a chassis.
 
 void Chassis::plug(uint32_t index, std::optional<Transceiver> other)
@@ -85,6 +122,7 @@ void Chassis::unplug(uint32_t index)
     }
     port.unplugged = std::exchange(port.transceiver, std::nullopt);
     forget_thresholds(*port.unplugged);
+    settle_link(entities_.at(index));
     announce_change();
 }
 
@@ -110,6 +148,79 @@ std::vector<diag_info> Chassis::read_diagnostics(uint32_t index)
     Port& port = port_at(index);
     ++port.diagnostics_reads;
     return read_lanes(port.transceiver.value(), now_(), reading_format(*this, *port.transceiver));
+}
+
+void Chassis::configure_interface(uint32_t if_index, const InterfaceSettings& settings)
+{
+    const Entity* found = find_interface(*this, if_index);
+    if (found == nullptr) {
+        throw std::out_of_range("there is no interface " + std::to_string(if_index));
+    }
+    Entity& port = found == &management_ ? management_ : entities_.at(found->index);
+    for (const Load& load : {settings.in, settings.out}) {
+        if (load.bits_per_second > 1e6 * speed_of(*port.port)) {
+            throw Refusal(port.name + " has a speed of " + std::to_string(speed_of(*port.port)) +
+                          " Mbit/s");
+        }
+    }
+    Interface& interface = port.port->interface;
+    // Each load counts as long as it lasts.
+    stop_traffic(interface);
+    interface.settings = settings;
+    start_traffic(interface);
+    settle_link(port);
+}
+
+void Chassis::start_traffic(Interface& interface)
+{
+    if (interface.status == LinkStatus::up) {
+        interface.in.start(now_());
+        interface.out.start(now_());
+    }
+}
+
+void Chassis::stop_traffic(Interface& interface)
+{
+    interface.in.stop(now_(), interface.settings.in);
+    interface.out.stop(now_(), interface.settings.out);
+}
+
+/// The status that follows from the module, the transceiver and the settings of a port.
+LinkStatus Chassis::link_status(const Entity& port) const
+{
+    if (port.port->has_cage && !port.port->transceiver) {
+        return LinkStatus::not_present;
+    }
+    const Unit* module = find_unit(port.contained_in);
+    const bool passive = module != nullptr && module->admin_status == AdminStatus::standby;
+    if (port.port->interface.settings.admin == LinkAdmin::down || passive ||
+        status(port) != EntityStatus::ok) {
+        return LinkStatus::down;
+    }
+    return has_diagnostics(*this, port) && is_dark(*this, *port.port->transceiver)
+               ? LinkStatus::down
+               : LinkStatus::up;
+}
+
+/// The one place where the status of a link changes.
+void Chassis::settle_link(Entity& port)
+{
+    Interface& interface = port.port->interface;
+    const LinkStatus before = interface.status;
+    const LinkStatus now = link_status(port);
+    if (now == before) {
+        return;
+    }
+    stop_traffic(interface);
+    interface.status = now;
+    interface.status_changed = now_();
+    start_traffic(interface);
+    // IF-MIB has no notification of what happens between two statuses other than up.
+    if (before == LinkStatus::up || now == LinkStatus::up) {
+        for (const LinkObserver& observer : link_observers_) {
+            observer(port);
+        }
+    }
 }
 
 Port& Chassis::port_at(uint32_t index)

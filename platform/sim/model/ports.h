@@ -11,6 +11,12 @@ namespace sim {
 /// The port with an interface index, or null.
 const Entity* find_port(const Chassis& chassis, uint32_t if_index);
 
+/// The same, the management port included.
+const Entity* find_interface(const Chassis& chassis, uint32_t if_index);
+
+/// The speed of a port with what is plugged in, in Mbit/s.
+uint32_t speed_of(const Port& port);
+
 /// The transceiver of a port whose module is in service, or null.
 const Transceiver* transceiver_in_service(const Chassis& chassis, const Entity& port);
 

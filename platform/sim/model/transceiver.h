@@ -1,6 +1,7 @@
 /// Ports and the optical transceivers in their cages, with the diagnostics that these report.
 #pragma once
 
+#include "model/interface.h"
 #include "model/named.h"
 #include "model/reading.h"
 #include "wire/physical_index.h"
@@ -161,13 +162,17 @@ struct Transceiver {
     std::string alias{};
     Diagnostics diagnostics = Diagnostics::internal;
     uint32_t lanes = 1;
+    uint32_t speed = 0;                      ///< in Mbit/s, 0 for that of its port
     std::vector<Measurement> measurements{}; ///< one for each of `quantities`
 };
 
 /// The port of an entity. Interface indexes order ports by slot and number.
 struct Port {
     uint32_t if_index = 0;
-    bool has_cage = true; ///< electrical ports have none
+    bool has_cage = true;   ///< electrical ports have none
+    uint32_t speed = 10000; ///< in Mbit/s
+    Interface interface {
+    };
     std::optional<Transceiver> transceiver{};
     std::optional<Transceiver>
         unplugged{}; ///< what was last taken out, and may be plugged in again
