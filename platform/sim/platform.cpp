@@ -147,7 +147,7 @@ void on_second(unsigned int /*alarm*/, void* /*unused*/)
 }
 
 /// The agent's table of loaded modules shows paths of the machine.
-void hide_loader()
+void on_hide_loader(const char* /*token*/, char* /*line*/)
 {
     const oid loader[] = {1, 3, 6, 1, 4, 1, 2021, 13, 14};
     netsnmp_subtree* found = netsnmp_subtree_find_first("");
@@ -189,8 +189,8 @@ void init_chmplatform()
         sim::start_event_delivery();
         sim::find_watchdog();
         sim::start_clock();
-        sim::hide_loader();
         sim::follow_system_writes();
+        snmpd_register_config_handler("chmHideLoader", sim::on_hide_loader, nullptr, "yes");
         snmpd_register_config_handler("chmState", sim::on_state, nullptr, "FILE");
         snmpd_register_config_handler("chmChassis", sim::on_chassis, nullptr, "FILE");
         snmpd_register_config_handler("chmControl", sim::on_control, nullptr, "SOCKET");
@@ -203,6 +203,7 @@ void deinit_chmplatform()
         snmpd_unregister_config_handler("chmControl");
         snmpd_unregister_config_handler("chmChassis");
         snmpd_unregister_config_handler("chmState");
+        snmpd_unregister_config_handler("chmHideLoader");
         sim::stop_serving_interfaces();
         sim::control_socket.close();
         sim::stop_clock();

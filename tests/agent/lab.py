@@ -23,6 +23,7 @@ OPERATOR = ("-v3", "-l", "authPriv", "-u", "operator", "-a", "SHA", "-A", "lab-a
 ENT_PHYSICAL_ENTRY = "1.3.6.1.2.1.47.1.1.1.1"
 DESCR, NAME, SERIAL_NUM, ALIAS = (f"{ENT_PHYSICAL_ENTRY}.{column}" for column in (2, 7, 11, 14))
 UPTIME = "1.3.6.1.2.1.1.3.0"
+LINK_DOWN, LINK_UP = ".1.3.6.1.6.3.1.1.5.3", ".1.3.6.1.6.3.1.1.5.4"
 LAST_CHANGE_TIME = "1.3.6.1.2.1.47.1.4.1.0"
 ENT_CONFIG_CHANGE = ".1.3.6.1.2.1.47.2.0.1"
 
@@ -117,19 +118,19 @@ class Daemon:
 class Switch(Daemon):
     program = "snmpd"
 
-    def __init__(self, chassis="ten-slot", lines=(), under=(), sink=None):
+    def __init__(self, chassis="ten-slot", lines=(), under=(), sink=None, options=()):
         """lines: more of the agent's configuration. under: a command that runs the agent.
-        sink: the receiver of its notifications."""
+        sink: the receiver of its notifications. options: of scripts/agent."""
         super().__init__()
         self.control = self.state / "control"
         self.chassis = SOURCE / f"chassis/{chassis}.toml" if isinstance(chassis, str) else chassis
-        self.lines, self.under, self.sink = list(lines), under, sink
+        self.lines, self.under, self.sink, self.options = list(lines), under, sink, options
         if sink:
             self.lines.append(f"trap2sink 127.0.0.1:{sink.port} public")
 
     def start(self):
-        self.spawn(lambda port: [*self.under, SOURCE / "scripts/agent", BUILD, self.state, port,
-                                 self.chassis, *self.lines])
+        self.spawn(lambda port: [*self.under, SOURCE / "scripts/agent", *self.options, BUILD,
+                                 self.state, port, self.chassis, *self.lines])
         assert "dlopen" not in self.log(), self.log()
         self.get(UPTIME)  # until it answers, it forgets a SIGHUP
         if self.sink:
@@ -213,9 +214,18 @@ class TrapReceiver(Daemon):
         return self.notifications(name)
 
     def news(self, count):
-        """(name, bindings) of those that came since the last call, once there are so many."""
-        wait_for(lambda: len(self.notifications()) >= self.seen + count, "notifications")
+        """(name, bindings) of those that came since the last call, once there are so many, but
+        linkDown and linkUp, which go to self.links as (name, values of ifTable)."""
+        def fresh():
+            return [(name, bindings) for _, name, bindings in self.notifications()[self.seen:]]
+
+        def platform():
+            return [one for one in fresh() if one[0] not in (LINK_DOWN, LINK_UP)]
+
+        wait_for(lambda: len(platform()) >= count, "notifications")
         time.sleep(0.1)  # for those that should not come
-        fresh = [(name, bindings) for _, name, bindings in self.notifications()[self.seen:]]
-        self.seen += len(fresh)
-        return fresh
+        found, every = platform(), fresh()
+        self.links = [(name, [value for _, value in bindings[:3]])
+                      for name, bindings in every if (name, bindings) not in found]
+        self.seen += len(every)
+        return found

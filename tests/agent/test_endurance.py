@@ -164,7 +164,7 @@ def test_kills_reloads_and_unloaded_modules():
     unload, load = 5, 4
     loaded = (BUILD / "share/chmsnmp/modules.conf").read_text().count("\ndlmod ")
     modules = range(2, 2 + loaded)  # the first is the switch itself
-    with Switch("small") as switch:
+    with Switch("small", options=["--host-mibs"]) as switch:
         for _ in range(2):
             switch.process.kill()
             switch.process.wait()

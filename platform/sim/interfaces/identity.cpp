@@ -49,14 +49,32 @@ int on_system_write(netsnmp_mib_handler* handler, netsnmp_handler_registration* 
 
 } // namespace
 
+std::vector<oid> object_identifier(const Chassis& chassis)
+{
+    const Entity& own = chassis.entities().at(chassis_index);
+    return {1,
+            3,
+            6,
+            1,
+            4,
+            1,
+            ENTERPRISE_MAIN,
+            12,
+            3,
+            1,
+            static_cast<oid>(own.entity_class),
+            own.vendor_type};
+}
+
 void identify(const Chassis& chassis)
 {
     const System& system = chassis.settings().system;
     configure_agent("sysdescr", description_of(chassis));
-    const Entity& own = chassis.entities().at(chassis_index);
-    configure_agent("sysobjectid", ".1.3.6.1.4.1." + std::to_string(ENTERPRISE_MAIN) + ".12.3.1." +
-                                       std::to_string(static_cast<int32_t>(own.entity_class)) +
-                                       "." + std::to_string(own.vendor_type));
+    std::string name;
+    for (const oid number : object_identifier(chassis)) {
+        name += "." + std::to_string(number);
+    }
+    configure_agent("sysobjectid", name);
     configure_agent("sysservices", "2"); // of the data link layer
     // With these lines, unlike those of an administrator, the values stay writable.
     configure_agent("psyscontact", system.contact);

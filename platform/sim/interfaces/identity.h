@@ -3,7 +3,16 @@
 
 #include "model/chassis.h"
 
+#include <net-snmp/net-snmp-config.h>
+
+#include <net-snmp/net-snmp-includes.h>
+
+#include <vector>
+
 namespace sim {
+
+/// sysObjectID: the vendor type of the chassis.
+std::vector<oid> object_identifier(const Chassis& chassis);
 
 /// Gives the agent the description, object identifier, contact, name and location of a switch.
 void identify(const Chassis& chassis);

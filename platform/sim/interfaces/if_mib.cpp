@@ -1,5 +1,6 @@
 #include "interfaces/if_mib.h"
 
+#include "interfaces/identity.h"
 #include "interfaces/if_columns.h"
 #include "libraries/c_boundary.h"
 #include "libraries/event_queue.h"
@@ -25,6 +26,7 @@ constexpr oid if_entries[] = {1, 3, 6, 1, 2, 1, 2, 2};
 constexpr oid if_x_entries[] = {1, 3, 6, 1, 2, 1, 31, 1, 1};
 constexpr oid if_table_last_change[] = {1, 3, 6, 1, 2, 1, 31, 1, 5};
 constexpr oid if_stack_last_change[] = {1, 3, 6, 1, 2, 1, 31, 1, 6};
+constexpr oid trap_enterprise[] = {1, 3, 6, 1, 6, 3, 1, 1, 4, 3, 0};
 constexpr oid link_down[] = {1, 3, 6, 1, 6, 3, 1, 1, 5, 3};
 constexpr oid link_up[] = {1, 3, 6, 1, 6, 3, 1, 1, 5, 4};
 
@@ -263,18 +265,23 @@ void send_link_notification(const EventMessage& message)
     std::memcpy(change.data(), message.payload.data(), sizeof change);
     Bindings bindings(nullptr, snmp_free_varbind);
     netsnmp_variable_list* last = nullptr;
-    for (size_t i = 0; i < change.size(); ++i) {
-        const oid name[] = {
-            1, 3, 6, 1, 2, 1, 2, 2, 1, reported_columns[i], static_cast<oid>(change[0])};
-        last =
-            build_varbind(last, &change[i], ASN_INTEGER, sizeof change[i], name, std::size(name));
+    const auto bind = [&](std::span<const oid> name, u_char type, const void* value, size_t size) {
+        last = build_varbind(last, value, type, size, name.data(), name.size());
         if (last == nullptr) {
             throw std::bad_alloc();
         }
         if (!bindings) {
             bindings.reset(last);
         }
+    };
+    for (size_t i = 0; i < change.size(); ++i) {
+        const oid name[] = {
+            1, 3, 6, 1, 2, 1, 2, 2, 1, reported_columns[i], static_cast<oid>(change[0])};
+        bind(name, ASN_INTEGER, &change[i], sizeof change[i]);
     }
+    // Otherwise the agent adds the one of its own maker.
+    const std::vector<oid> enterprise = object_identifier(*served);
+    bind(trap_enterprise, ASN_OBJECT_ID, enterprise.data(), enterprise.size() * sizeof(oid));
     const bool is_up = change.back() == static_cast<int32_t>(LinkStatus::up);
     const std::span<const oid> name = is_up ? link_up : link_down;
     send_notification(name.data(), name.size(), std::move(bindings));
