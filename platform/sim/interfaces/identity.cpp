@@ -10,7 +10,7 @@
 namespace sim {
 namespace {
 
-/// Sets a value of the agent as a line of its configuration does.
+/// Sets a value of the agent as a line of its configuration does, after all lines of the files.
 void configure_agent(const std::string& token, const std::string& value)
 {
     std::string line = token + " " + value;

@@ -5,6 +5,7 @@
 
 #include <iomanip>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <random>
 
 namespace {
@@ -202,6 +203,9 @@ protected:
         }
         refusal(command);
 
+        if (dice.one_in(4)) {
+            configure_interface(dice, chassis, entity);
+        }
         chassis.settings().max_default_in_line_power = static_cast<int32_t>(dice.below(12501));
         chassis.settings().status_notifications = dice.one_in(2);
         if (dice.one_in(8)) {
@@ -216,6 +220,21 @@ protected:
         }
     }
 
+    static void configure_interface(Dice& dice, sim::Chassis& chassis, uint32_t entity)
+    {
+        const sim::Entity* chosen = chassis.find(entity);
+        const bool is_port = chosen != nullptr && chosen->port;
+        const uint32_t if_index = (is_port ? *chosen : chassis.management()).port->if_index;
+        sim::InterfaceSettings settings{.alias = dice.pick(some_texts).substr(0, 64),
+                                        .admin = sim::LinkAdmin(1 + dice.below(2)),
+                                        .notifies = dice.one_in(2)};
+        settings.in.bits_per_second = dice.below(1000) / 7.0;
+        settings.out.packet_size = 64 + dice.below(1000);
+        settings.out.errors_per_second = dice.below(3);
+        chassis.configure_interface(if_index, settings);
+        chassis.settings().system.location = dice.pick(some_texts);
+    }
+
     /// All that the platform manager answers, and what chmctl shows of transceivers, but times:
     /// when a module's status changed and when it went into service, when a sensor was measured,
     /// when the inventory changed.
@@ -228,7 +247,18 @@ protected:
                      std::to_string(fault.operation.value_or(0)) + std::string(fault.kind->key) +
                      std::to_string(fault.amount) + " " + std::to_string(fault.left.value_or(0));
         }
-        all["transceivers and faults"] = Bytes(texts.begin(), texts.end());
+        for (auto interface :
+             nlohmann::json::parse(sim::answer_request(R"({"verb": "interfaces"})"))["result"]) {
+            for (const char* direction : {"in", "out"}) {
+                interface[direction].erase("octets"); // and other counts, which start anew
+                interface[direction].erase("packets");
+                interface[direction].erase("errors");
+                interface[direction].erase("discards");
+            }
+            texts += interface.dump();
+        }
+        texts += sim::chassis_in_place()->settings().system.location;
+        all["transceivers, interfaces and faults"] = Bytes(texts.begin(), texts.end());
         sim::chassis_in_place()->faults().clear(); // they would strike
         for (const auto& [opcode, size] : tables) {
             add_table(all, opcode, size);
