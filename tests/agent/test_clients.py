@@ -14,7 +14,8 @@ from lab import (
     run, wait_for)
 
 INTEGRATIONS, NPM = SOURCE / "integrations", SOURCE / "build/npm"
-CHECK_SNMP = "/usr/lib/nagios/plugins/check_snmp"
+PLUGINS = "/usr/lib/nagios/plugins"
+CHECK_SNMP = f"{PLUGINS}/check_snmp"
 MAIN = "1.3.6.1.4.1.32473.9"
 
 
@@ -78,6 +79,7 @@ def test_metrics_of_the_exporter(switch):
         try:
             wait_for(lambda: not socket.socket().connect_ex(("127.0.0.1", port)), "exporter")
             switch.order("fail", "1003")
+            before = urllib.request.urlopen(url, timeout=20).read().decode()
             metrics = urllib.request.urlopen(url, timeout=20).read().decode()
         finally:
             exporter.kill()
@@ -91,10 +93,33 @@ def test_metrics_of_the_exporter(switch):
         ("entPhysicalClass_info",
          '{container="Module 3",description="Ethernet port",entPhysicalClass="port",'
          'entity="5307",model="",name="Ethernet3/7",position="7",serial=""}', "1"),
+        ("ifOperStatus", '{alias="",ifIndex="436338688",interface="Ethernet3/1"}', "2"),
+        ("ifOperStatus", '{alias="spare",ifIndex="436219648",interface="Ethernet1/48"}', "2"),
+        ("ifHighSpeed", '{alias="",ifIndex="436207616",interface="Ethernet1/1"}', "10000"),
     } <= set(series)
+    octets = re.compile('ifHCInOctets.*Ethernet1/1".* (.*)')
+    assert float(octets.search(metrics)[1]) > float(octets.search(before)[1]) > 0
+    # One query joins optics and interfaces.
+    interfaces = {re.search('interface="(.*?)"', labels)[1] for name, labels, _ in series
+                  if name == "ifOperStatus"}
+    lit = {re.match(r'.*sensor="(Ethernet[^(]*)\(', labels)[1] for name, labels, _ in series
+           if name == "entSensorValue" and "Ethernet" in labels}
+    assert len(lit) == 72 and lit < interfaces
     sensors = [labels for name, labels, _ in series if name == "entSensorValue"]
     assert len(sensors) == len(switch.walk(f"{MAIN}.91.1.1.1.1.1"))
     assert all('sensor="' in labels for labels in sensors)
+
+
+@needs(f"{PLUGINS}/check_ifoperstatus")
+@pytest.mark.skipif(run("perl", "-MNet::SNMP", "-e1").returncode != 0, reason="no Net::SNMP")
+def test_monitoring_plugins_see_interfaces(switch):
+    where = ("-H", "127.0.0.1", "-p", switch.port, "-v", "2", "-C", "public")
+    for name, status, words in (("Ethernet1/2", 0, "is up"), ("Ethernet1/25", 2, "is down"),
+                                ("Ethernet1/48", 1, "administratively down")):
+        answer = run(f"{PLUGINS}/check_ifoperstatus", *where, "-d", name)
+        assert (answer.returncode, words in answer.stdout) == (status, True), answer.stdout
+    answer = run(f"{PLUGINS}/check_ifstatus", *where)
+    assert answer.returncode == 2 and "down: " in answer.stdout
 
 
 @needs(CHECK_SNMP)
