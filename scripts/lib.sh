@@ -51,10 +51,22 @@ packages_of() {
     done
 }
 
-# build PRESET: builds in build/PRESET.
+# build PRESET: builds in build/PRESET, after whoever else builds there. A terminal shows how far it
+# is.
 build() (
-    echo "Building ($1) ..."
     cd "$source_dir" || exit
+    mkdir -p build
+    exec {lock}>"build/$1.lock"
+    flock -n "$lock" || {
+        echo "Waiting for another build ($1) ..."
+        flock "$lock"
+    }
     quietly cmake --preset "$1" || fail "cannot configure the $1 build"
-    quietly cmake --build --preset "$1" || fail "cannot build $1"
+    [[ $(ninja -C "build/$1" -n) != *'no work to do.' ]] || exit 0
+    echo "Building ($1) ..."
+    if [[ -t 1 ]]; then
+        cmake --build --preset "$1" || fail "cannot build $1"
+    else
+        quietly cmake --build --preset "$1" || fail "cannot build $1"
+    fi
 )

@@ -167,5 +167,16 @@ def test_the_check_shows_every_row(bring_up, tmp_path, name):
     assert (process.returncode, err) == (0, "")
     assert "\n0 of the served objects came back empty" in out
     announced = int(re.search(r"^entPhysicalTable: (\d+) rows$", out, re.M)[1])
-    shown = re.findall(r"^\d+(?= )", out[:out.index("entLogicalTable:")], re.M)
+    shown = re.findall(r"^\d+(?= )", out[out.index("entPhysicalTable: "):out.index("entLogicalTable: 0")], re.M)
     assert announced == len(shown) == len(set(shown)) > 10
+
+
+def test_the_check_of_a_bare_chassis_fits_the_window(bring_up, tmp_path):
+    chassis = tmp_path / "bare.toml"
+    chassis.write_text('[chassis]\nserial = "S1"\nslots = 1\n[[module]]\nslot = 1\n')
+    out, _ = bring_up("--check", "--chassis", chassis).communicate(timeout=60)
+    assert re.search(r"^Without rows:\n(  ent|  q)", out, re.M)
+    assert "\n  entSensorValueTable\n" in out and "\n0 of the served" in out
+    narrow = run("script", "-qec", f"stty cols 90; {SOURCE}/run --check --build-dir {BUILD} "
+                 f"--port {free_port()} --chassis {chassis}", "/dev/null").stdout.splitlines()
+    assert max(map(len, narrow)) <= 90 and len(narrow) > out.count("\n")
