@@ -134,6 +134,11 @@ void on_control(const char* /*token*/, char* line)
     configure(line, [](const std::string& path) { control_socket.open(path); });
 }
 
+void on_heartbeat(const char* /*token*/, char* line)
+{
+    configure(line, keep_heartbeat_file);
+}
+
 void on_second(unsigned int /*alarm*/, void* /*unused*/)
 {
     leave_request();
@@ -193,6 +198,7 @@ void init_chmplatform()
         snmpd_register_config_handler("chmHideLoader", sim::on_hide_loader, nullptr, "yes");
         snmpd_register_config_handler("chmState", sim::on_state, nullptr, "FILE");
         snmpd_register_config_handler("chmChassis", sim::on_chassis, nullptr, "FILE");
+        snmpd_register_config_handler("chmHeartbeat", sim::on_heartbeat, nullptr, "FILE");
         snmpd_register_config_handler("chmControl", sim::on_control, nullptr, "SOCKET");
     });
 }
@@ -201,6 +207,7 @@ void deinit_chmplatform()
 {
     sim::guard([] {
         snmpd_unregister_config_handler("chmControl");
+        snmpd_unregister_config_handler("chmHeartbeat");
         snmpd_unregister_config_handler("chmChassis");
         snmpd_unregister_config_handler("chmState");
         snmpd_unregister_config_handler("chmHideLoader");

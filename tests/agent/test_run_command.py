@@ -9,8 +9,8 @@ import subprocess
 import pytest
 
 from lab import (
-    BUILD, DESCR, ENT_CONFIG_CHANGE, ENVIRONMENT, OPERATOR, READER, SOURCE, TrapReceiver, free_port,
-    run, wait_for)
+    ALIAS, BUILD, DESCR, ENT_CONFIG_CHANGE, ENVIRONMENT, OPERATOR, READER, SOURCE, WRITER, TrapReceiver,
+    free_port, run, wait_for)
 
 ENGINE_BOOTS = "1.3.6.1.6.3.10.2.1.2.0"
 
@@ -96,6 +96,19 @@ def test_it_shows_notifications_by_name_and_the_death_of_its_agent(ready, runtim
     _, err = process.communicate(timeout=20)
     assert process.returncode == 1 and "snmpd has ended by itself" in err
     assert not os.listdir(runtime)
+
+
+def test_a_hung_agent_starts_again(ready, tmp_path):
+    port = free_port()
+    process, state = ready("--state", tmp_path / "memory", port=port)
+    words = f"127.0.0.1:{port}", f"{ALIAS}.1003"
+    assert run("snmpset", *WRITER, *words, "s", "kept").returncode == 0
+    hung = int((state / "snmpd.pid").read_text())
+    os.kill(hung, signal.SIGSTOP)
+    assert any(line == "run: the agent has not responded for 10 seconds; starting it again\n"
+               for line in process.stdout)
+    wait_for(lambda: "kept" in run("snmpget", *READER, *words).stdout, "agent")
+    assert int((state / "snmpd.pid").read_text()) != hung
 
 
 def test_its_logs_do_not_grow_for_ever(ready):

@@ -2,15 +2,20 @@
 
 #include "libraries/unix_socket.h"
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdlib>
+#include <fcntl.h>
 #include <string_view>
+#include <sys/stat.h>
+#include <system_error>
 #include <thread>
 
 namespace sim {
 namespace {
 
-std::string watchdog; ///< path of the service manager's socket, empty for none
+std::string watchdog;       ///< path of the service manager's socket, empty for none
+std::string heartbeat_file; ///< empty for none
 uint64_t beats = 0;
 
 } // namespace
@@ -22,8 +27,20 @@ void find_watchdog()
     }
 }
 
+void keep_heartbeat_file(const std::string& path)
+{
+    const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    if (file.get() < 0) {
+        throw std::system_error(errno, std::generic_category(), path);
+    }
+    heartbeat_file = path;
+}
+
 void feed_watchdog()
 {
+    if (!heartbeat_file.empty()) {
+        (void)utimensat(AT_FDCWD, heartbeat_file.c_str(), nullptr, 0);
+    }
     auto address = unix_address(watchdog);
     if (!address) {
         return;

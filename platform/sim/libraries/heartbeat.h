@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <string>
 
 namespace sim {
 
@@ -10,7 +11,11 @@ namespace sim {
 /// which removes it later.
 void find_watchdog();
 
-/// Notifies the watchdog, if there is one.
+/// Makes a file whose time of modification is that of the last notification of the watchdog, for
+/// supervisors without a socket. Throws std::system_error.
+void keep_heartbeat_file(const std::string& path);
+
+/// Notifies the watchdogs, if there are any.
 void feed_watchdog();
 
 /// Waits for a slow answer, and notifies the watchdog before: an SNMP request may take many such

@@ -152,10 +152,9 @@ TEST_F(Interfaces, AreRememberedWithWhatTheChassisLacks)
     state.save(chassis());
     EXPECT_NE(content_of(file.path).find("later"), std::string::npos);
 
-    for (const char* wrong : {"", "chassis = \"S2\"", "chassis = \"S1\"", "engine-boots = 1",
-                              "chassis = \"S1\"\nengine-boots = \"1\"\n[switch]\n"
-                              "redundancy-mode = \"some\"",
-                              "[["}) {
+    const std::string unknown = start + "[switch]\nredundancy-mode = \"some\"";
+    for (const std::string& wrong : {std::string(), std::string("chassis = \"S2\""),
+                                     std::string("chassis = \"S1\""), unknown, start + "[["}) {
         const ChassisFile bad(wrong);
         EXPECT_THROW(sim::StateFile(bad.path, chassis()), sim::FileError) << wrong;
         EXPECT_EQ(content_of(bad.path), wrong);
