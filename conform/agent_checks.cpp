@@ -81,7 +81,7 @@ void check_copies()
                "no more than the capacity is written, and the destination is returned");
     Line texts("bounded-copy.texts", "__strcpy_to_buf of 7 characters into 8, 4 and 0",
                "the text is cut to the capacity, its NUL included");
-    for (const size_t capacity : {8, 4, 0}) {
+    for (const size_t capacity : {8U, 4U, 0U}) {
         char room[16];
         std::memset(room, '#', sizeof room);
         const void* given = platform().__memcpy_to_buf(capacity, room, "abcdefgh", 8);

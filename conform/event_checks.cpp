@@ -3,6 +3,7 @@
 #include "agent_loop.h"
 #include "allocator.h"
 #include "checks.h"
+#include "exchange.h"
 #include "platform_calls.h"
 #include "record_fields.h"
 #include "report.h"
@@ -118,6 +119,7 @@ void check_events(const Options& options)
     seen = &all;
     register_all(std::make_index_sequence<std::size(platform_events)>(), registering);
     registering.close("0 for each");
+    Exchange(physical_table).ask(CHM_REQ_GETNEXT, Bytes(physical_table.record_size));
     if (options.trigger.empty()) {
         serve(options.event_seconds);
     } else if (const int status = serve_while_running(options.trigger, options.event_seconds);

@@ -61,6 +61,8 @@ public:
     explicit CallNote(const char* function);
     CallNote(const CallNote&) = delete;
     CallNote& operator=(const CallNote&) = delete;
+    CallNote(CallNote&&) = delete;
+    CallNote& operator=(CallNote&&) = delete;
     ~CallNote();
 
     /// Whether a call into the platform is under way.
@@ -97,9 +99,11 @@ struct Imported<Result(Parameters...)> {
 };
 
 struct Platform {
+// The switch's own names, underscores included.
+// NOLINTBEGIN(*-reserved-identifier,bugprone-macro-parentheses)
 #define MEMBER(function) Imported<decltype(::function)> function{#function};
-    // The switch's own names, underscores included. NOLINTNEXTLINE(*-reserved-identifier)
     PLATFORM_FUNCTIONS(MEMBER)
+// NOLINTEND(*-reserved-identifier,bugprone-macro-parentheses)
 #undef MEMBER
     decltype(&::dbgout) dbgout = nullptr;
     uint32_t* ipcx_response_q = nullptr;

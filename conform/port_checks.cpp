@@ -111,7 +111,7 @@ int32_t query(const BlockQuery& call, int32_t operation, uint32_t if_index, size
 /// The ports with diagnostics, in the order of the port manager.
 std::vector<uint32_t> scan_ports(Line& order, Line& blocks)
 {
-    constexpr size_t most_ports = 256 * 256;
+    constexpr size_t most_ports = 65536;
     std::vector<uint32_t> ports;
     uint32_t if_index = 0;
     std::optional<std::pair<uint8_t, uint8_t>> before;

@@ -11,6 +11,8 @@ public:
     RestoreLater(const RequestCode& code, const Bytes& record);
     RestoreLater(const RestoreLater&) = delete;
     RestoreLater& operator=(const RestoreLater&) = delete;
+    RestoreLater(RestoreLater&&) = delete;
+    RestoreLater& operator=(RestoreLater&&) = delete;
     ~RestoreLater();
 };
 

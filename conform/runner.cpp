@@ -89,7 +89,6 @@ void start_platform(const Options& options, bool first)
             throw std::runtime_error(options.prepare + ": exit status " + std::to_string(status));
         }
     }
-    restore_what_is_left();
 }
 
 void run_check(const Check& check)
@@ -125,6 +124,10 @@ void run_check(const Check& check)
         report({Verdict::failed, "load", listed(options.libraries), error.what(),
                 "nothing can be checked"});
         _exit(1);
+    }
+    if (first != 0) {
+        send({{"begin", first - 1}}); // the check before has not survived
+        restore_what_is_left();
     }
     for (size_t number = first; number < checks.size(); ++number) {
         send({{"begin", number}});
