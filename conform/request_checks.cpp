@@ -328,15 +328,13 @@ void check_scalar(const RequestCode& code)
 {
     Exchange exchange(code);
     const auto named = [&](const char* aspect) { return code.name + std::string(".") + aspect; };
-    Line get(named("get"), "GET without a payload", "0 with the record, or 1 when there is none");
+    Line get(named("get"), "GET, as the module sends it", "0 with the record, or 1 without one");
     Line numbers(named("numbers"), "its numbers",
                  "each field has a byte order of its own; see platform_records.h");
     Line texts(named("texts"), "its texts", "a text ends with a NUL in its field");
     const auto fields = fields_of_request(code);
     bool absent = false;
-    // The handler of the switchover event sends the size of the record, though it sends none.
-    for (const uint32_t length : {uint32_t{0}, static_cast<uint32_t>(code.record_size)}) {
-        const Reply reply = exchange.ask(CHM_REQ_GET, {}, length);
+    const auto take = [&](const Reply& reply) {
         absent = absent || reply.result == PLATFORM_NO_SUCH_ENTRY;
         if (reply.result == PLATFORM_OK && reply.bytes.size() == code.record_size) {
             check_numbers(fields, reply.bytes.data(),
@@ -349,9 +347,12 @@ void check_scalar(const RequestCode& code)
         } else if (reply.result != PLATFORM_NO_SUCH_ENTRY) {
             get.violated(result_text(reply.result));
         }
-        if (code != redundancy_status) {
-            break;
-        }
+    };
+    const bool with_record = code.req_class == HOST_ORDER_REQ_CLASS;
+    take(exchange.ask(CHM_REQ_GET, with_record ? Bytes(code.record_size) : Bytes{}));
+    if (code == redundancy_status) {
+        // The handler of the switchover event sends no record, though a record's length.
+        take(exchange.ask(CHM_REQ_GET, {}, static_cast<uint32_t>(code.record_size)));
     }
     const Verdict verdict = absent ? Verdict::absent : Verdict::ok;
     get.close(absent ? "result 1" : std::to_string(code.record_size) + " bytes", verdict);

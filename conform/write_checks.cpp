@@ -78,9 +78,12 @@ public:
     }
 
 private:
+    /// Whether a GET sends no record.
+    bool is_scalar() const { return code_.indexes == 0 && code_.req_class == USUAL_REQ_CLASS; }
+
     Bytes read(const Bytes& record)
     {
-        Reply reply = exchange_.ask(CHM_REQ_GET, code_.indexes == 0 ? Bytes{} : record);
+        Reply reply = exchange_.ask(CHM_REQ_GET, is_scalar() ? Bytes{} : record);
         return reply.result == PLATFORM_OK && reply.bytes.size() == code_.record_size
                    ? std::move(reply.bytes)
                    : Bytes{};
@@ -89,9 +92,9 @@ private:
     /// The scalar, or the first row that may be written unchanged; empty for none.
     Bytes writable_record()
     {
-        Bytes record = code_.indexes == 0 ? read({}) : Bytes(code_.record_size);
+        Bytes record(code_.record_size);
         if (code_.indexes == 0) {
-            return record;
+            return read(record);
         }
         constexpr int most_tries = 1000;
         for (int i = 0; i < most_tries; ++i) {

@@ -29,7 +29,8 @@ enum OF_TYPE(uint32_t) {
 
 /**
  * The opcodes, and the record of each. A table's record begins with the row's index, of one word
- * unless noted. A scalar is read without a payload.
+ * unless noted. A scalar is read without a payload; those of class 4 are sent whole with a GET too,
+ * but by the handler of the switchover, which sends no payload and yet its length.
  */
 enum chm_req_opcode OF_TYPE(uint32_t){
     CHM_OPC_TERMINAL_MESSAGE = 1016,           /**< ts_info, once; class 4 */
