@@ -1,6 +1,7 @@
 /// The events that the platform manager reports to the MIB modules.
 #pragma once
 
+#include "platform_events.h"
 #include "records.h"
 
 #include <cstddef>
@@ -21,6 +22,7 @@ struct EventCode {
 template <typename CarriedRecord>
 struct Event : EventCode {
     using Record = CarriedRecord;
+    static_assert(is_record<Record>);
 
     constexpr Event(const char* its_name, uint32_t its_number)
         : EventCode{its_name, its_number, std::is_empty_v<Record> ? 0 : sizeof(Record)}
@@ -31,18 +33,23 @@ struct Event : EventCode {
 /// The record of an event that carries none.
 struct no_record {};
 
-inline constexpr Event<no_record> inventory_change{"inventory-change", 1033};
-inline constexpr Event<module_record> module_status_change{"module-status-change", 1034};
-inline constexpr Event<power_status_record> power_status_change{"power-status-change", 1035};
-inline constexpr Event<ent_phys_entry> fru_inserted{"fru-inserted", 1036};
-inline constexpr Event<ent_phys_entry> fru_removed{"fru-removed", 1037};
+inline constexpr Event<no_record> inventory_change{"inventory-change", CHM_EVENT_INVENTORY_CHANGE};
+inline constexpr Event<module_record> module_status_change{"module-status-change",
+                                                           CHM_EVENT_MODULE_STATUS_CHANGE};
+inline constexpr Event<power_status_record> power_status_change{"power-status-change",
+                                                                CHM_EVENT_POWER_STATUS_CHANGE};
+inline constexpr Event<ent_phys_entry> fru_inserted{"fru-inserted", CHM_EVENT_FRU_INSERTED};
+inline constexpr Event<ent_phys_entry> fru_removed{"fru-removed", CHM_EVENT_FRU_REMOVED};
 inline constexpr Event<sensor_threshold_crossing> sensor_threshold_crossed{
-    "sensor-threshold-crossed", 1038};
-inline constexpr Event<no_record> supervisor_switchover{"supervisor-switchover", 1043};
-inline constexpr Event<unit_status_record> fan_tray_status_change{"fan-tray-status-change", 1047};
+    "sensor-threshold-crossed", CHM_EVENT_SENSOR_THRESHOLD_CROSSED};
+inline constexpr Event<no_record> supervisor_switchover{"supervisor-switchover",
+                                                        CHM_EVENT_SUPERVISOR_SWITCHOVER};
+inline constexpr Event<unit_status_record> fan_tray_status_change{"fan-tray-status-change",
+                                                                  CHM_EVENT_FAN_TRAY_STATUS_CHANGE};
 inline constexpr Event<power_supply_output_record> power_supply_output_change{
-    "power-supply-output-change", 1121};
-inline constexpr Event<ent_phys_entry> unrecognized_fru{"unrecognized-fru", 3224};
+    "power-supply-output-change", CHM_EVENT_POWER_SUPPLY_OUTPUT_CHANGE};
+inline constexpr Event<ent_phys_entry> unrecognized_fru{"unrecognized-fru",
+                                                        CHM_EVENT_UNRECOGNIZED_FRU};
 
 inline constexpr EventCode platform_events[] = {
     inventory_change,

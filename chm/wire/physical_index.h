@@ -1,16 +1,7 @@
-/// The ranges of entPhysicalIndex that the tables distinguish, and the indexes of the transceivers'
-/// sensors.
+/// The indexes of the transceivers' sensors.
 #pragma once
 
-#include <cstdint>
-
-enum : uint32_t {
-    ENTITY_SENSOR_START = 21589, ///< the platform's own sensors
-    ENTITY_SENSOR_END = 25685,
-    ENTITY_PORT_SFP_SENSOR_START = 25813, ///< the transceivers' sensors, no rows of the platform
-    ENTITY_PORT_SFP_SENSOR_END = 287957,
-    PLATFORM_ROWS_RESUME = ENTITY_PORT_SFP_SENSOR_END + 1, ///< the platform's rows go on after it
-};
+#include "platform_indexes.h"
 
 /// True for an index whose row is synthesised from a port's transceiver.
 constexpr bool is_transceiver_sensor(uint32_t index)
@@ -26,13 +17,3 @@ constexpr uint32_t transceiver_block(uint32_t slot, uint32_t port)
 {
     return ENTITY_PORT_SFP_SENSOR_START + 1 + (slot * 256 + port) * 16;
 }
-
-/// The codes that stand for a sensor.
-enum port_sfp_sens_type : int32_t {
-    SFP_VOLTAGE = 3,
-    SFP_CURRENT = 5,
-    SFP_TEMPERATURE = 8,
-    SFP_RX_POWER = 14,
-    SFP_TX_POWER = 15,
-    LAST_SENSOR_CODE = SFP_TX_POWER,
-};

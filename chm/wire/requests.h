@@ -1,28 +1,12 @@
 /// The requests of the MIB modules to the platform manager.
 #pragma once
 
+#include "platform_requests.h"
 #include "records.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
-
-/// What a request does with its record.
-enum chm_req_operation : int32_t {
-    CHM_REQ_GET = 1,     ///< read the row whose key is in the record, or the scalar
-    CHM_REQ_GETNEXT = 2, ///< read the first row after that key
-    CHM_REQ_SET = 3,     ///< write the whole record
-};
-
-/// Result codes of the platform with a fixed meaning; every other non-zero code is a failure too.
-enum platform_result : int32_t {
-    PLATFORM_OK = 0,
-    PLATFORM_NO_SUCH_ENTRY = 1,
-    PLATFORM_NOT_WRITABLE = 2,
-};
-
-/// The class of most requests, those to the port manager included.
-inline constexpr uint32_t USUAL_REQ_CLASS = 5;
 
 /// What a request is sent with, the size of its record in bytes, how many words of it are a row's
 /// index (0 for what is no table), and its name for whoever lists requests or takes them by name.
@@ -41,6 +25,7 @@ struct RequestCode {
 template <typename CarriedRecord>
 struct Request : RequestCode {
     using Record = CarriedRecord;
+    static_assert(is_record<Record>);
 
     constexpr Request(const char* its_name, uint32_t number, uint32_t its_class = USUAL_REQ_CLASS)
         : RequestCode{its_name, number, its_class, sizeof(Record), row_key<Record>}
@@ -48,21 +33,31 @@ struct Request : RequestCode {
     }
 };
 
-inline constexpr Request<ts_info> terminal_message{"terminal-message", 1016, 4};
-inline constexpr Request<ent_phys_entry> physical_table{"physical-entity", 1026};
-inline constexpr Request<power_supply_group_record> power_supply_group_table{"power-supply-group",
-                                                                             1027};
-inline constexpr Request<power_status_record> power_status_table{"fru-power-status", 1028};
-inline constexpr Request<module_record> module_table{"module", 1029};
-inline constexpr Request<be_int32> max_default_in_line_power{"max-default-in-line-power", 1030};
-inline constexpr Request<ent_sensor_value_rec> sensor_value_table{"sensor-value", 1031};
-inline constexpr Request<ent_sensor_thresh_rec> sensor_threshold_table{"sensor-threshold", 1032};
-inline constexpr Request<platform_time> last_change_time{"last-change-time", 1039};
-inline constexpr Request<be_int32> enable_status_notification{"enable-status-notification", 1040};
-inline constexpr Request<rf_status_record> redundancy_status{"redundancy", 1042, 4};
-inline constexpr Request<unit_status_record> fan_tray_table{"fan-tray-status", 1046};
-inline constexpr Request<led_entry> led_table{"led", 3242};
-inline constexpr Request<unit_status_record> power_supply_table{"power-supply-status", 3270};
+inline constexpr Request<ts_info> terminal_message{"terminal-message", CHM_OPC_TERMINAL_MESSAGE,
+                                                   HOST_ORDER_REQ_CLASS};
+inline constexpr Request<ent_phys_entry> physical_table{"physical-entity", CHM_OPC_PHYSICAL_ENTITY};
+inline constexpr Request<power_supply_group_record> power_supply_group_table{
+    "power-supply-group", CHM_OPC_POWER_SUPPLY_GROUP};
+inline constexpr Request<power_status_record> power_status_table{"fru-power-status",
+                                                                 CHM_OPC_FRU_POWER_STATUS};
+inline constexpr Request<module_record> module_table{"module", CHM_OPC_MODULE};
+inline constexpr Request<be_int32> max_default_in_line_power{"max-default-in-line-power",
+                                                             CHM_OPC_MAX_DEFAULT_IN_LINE_POWER};
+inline constexpr Request<ent_sensor_value_rec> sensor_value_table{"sensor-value",
+                                                                  CHM_OPC_SENSOR_VALUE};
+inline constexpr Request<ent_sensor_thresh_rec> sensor_threshold_table{"sensor-threshold",
+                                                                       CHM_OPC_SENSOR_THRESHOLD};
+inline constexpr Request<platform_time> last_change_time{"last-change-time",
+                                                         CHM_OPC_LAST_CHANGE_TIME};
+inline constexpr Request<be_int32> enable_status_notification{"enable-status-notification",
+                                                              CHM_OPC_ENABLE_STATUS_NOTIFICATION};
+inline constexpr Request<rf_status_record> redundancy_status{"redundancy", CHM_OPC_REDUNDANCY,
+                                                             HOST_ORDER_REQ_CLASS};
+inline constexpr Request<unit_status_record> fan_tray_table{"fan-tray-status",
+                                                            CHM_OPC_FAN_TRAY_STATUS};
+inline constexpr Request<led_entry> led_table{"led", CHM_OPC_LED};
+inline constexpr Request<unit_status_record> power_supply_table{"power-supply-status",
+                                                                CHM_OPC_POWER_SUPPLY_STATUS};
 
 inline constexpr RequestCode platform_requests[] = {
     terminal_message,

@@ -16,7 +16,8 @@ extern "C" {
  * @param request    request payload of *length bytes, or null
  * @param response   receives a block allocated with malloc, which the caller frees whatever the
  *                   result is; unchanged when there is none. Null when none is expected (SET)
- * @param length     in: size of the request payload in bytes; out: size of the response
+ * @param length     in: size of the request payload in bytes; out: size of the response, 0
+ *                   without one
  * @param user       user of the SNMP request being served, or null
  * @param session    session of that request, or 0
  * @param route      39 for the SNMP library

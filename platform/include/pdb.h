@@ -11,6 +11,12 @@ extern "C" {
 /** Room to give pdb_get_mod_info, in bytes. */
 enum { PDB_MOD_INFO_SIZE = 256 };
 
+/*
+ * The types of chassis whose transceivers report readings as integers whatever their calibration;
+ * on all others those with external calibration report reals.
+ */
+#define PDB_INTEGER_READING_CHASSIS 19, 20, 21, 22, 27, 28, 29, 36, 37, 38, 40, 41, 42, 43
+
 /** Writes the chassis type code. @return 0, or non-zero with nothing written */
 int pdb_get_chassis_type(uint32_t* chassis_type);
 

@@ -51,9 +51,9 @@ constexpr LaneSensor lane_sensors[CACHE_SENSORS] = {
 };
 // clang-format on
 
-/// Chassis whose transceivers report integers whatever their calibration.
-constexpr uint32_t integer_reading_chassis[] = {19, 20, 21, 22, 27, 28, 29,
-                                                36, 37, 38, 40, 41, 42, 43};
+/// Chassis whose transceivers report readings as integers whatever their calibration; thresholds
+/// are reals there too.
+constexpr uint32_t integer_reading_chassis[] = {PDB_INTEGER_READING_CHASSIS};
 
 bool reads_integers()
 {

@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr uint32_t chm_req_route = 39;
-
 inline Reply call_platform(const RequestCode& code, chm_req_operation operation, void* payload,
                            uint32_t length, Requester requester)
 {
@@ -21,7 +19,7 @@ inline Reply call_platform(const RequestCode& code, chm_req_operation operation,
                                         operation == CHM_REQ_SET ? nullptr : &response, &length,
                                         for_request ? get_snmp_username(nullptr) : nullptr,
                                         for_request ? get_snmp_sessionid(nullptr) : 0,
-                                        chm_req_route, ipcx_response_q, code.req_class);
+                                        CHM_REQ_ROUTE, ipcx_response_q, code.req_class);
     return {result, response != nullptr, length, PlatformBlock(response)};
 }
 

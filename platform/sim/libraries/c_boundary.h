@@ -6,19 +6,11 @@
 
 #include <net-snmp/net-snmp-includes.h>
 
+#include "platform_types.h"
+
 // Everything else is hidden: libchmplatform.so exports exactly these declarations.
 #pragma GCC visibility push(default)
-#include "agent_ext.h"
-#include "bounded_copy.h"
-#include "cmi.h"
-#include "evlog.h"
-#include "hactl.h"
-#include "if_index.h"
-#include "ipcx.h"
-#include "pdb.h"
-#include "port_client.h"
-#include "port_manager.h"
-#include "rcode.h"
+#include "platform.h"
 
 extern "C" {
 void init_chmplatform();
