@@ -138,7 +138,7 @@ void clear_faults_options(CLI::App& command, const Arguments& arguments)
     add_argument<uint32_t>(command, "NUMBER", arguments, "number", "Only the fault of this number");
 }
 
-constexpr Verb verbs[] = {
+constexpr Verb platform_table[] = {
     {"status", "Show the status of the switch", "", no_options, print_status},
     {"history", "Show the event history", "--last 20", history_options, print_history},
     {"notifications", "Show the last notifications sent", "", no_options, print_notifications},
@@ -153,4 +153,4 @@ constexpr Verb verbs[] = {
 
 } // namespace
 
-const VerbGroup platform_verbs{"Platform", verbs};
+const VerbGroup platform_verbs{"Platform", platform_table};

@@ -110,7 +110,7 @@ void transceiver_reading_options(CLI::App& command, const Arguments& arguments)
                                sim::no_light_key);
 }
 
-constexpr Verb verbs[] = {
+constexpr Verb reading_table[] = {
     {"sensors", "Show the sensors with readings and thresholds", "", no_options, print_sensors},
     {"reading", "Override the reading of a sensor", "\"Module 3 outlet\" 75", reading_options,
      print_nothing},
@@ -125,4 +125,4 @@ constexpr Verb verbs[] = {
 
 } // namespace
 
-const VerbGroup reading_verbs{"Sensors and transceivers", verbs};
+const VerbGroup reading_verbs{"Sensors and transceivers", reading_table};

@@ -84,7 +84,7 @@ void led_options(CLI::App& command, const Arguments& arguments)
         ->check(CLI::IsMember(colours));
 }
 
-constexpr Verb verbs[] = {
+constexpr Verb switch_table[] = {
     {"redundancy", "Show the supervisors' roles", "", no_options, print_redundancy},
     {"switchover", "Switch over to the standby supervisor", "--reason 1", switchover_options,
      print_redundancy},
@@ -97,4 +97,4 @@ constexpr Verb verbs[] = {
 
 } // namespace
 
-const VerbGroup switch_verbs{"Supervisors, LEDs and terminals", verbs};
+const VerbGroup switch_verbs{"Supervisors, LEDs and terminals", switch_table};

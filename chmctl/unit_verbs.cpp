@@ -106,7 +106,7 @@ void print_export(const json& result)
     std::fputs(result.at("toml").get<std::string>().c_str(), stdout);
 }
 
-constexpr Verb verbs[] = {
+constexpr Verb unit_table[] = {
     {"inventory", "Show the entities of the chassis", "", no_options, print_inventory},
     {"units", "Show modules, power supplies and fan trays", "", no_options, print_units},
     {"set", "Change a text of an entity", R"("Slot 3" alias "row 4")", set_options, print_nothing},
@@ -126,4 +126,4 @@ constexpr Verb verbs[] = {
 
 } // namespace
 
-const VerbGroup unit_verbs{"Chassis and units", verbs};
+const VerbGroup unit_verbs{"Chassis and units", unit_table};

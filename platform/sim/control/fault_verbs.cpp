@@ -77,7 +77,7 @@ json clear_faults(const json& arguments)
     return show_faults(arguments);
 }
 
-constexpr Verb verbs[] = {
+constexpr Verb fault_table[] = {
     {"fault", fault},
     {"faults", show_faults},
     {"clear-faults", clear_faults},
@@ -85,6 +85,6 @@ constexpr Verb verbs[] = {
 
 } // namespace
 
-const std::span<const Verb> fault_verbs(verbs);
+const std::span<const Verb> fault_verbs(fault_table);
 
 } // namespace sim

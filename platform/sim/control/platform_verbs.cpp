@@ -116,7 +116,7 @@ json status(const json& /*arguments*/)
     return result;
 }
 
-constexpr Verb verbs[] = {
+constexpr Verb platform_table[] = {
     {"marker", marker},         {"trace", trace},
     {"history", event_history}, {"notifications", notifications},
     {"status", status},
@@ -124,6 +124,6 @@ constexpr Verb verbs[] = {
 
 } // namespace
 
-const std::span<const Verb> platform_verbs(verbs);
+const std::span<const Verb> platform_verbs(platform_table);
 
 } // namespace sim

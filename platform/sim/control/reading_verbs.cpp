@@ -146,13 +146,13 @@ json transceiver_reading(const json& arguments)
     });
 }
 
-constexpr Verb verbs[] = {
+constexpr Verb reading_table[] = {
     {"sensors", sensors}, {"reading", reading}, {"transceivers", transceivers},
     {"plug", plug},       {"unplug", unplug},   {"transceiver-reading", transceiver_reading},
 };
 
 } // namespace
 
-const std::span<const Verb> reading_verbs(verbs);
+const std::span<const Verb> reading_verbs(reading_table);
 
 } // namespace sim

@@ -75,7 +75,7 @@ json terminal_messages(const json& /*arguments*/)
     return list;
 }
 
-constexpr Verb verbs[] = {
+constexpr Verb switch_table[] = {
     {"redundancy", redundancy},
     {"switchover", switchover},
     {"supervisor-state", set_supervisor_state},
@@ -86,6 +86,6 @@ constexpr Verb verbs[] = {
 
 } // namespace
 
-const std::span<const Verb> switch_verbs(verbs);
+const std::span<const Verb> switch_verbs(switch_table);
 
 } // namespace sim

@@ -55,7 +55,7 @@ std::string_view admin_name(const Unit& unit)
     return without_power ? "power-off" : key_of(admin_statuses, unit.admin_status);
 }
 
-json units(const json& /*arguments*/)
+json list_units(const json& /*arguments*/)
 {
     const Chassis& chassis = the_chassis();
     json list = json::array();
@@ -130,9 +130,9 @@ json export_file(const json& /*arguments*/)
     return {{"toml", export_chassis(the_chassis())}};
 }
 
-constexpr Verb verbs[] = {
+constexpr Verb unit_table[] = {
     {"inventory", inventory},
-    {"units", units},
+    {"units", list_units},
     {"set", set},
     {"announce", announce},
     {"pull", pull},
@@ -147,6 +147,6 @@ constexpr Verb verbs[] = {
 
 } // namespace
 
-const std::span<const Verb> unit_verbs(verbs);
+const std::span<const Verb> unit_verbs(unit_table);
 
 } // namespace sim

@@ -13,7 +13,7 @@ constexpr uint32_t interface(uint32_t slot, uint32_t port) // numbered from 0
 }
 
 /// The first bytes of what a query answers, none when it failed.
-Bytes ask(decltype(pm_cmi_get_fcot_info)* query, uint32_t if_index, size_t size)
+Bytes ask_port(decltype(pm_cmi_get_fcot_info)* query, uint32_t if_index, size_t size)
 {
     void* response = nullptr;
     uint32_t count = 1;
@@ -75,15 +75,15 @@ TEST_F(Transceivers, AreFoundByTheirPortsAndInTheirOrder)
         {interface(1, 2), true, 0, -1},   {interface(1, 5), true, 1, 0x50},
         {interface(1, 8), false, 0, -1},  {0, false, 0, -1}};
     for (const auto& [port, exists, readable, type] : ports) {
-        const Bytes config = ask(pm_cmi_get_port_config, port, 212);
-        const Bytes information = ask(pm_cmi_get_fcot_info, port, 102);
+        const Bytes config = ask_port(pm_cmi_get_port_config, port, 212);
+        const Bytes information = ask_port(pm_cmi_get_fcot_info, port, 102);
         ASSERT_EQ(!config.empty(), exists) << std::hex << port;
         EXPECT_EQ(exists ? host_word(config, 4) : 0, 0U);
         EXPECT_EQ(exists ? config[211] : 0, readable) << std::hex << port;
         EXPECT_EQ(information.empty() ? -1 : information[101], type) << std::hex << port;
     }
     char texts[5][255];
-    Bytes information = ask(pm_cmi_get_fcot_info, interface(5, 3), 471);
+    Bytes information = ask_port(pm_cmi_get_fcot_info, interface(5, 3), 471);
     EXPECT_EQ(pc_sfp_get_vendor_info(information.data(), texts[0], texts[1], texts[2], texts[3],
                                      texts[4]),
               0);
@@ -94,7 +94,7 @@ TEST_F(Transceivers, AreFoundByTheirPortsAndInTheirOrder)
     EXPECT_EQ(all, "Maker T-1 B S1-306004 west ");
 
     const auto next_port = [](uint32_t port) { // 0 after the last
-        const Bytes block = ask(pm_get_next_port_fcot_info_with_ddm, port, 4);
+        const Bytes block = ask_port(pm_get_next_port_fcot_info_with_ddm, port, 4);
         return block.empty() ? 0 : host_word(block, 0);
     };
     const std::pair<uint32_t, uint32_t> steps[] = {{0, interface(1, 0)},
@@ -109,7 +109,7 @@ TEST_F(Transceivers, AreFoundByTheirPortsAndInTheirOrder)
     EXPECT_EQ(next_port(interface(1, 6)), 0U);
     sim::chassis_in_place()->insert(106);
     EXPECT_EQ(next_port(interface(1, 6)), 0U) << "the module starts yet";
-    const Bytes starting = ask(pm_cmi_get_port_config, interface(5, 0), 212);
+    const Bytes starting = ask_port(pm_cmi_get_port_config, interface(5, 0), 212);
     EXPECT_NE(host_word(starting, 4), 0U);
     EXPECT_EQ(starting[211], 0);
     EXPECT_EQ(lane(interface(5, 0), 0, {}), (Lane{0}));
