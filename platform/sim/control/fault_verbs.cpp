@@ -35,7 +35,7 @@ json shown(const Fault& fault)
             {"strikes", fault.strikes}};
 }
 
-json fault(const json& arguments)
+json inject_fault(const json& arguments)
 {
     Fault fault{.request = named_request(arguments),
                 .kind = &choice(arguments, "effect", fault_kinds)};
@@ -78,7 +78,7 @@ json clear_faults(const json& arguments)
 }
 
 constexpr Verb fault_table[] = {
-    {"fault", fault},
+    {"inject-fault", inject_fault},
     {"faults", show_faults},
     {"clear-faults", clear_faults},
 };

@@ -30,7 +30,7 @@ bool marker_exists()
     return std::filesystem::exists(marker_file, unreadable);
 }
 
-json marker(const json& arguments)
+json switch_marker(const json& arguments)
 {
     if (argument<bool>(arguments, "on")) {
         std::filesystem::create_directories(std::filesystem::path(marker_file).parent_path());
@@ -117,9 +117,8 @@ json status(const json& /*arguments*/)
 }
 
 constexpr Verb platform_table[] = {
-    {"marker", marker},         {"trace", trace},
-    {"history", event_history}, {"notifications", notifications},
-    {"status", status},
+    {"marker-file", switch_marker},   {"trace", trace},   {"history", event_history},
+    {"notifications", notifications}, {"status", status},
 };
 
 } // namespace

@@ -58,7 +58,7 @@ TEST_F(Transceivers, ReportIntegersRealsAndNoLight)
     EXPECT_EQ(lane(interface(1, 5), 2, {8, 24, 28}), (Lane{4, 2, 0x43ffd2c0, 0}));
     EXPECT_EQ(lane(interface(1, 5), 3, offsets),
               (Lane{4, 2, 0x43fa0000, 0, 0x200, 0x200, 0x47927c00, 0x4a5d8ec0, 0x41200000}));
-    outcome("chassis-type 0, \"code\": 40");
+    outcome("set 1, \"field\": \"type-code\", \"value\": 40");
     EXPECT_EQ(lane(interface(1, 5), 3, offsets),
               (Lane{4, 2, 500, 0, 0x200, 0x200, 0x47927c00, 0x4a5d8ec0, 0x41200000}));
     EXPECT_EQ(lane(interface(1, 1), 0, {}), (Lane{0})) << "without diagnostics";
@@ -119,19 +119,19 @@ TEST_F(Transceivers, AreFoundByTheirPortsAndInTheirOrder)
 
 TEST_F(Transceivers, TellOnceOfAThresholdThatTheyCross)
 {
-    follow("transceiver-reading 302001, \"quantity\": \"voltage\", \"value\": 3.401 -> 1038 29912 "
+    follow("set 302001, \"field\": \"voltage\", \"value\": 3.401 -> 1038 29912 "
            "2\n");
     EXPECT_EQ(payloads[0], record(16, "0=29912 4=3401 8=3400 12=2"));
     follow(R"(
-transceiver-reading 302001, "quantity": "voltage", "value": 3.5 ->
-transceiver-reading 302001, "quantity": "voltage", "value": 3.7 -> 1038 29912 1
-transceiver-reading 302001, "quantity": "voltage", "value": null ->
-transceiver-reading 302004, "quantity": "temperature", "value": -5.001 -> 1038 29965 3
-unplug 302004 -> 1033
-transceiver-reading 302004, "quantity": "temperature", "value": 1 -> Ethernet2/4 has no transceiver with diagnostics
-plug 302004 -> 1033
-transceiver-reading 306006, "quantity": "receive-power", "value": -9 ->
-transceiver-reading 306006, "quantity": "receive-power", "value": "none" -> 1038 46387 3, 1038 46387 4
+set 302001, "field": "voltage", "value": 3.5 ->
+set 302001, "field": "voltage", "value": 3.7 -> 1038 29912 1
+set 302001, "field": "voltage", "value": "auto" ->
+set 302004, "field": "temperature", "value": -5.001 -> 1038 29965 3
+pull 302004 -> 1033
+set 302004, "field": "temperature", "value": 1 -> Ethernet2/4 has no transceiver with diagnostics
+insert 302004 -> 1033
+set 306006, "field": "receive-power", "value": -9 ->
+set 306006, "field": "receive-power", "value": "none" -> 1038 46387 3, 1038 46387 4
 )");
     EXPECT_EQ(payloads[0], record(16, "0=46387 8=4294954296 12=3"));
 }
