@@ -2,19 +2,10 @@
 
 using nlohmann::json;
 
-std::string listed(const std::vector<std::string>& words)
+CLI::Option* add_named(CLI::App& command, const Arguments& arguments, const char* what,
+                       const char* key, const char* help)
 {
-    std::string text;
-    for (size_t i = 0; i < words.size(); ++i) {
-        text += (i == 0 ? "" : i + 1 == words.size() ? " or " : ", ") + words[i];
-    }
-    return text;
-}
-
-void add_named(CLI::App& command, const Arguments& arguments, const char* what, const char* key,
-               const char* help)
-{
-    command
+    return command
         .add_option_function<std::string>(
             what,
             [=](const std::string& text) {
@@ -26,9 +17,17 @@ void add_named(CLI::App& command, const Arguments& arguments, const char* what, 
         ->required();
 }
 
-void add_entity(CLI::App& command, const Arguments& arguments, const char* what, const char* help)
+CLI::Option* add_entity(CLI::App& command, const Arguments& arguments, const char* what,
+                        const char* help)
 {
-    add_named(command, arguments, what, "entity", help);
+    return add_named(command, arguments, what, "entity", help);
+}
+
+void add_flag(CLI::App& command, const Arguments& arguments, const std::string& name,
+              const char* help)
+{
+    command.add_flag_callback(
+        "--" + name, [=] { (*arguments)[name] = true; }, help);
 }
 
 void add_state(CLI::App& command, const Arguments& arguments)

@@ -1,12 +1,12 @@
 /// The arguments of a command, as they go into the request to the switch.
 #pragma once
 
+#include "model/nearest.h"
+
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include <cmath>
 #include <cstdint>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -19,15 +19,11 @@ template <typename Table>
 std::vector<std::string> keys_of(const Table& table)
 {
     std::vector<std::string> keys;
-    keys.reserve(std::size(table));
-    for (const auto& one : table) {
-        keys.emplace_back(one.key);
+    for (const std::string_view key : sim::keys_in(table)) {
+        keys.emplace_back(key);
     }
     return keys;
 }
-
-/// Words as a sentence lists them: "a, b or c".
-std::string listed(const std::vector<std::string>& words);
 
 /// Adds an argument of the command line that goes into the request under its name.
 template <typename Value>
@@ -40,35 +36,16 @@ CLI::Option* add_argument(CLI::App& command, const std::string& option, const Ar
 
 /// Adds an argument that is a name or a number.
 /// @param what the argument's name in the help
-void add_named(CLI::App& command, const Arguments& arguments, const char* what, const char* key,
-               const char* help);
+CLI::Option* add_named(CLI::App& command, const Arguments& arguments, const char* what,
+                       const char* key, const char* help);
 
 /// Adds the entity that a command is about, by its index or its name.
-void add_entity(CLI::App& command, const Arguments& arguments, const char* what, const char* help);
+CLI::Option* add_entity(CLI::App& command, const Arguments& arguments, const char* what,
+                        const char* help);
+
+/// Adds a flag.
+void add_flag(CLI::App& command, const Arguments& arguments, const std::string& name,
+              const char* help);
 
 /// Adds an argument that is on or off.
 void add_state(CLI::App& command, const Arguments& arguments);
-
-/// Adds an argument that is a number, auto for the switch's own value, or `word` unless empty.
-template <typename Number>
-void add_number_or_auto(CLI::App& command, const Arguments& arguments, const std::string& what,
-                        const char* key, const std::string& help, std::string_view word = {})
-{
-    command
-        .add_option_function<std::string>(
-            what,
-            [=](const std::string& text) {
-                Number number{};
-                const bool is_number =
-                    CLI::detail::lexical_cast(text, number) && std::isfinite(number);
-                const bool is_word = !word.empty() && text == word;
-                if (!is_number && !is_word && text != "auto") {
-                    throw CLI::ValidationError(what, text + " is neither a number nor auto");
-                }
-                (*arguments)[key] = is_number ? nlohmann::json(number)
-                                    : is_word ? nlohmann::json(text)
-                                              : nlohmann::json();
-            },
-            help)
-        ->required();
-}

@@ -108,7 +108,7 @@ int run(int argc, char** argv)
     } catch (const CLI::Success& help) {
         return app.exit(help);
     } catch (const CLI::ParseError& error) {
-        return complain(error.what(), WRONG_USAGE);
+        return complain(usage_error(app, error).c_str(), WRONG_USAGE);
     }
     if (app.get_subcommands().empty()) {
         return complain("no command is given; see chmctl --help", WRONG_USAGE);

@@ -92,7 +92,7 @@ void trace_options(CLI::App& command, const Arguments& arguments)
 {
     std::vector<std::string> traces = keys_of(sim::traces);
     traces.emplace_back("all");
-    add_argument<std::string>(command, "WHAT", arguments, "what", listed(traces))
+    add_argument<std::string>(command, "WHAT", arguments, "what", sim::listed(traces))
         ->required()
         ->check(CLI::IsMember(traces));
     add_state(command, arguments);
@@ -109,7 +109,7 @@ void history_options(CLI::App& command, const Arguments& arguments)
 void fault_options(CLI::App& command, const Arguments& arguments)
 {
     add_named(command, arguments, "REQUEST", "request",
-              "The request, by its name in the documentation or by its opcode");
+              "The request, by its name, or by its opcode if it is one of the platform manager");
     std::vector<std::string> effects;
     std::vector<std::string> amounts;
     for (const sim::FaultKind& kind : sim::fault_kinds) {
@@ -120,13 +120,13 @@ void fault_options(CLI::App& command, const Arguments& arguments)
             amounts.push_back(std::string(kind.amount) + " of " + key);
         }
     }
-    add_argument<std::string>(command, "EFFECT", arguments, "effect", listed(effects))
+    add_argument<std::string>(command, "EFFECT", arguments, "effect", sim::listed(effects))
         ->required()
         ->check(CLI::IsMember(keys_of(sim::fault_kinds)));
-    add_argument<uint32_t>(command, "AMOUNT", arguments, "amount", "The " + listed(amounts));
+    add_argument<uint32_t>(command, "AMOUNT", arguments, "amount", "The " + sim::listed(amounts));
     const std::vector<std::string> operations = keys_of(sim::operation_names);
     add_argument<std::string>(command, "--operation", arguments, "operation",
-                              "Only a " + listed(operations))
+                              "Only a " + sim::listed(operations))
         ->check(CLI::IsMember(operations));
     add_argument<uint32_t>(command, "--count", arguments, "count",
                            "Number of requests that it strikes; by default all until it is cleared")
@@ -138,14 +138,14 @@ void clear_faults_options(CLI::App& command, const Arguments& arguments)
     add_argument<uint32_t>(command, "NUMBER", arguments, "number", "Only the fault of this number");
 }
 
-constexpr Verb verbs[] = {
+constexpr Verb platform_table[] = {
     {"status", "Show the status of the switch", "", no_options, print_status},
     {"history", "Show the event history", "--last 20", history_options, print_history},
     {"notifications", "Show the last notifications sent", "", no_options, print_notifications},
     {"trace", "Switch tracing on or off", "history on", trace_options, print_trace},
-    {"marker", "Switch the unit status with power events on or off", "on", marker_options,
+    {"marker-file", "Switch the unit status with power events on or off", "on", marker_options,
      print_marker},
-    {"fault", "Inject a fault into requests of the MIB modules",
+    {"inject-fault", "Inject a fault into requests of the MIB modules",
      "module fail 5 --operation set --count 2", fault_options, print_fault},
     {"faults", "Show the injected faults", "", no_options, print_faults},
     {"clear-faults", "Clear all faults or one", "2", clear_faults_options, print_faults},
@@ -153,4 +153,4 @@ constexpr Verb verbs[] = {
 
 } // namespace
 
-const VerbGroup platform_verbs{"Platform", verbs};
+const VerbGroup platform_verbs{"Platform", platform_table};

@@ -78,17 +78,13 @@ private:
         json request;
         CLI::App app;
         app.set_help_flag();
-        app.require_subcommand(1, 1);
+        app.require_subcommand(0, 1);
         add_verbs(app, [&](const Verb& /*verb*/, const json& made) { request = made; });
-        const auto is_given = [&](const CLI::App* verb) { return verb->check_name(words.front()); };
-        if (app.get_subcommands(is_given).empty()) {
-            fail(where.source(), "there is no verb '", words.front(), "'; see chmctl --help");
-        }
         std::ranges::reverse(words); // as the parser takes them
         try {
             app.parse(std::move(words));
-        } catch (const CLI::Error& error) {
-            fail(where.source(), error.what());
+        } catch (const CLI::ParseError& error) {
+            fail(where.source(), usage_error(app, error));
         }
         return request;
     }

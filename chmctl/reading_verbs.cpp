@@ -74,55 +74,22 @@ void print_transceivers(const json& transceivers)
     readings.print();
 }
 
-void reading_options(CLI::App& command, const Arguments& arguments)
+void sensors_options(CLI::App& command, const Arguments& arguments)
 {
-    add_entity(command, arguments, "SENSOR", "The sensor, by its index or its name");
-    add_number_or_auto<double>(command, arguments, "VALUE", "value",
-                               "The reading, in the unit that `sensors` shows, or auto to end the "
-                               "override");
+    add_entity(command, arguments, "ENTITY",
+               "Only those of this port or unit, or in this slot or bay, by index or name")
+        ->required(false);
+    add_flag(command, arguments, "failed", "Only those that have failed");
+    add_flag(command, arguments, "beyond-threshold", "Only what is beyond a threshold");
 }
 
-void add_port(CLI::App& command, const Arguments& arguments)
-{
-    add_entity(command, arguments, "PORT", "The port, by its index or its name");
-}
-
-void plug_options(CLI::App& command, const Arguments& arguments)
-{
-    add_port(command, arguments);
-    add_argument<std::string>(command, "--type", arguments, "type",
-                              "Plug in a new one of this [transceivers] table of the chassis file")
-        ->type_name("TYPE");
-}
-
-void transceiver_reading_options(CLI::App& command, const Arguments& arguments)
-{
-    add_port(command, arguments);
-    std::vector<std::string> quantities = keys_of(sim::quantities);
-    for (size_t i = 0; i < quantities.size(); ++i) {
-        quantities[i] += " (" + std::string(sim::quantities[i].unit) + ")";
-    }
-    add_argument<std::string>(command, "QUANTITY", arguments, "quantity", listed(quantities))
-        ->required();
-    add_number_or_auto<double>(command, arguments, "VALUE", "value",
-                               "The reading, " + std::string(sim::no_light_key) +
-                                   " for no light, or auto to end the override",
-                               sim::no_light_key);
-}
-
-constexpr Verb verbs[] = {
-    {"sensors", "Show the sensors with readings and thresholds", "", no_options, print_sensors},
-    {"reading", "Override the reading of a sensor", "\"Module 3 outlet\" 75", reading_options,
-     print_nothing},
-    {"transceivers", "Show the transceivers with readings and thresholds", "", no_options,
-     print_transceivers},
-    {"plug", "Plug in the unplugged transceiver or a new one", "Ethernet3/1", plug_options,
-     print_nothing},
-    {"unplug", "Unplug a transceiver", "Ethernet3/1", add_port, print_nothing},
-    {"transceiver-reading", "Override a reading of a transceiver", "Ethernet3/1 receive-power -12",
-     transceiver_reading_options, print_nothing},
+constexpr Verb reading_table[] = {
+    {"sensors", "Show the sensors with readings and thresholds", "\"Module 3\"", sensors_options,
+     print_sensors},
+    {"transceivers", "Show the transceivers with readings and thresholds", "Ethernet3/1",
+     sensors_options, print_transceivers},
 };
 
 } // namespace
 
-const VerbGroup reading_verbs{"Sensors and transceivers", verbs};
+const VerbGroup reading_verbs{"Sensors and transceivers", reading_table};

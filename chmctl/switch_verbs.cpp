@@ -25,15 +25,14 @@ void print_redundancy(const json& result)
 
 void print_leds(const json& leds)
 {
+    Columns columns;
     for (const json& led : leds) {
-        const auto value = led.at("value").get<int>();
-        const auto* colour = std::ranges::find(sim::led_colours, sim::LedColour{value},
-                                               &sim::Named<sim::LedColour>::value);
-        const bool known = colour != std::end(sim::led_colours);
-        const std::string shown = known ? std::string(colour->key) : std::to_string(value);
-        std::printf("%6u.%u  %-14s  %s\n", led.at("index").get<uint32_t>(),
-                    led.at("led").get<uint32_t>(), shown.c_str(), text_of(led, "name").c_str());
+        const json& colour = led.at("colour");
+        columns.add({right_aligned(led.at("index").get<uint32_t>(), 6), text_of(led, "name"),
+                     text_of(led, "led"),
+                     colour.is_string() ? text_of(led, "colour") : colour.dump()});
     }
+    columns.print();
 }
 
 void print_terminals(const json& messages)
@@ -54,47 +53,20 @@ void switchover_options(CLI::App& command, const Arguments& arguments)
         ->default_str(std::to_string(sim::switchover_requested) + " (requested)");
 }
 
-void supervisor_state_options(CLI::App& command, const Arguments& arguments)
+void leds_options(CLI::App& command, const Arguments& arguments)
 {
-    add_number_or_auto<int32_t>(command, arguments, "STATE", "state",
-                                "The state's code (" + std::to_string(sim::supervisors_redundant) +
-                                    " is redundant), or auto to follow the supervisors");
+    add_entity(command, arguments, "ENTITY", "Only those of this entity and what is in it")
+        ->required(false);
 }
 
-void led_options(CLI::App& command, const Arguments& arguments)
-{
-    add_entity(command, arguments, "ENTITY", "The entity with the LED, by its index or its name");
-    add_argument<uint32_t>(command, "LED", arguments, "led", "Number of the LED, from 1")
-        ->required();
-    std::vector<std::string> colours = keys_of(sim::led_colours);
-    const std::string help = listed(colours) + ", or auto to follow its unit";
-    colours.emplace_back("auto");
-    command
-        .add_option_function<std::string>(
-            "COLOUR",
-            [=](const std::string& colour) {
-                const auto* found =
-                    std::ranges::find(sim::led_colours, colour, &sim::Named<sim::LedColour>::key);
-                (*arguments)["value"] = found == std::end(sim::led_colours)
-                                            ? json()
-                                            : json(static_cast<int32_t>(found->value));
-            },
-            help)
-        ->required()
-        ->check(CLI::IsMember(colours));
-}
-
-constexpr Verb verbs[] = {
+constexpr Verb switch_table[] = {
     {"redundancy", "Show the supervisors' roles", "", no_options, print_redundancy},
     {"switchover", "Switch over to the standby supervisor", "--reason 1", switchover_options,
      print_redundancy},
-    {"supervisor-state", "Override the supervisors' state code", "4", supervisor_state_options,
-     print_redundancy},
-    {"leds", "Show the LEDs", "", no_options, print_leds},
-    {"led", "Override an LED", "\"Module 3\" 1 amber", led_options, print_nothing},
+    {"leds", "Show the LEDs", "\"Module 3\"", leds_options, print_leds},
     {"terminals", "Show the messages sent to the terminals", "", no_options, print_terminals},
 };
 
 } // namespace
 
-const VerbGroup switch_verbs{"Supervisors, LEDs and terminals", verbs};
+const VerbGroup switch_verbs{"Supervisors, LEDs and terminals", switch_table};

@@ -1,5 +1,7 @@
 // Verbs of the chassis and its units.
 
+#include "model/led.h"
+#include "model/transceiver.h"
 #include "output.h"
 #include "records/entity_record.h"
 #include "verb.h"
@@ -48,17 +50,17 @@ void print_units(const json& units)
     columns.print();
 }
 
-void set_options(CLI::App& command, const Arguments& arguments)
+/// An entity to which a list may be restricted.
+void within_option(CLI::App& command, const Arguments& arguments)
 {
-    add_entity(command, arguments, "ENTITY", "The entity, by its index or its name");
-    std::vector<std::string> fields;
-    for (const sim::EntityText& text : sim::entity_texts) {
-        if (sim::chmctl_sets(text)) {
-            fields.emplace_back(text.key);
-        }
-    }
-    add_argument<std::string>(command, "FIELD", arguments, "field", listed(fields))->required();
-    add_argument<std::string>(command, "VALUE", arguments, "value", "Its new value")->required();
+    add_entity(command, arguments, "ENTITY", "Only this entity and what is in it, by index or name")
+        ->required(false);
+}
+
+void units_options(CLI::App& command, const Arguments& arguments)
+{
+    within_option(command, arguments);
+    add_flag(command, arguments, "failed", "Only those that have failed");
 }
 
 void unit_options(CLI::App& command, const Arguments& arguments)
@@ -71,33 +73,40 @@ void pull_options(CLI::App& command, const Arguments& arguments)
 {
     add_entity(
         command, arguments, "UNIT",
-        "The module, power supply, fan tray or unknown unit, or its slot or bay, by index or "
-        "name");
-}
-
-void place_options(CLI::App& command, const Arguments& arguments)
-{
-    add_entity(command, arguments, "PLACE", "The empty slot or bay, by its index or its name");
+        "The unit, its slot or bay, or the port whose transceiver to pull, by index or name");
 }
 
 void insert_options(CLI::App& command, const Arguments& arguments)
 {
-    place_options(command, arguments);
-    add_argument<std::string>(command, "--type", arguments, "type",
-                              "Insert a new unit of this [types] table of the chassis file")
-        ->type_name("TYPE");
+    add_entity(command, arguments, "PLACE",
+               "The empty slot, bay or port, by its index or its name");
+    CLI::Option* type = add_argument<std::string>(
+        command, "--type", arguments, "type",
+        "Insert a new one of this [types] or [transceivers] table of the chassis file");
+    type->type_name("TYPE");
+    add_flag(command, arguments, "unknown", "Insert a unit that the switch does not recognize");
+    command.get_option("--unknown")->excludes(type);
 }
 
-void output_options(CLI::App& command, const Arguments& arguments)
+void set_options(CLI::App& command, const Arguments& arguments)
 {
-    add_entity(command, arguments, "POWER-SUPPLY", "The power supply, by its index or its name");
-    add_argument<uint32_t>(command, "WATTS", arguments, "watts", "The new output")->required();
-}
-
-void chassis_type_options(CLI::App& command, const Arguments& arguments)
-{
-    add_argument<uint32_t>(command, "CODE", arguments, "code",
-                           "The type code in the platform database")
+    add_entity(command, arguments, "ENTITY", "The entity, by its index or its name");
+    std::vector<std::string_view> fields;
+    for (const sim::EntityText& text : sim::entity_texts) {
+        if (sim::chmctl_sets(text)) {
+            fields.push_back(text.key);
+        }
+    }
+    add_argument<std::string>(
+        command, "FIELD", arguments, "field",
+        "Of any entity " + sim::listed(fields) + "; of a sensor reading; of a port " +
+            sim::listed(sim::keys_in(sim::quantities)) + ", of its transceiver; of a unit " +
+            sim::listed(sim::keys_in(sim::led_names)) +
+            "; of a power supply output; of the chassis type-code or supervisor-state")
+        ->required();
+    add_argument<std::string>(command, "VALUE", arguments, "value",
+                              "Its new value, in the unit in which it is shown; auto ends the "
+                              "override of a reading, an LED or the state; none is no light")
         ->required();
 }
 
@@ -106,24 +115,23 @@ void print_export(const json& result)
     std::fputs(result.at("toml").get<std::string>().c_str(), stdout);
 }
 
-constexpr Verb verbs[] = {
-    {"inventory", "Show the entities of the chassis", "", no_options, print_inventory},
-    {"units", "Show modules, power supplies and fan trays", "", no_options, print_units},
-    {"set", "Change a text of an entity", R"("Slot 3" alias "row 4")", set_options, print_nothing},
-    {"announce", "Announce a change of the inventory", "", no_options, print_nothing},
-    {"pull", "Pull a unit out of its slot or bay", "\"Module 3\"", pull_options, print_nothing},
-    {"insert", "Insert the pulled unit or a new one", "\"Slot 3\"", insert_options, print_nothing},
+constexpr Verb unit_table[] = {
+    {"inventory", "Show the entities of the chassis", "\"Slot 3\"", within_option, print_inventory},
+    {"units", "Show modules, power supplies and fan trays", "--failed", units_options, print_units},
+    {"pull", "Pull a unit, or the transceiver of a port", "\"Module 3\"", pull_options,
+     print_nothing},
+    {"insert", "Insert what was pulled, or a new unit or transceiver", "\"Slot 3\"", insert_options,
+     print_nothing},
     {"fail", "Make a unit or a fan fail", "\"Fan 1/2\"", unit_options, print_nothing},
     {"repair", "Repair a unit or a fan", "\"Fan 1/2\"", unit_options, print_nothing},
-    {"output", "Change the output of a power supply", "\"Power supply 1\" 1200", output_options,
+    {"set", "Set a text, a reading, an LED or another field of an entity",
+     "Ethernet1/1 temperature 76", set_options, print_nothing},
+    {"announce-change", "Send the notification that the inventory has changed", "", no_options,
      print_nothing},
-    {"plug-unknown", "Plug in a unit that the switch does not recognize", "\"Slot 3\"",
-     place_options, print_nothing},
-    {"chassis-type", "Set the type code of the chassis", "10", chassis_type_options, print_nothing},
     {"export", "Print the running chassis as a chassis file", "> mine.toml", no_options,
      print_export},
 };
 
 } // namespace
 
-const VerbGroup unit_verbs{"Chassis and units", verbs};
+const VerbGroup unit_verbs{"Chassis and units", unit_table};

@@ -4,23 +4,14 @@ using nlohmann::json;
 
 void add_verbs(CLI::App& app, const std::function<void(const Verb&, const json&)>& run)
 {
-    const auto add = [&run](CLI::App& parent, const Verb& verb, const char* title) {
-        CLI::App* command = parent.add_subcommand(verb.name, verb.help)->group(title);
-        auto request = std::make_shared<json>(json{{"verb", verb.name}});
-        verb.add_options(*command, request);
-        add_example(*command, verb.example);
-        command->final_callback([=, &verb] { run(verb, *request); });
-    };
-    CLI::App* show = app.add_subcommand("show", "Same as a verb that shows: show faults is faults");
-    show->group(platform_verbs.title)->require_subcommand(1);
-    add_example(*show, "faults");
     for (const VerbGroup* group :
          {&unit_verbs, &reading_verbs, &interface_verbs, &switch_verbs, &platform_verbs}) {
         for (const Verb& verb : group->verbs) {
-            add(app, verb, group->title);
-            if (std::string_view(verb.help).starts_with("Show ")) {
-                add(*show, verb, group->title);
-            }
+            CLI::App* command = app.add_subcommand(verb.name, verb.help)->group(group->title);
+            auto request = std::make_shared<json>(json{{"verb", verb.name}});
+            verb.add_options(*command, request);
+            add_example(*command, verb.example);
+            command->final_callback([=, &verb] { run(verb, *request); });
         }
     }
 }
@@ -29,4 +20,31 @@ void add_example(CLI::App& command, const std::string& arguments)
 {
     command.footer("Example:\n  chmctl " + command.get_name() + (arguments.empty() ? "" : " ") +
                    arguments);
+}
+
+std::string usage_error(const CLI::App& app, const CLI::ParseError& error)
+{
+    const std::vector<std::string> extra = app.remaining(true);
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr || extra.empty()) {
+        return error.what();
+    }
+    const std::string& word = extra.front();
+    const auto given = app.get_subcommands();
+    const bool is_option = word.starts_with("-");
+    if (!given.empty() && !is_option) {
+        return "'" + word + "' is one word too many; a name with blanks is quoted: \"Module 3\"";
+    }
+    std::vector<std::string> names;
+    if (is_option) {
+        for (const CLI::Option* option : (given.empty() ? &app : given.front())->get_options()) {
+            names.push_back(option->get_name());
+        }
+    } else {
+        for (const CLI::App* verb : app.get_subcommands([](const CLI::App*) { return true; })) {
+            names.push_back(verb->get_name());
+        }
+    }
+    const std::string nearest = sim::did_you_mean(word, {names.begin(), names.end()});
+    return std::string("there is no ") + (is_option ? "option" : "verb") + " '" + word + "'" +
+           (nearest.empty() ? "; see chmctl --help" : nearest);
 }

@@ -34,5 +34,9 @@ extern const VerbGroup platform_verbs;
 void add_verbs(CLI::App& app,
                const std::function<void(const Verb& verb, const nlohmann::json& request)>& run);
 
+/// An error of the command line as text, with what may be meant.
+/// @param app the parser that refused it
+std::string usage_error(const CLI::App& app, const CLI::ParseError& error);
+
 /// Ends the help of a command with an example. @param arguments of the command
 void add_example(CLI::App& command, const std::string& arguments);

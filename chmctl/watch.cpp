@@ -30,7 +30,7 @@ json ask(const std::string& socket, const char* verb)
     return ask_switch(socket, {{"verb", verb}});
 }
 
-void print_units(const json& units)
+void print_power(const json& units)
 {
     uint64_t delivered = 0;
     uint64_t drawn = 0;
@@ -137,7 +137,7 @@ void draw(const std::string& socket)
                                : paint(Paint::warning,
                                        "  (" + std::to_string(faults.size()) + " faults injected)")
                                      .c_str());
-    print_units(ask(socket, "units"));
+    print_power(ask(socket, "units"));
     print_hottest(ask(socket, "sensors"));
     print_worst_optics(ask(socket, "transceivers"));
     print_last(ask(socket, "notifications"));

@@ -17,7 +17,7 @@ namespace {
 bool is_marker(std::string_view line)
 {
     const auto request = nlohmann::json::parse(line, nullptr, false);
-    return request.is_object() && request.contains("verb") && request["verb"] == "marker";
+    return request.is_object() && request.contains("verb") && request["verb"] == "marker-file";
 }
 
 void check_answer(const std::string& answer)

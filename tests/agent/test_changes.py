@@ -66,19 +66,19 @@ STORY = [
         f"{MODULE}.2.1003": "2", f"{PHYSICAL}.1.1003": "2", f"{POWER}.2.1003": "2"}),
     (("fail", "Fan 2/1"), [unit("3"), (FAN_STATUS, [(f".{FAN}.1.3002", "4")])],
      {f"{FAN}.1.3002": "4"}),
-    (("transceiver-reading", "Ethernet1/1", "temperature", "71"),
+    (("set", "Ethernet1/1", "temperature", "71"),
      [(CROSSED, [(f".{SENSORS}.2.1.1.4.25821.2", "70000"),
                  (f".{SENSORS}.1.1.1.4.25821", "71000")])], {}),
-    (("unplug", "Ethernet1/1"), [CHANGED], {f"{DESCR}.25816": "No Such Instance"}),
-    (("supervisor-state", "auto"), [], FIRST | {RUNNING_CONFIG_OPERATION: "1"}),
+    (("pull", "Ethernet1/1"), [CHANGED], {f"{DESCR}.25816": "No Such Instance"}),
+    (("set", "1", "supervisor-state", "auto"), [], FIRST | {RUNNING_CONFIG_OPERATION: "1"}),
     (("switchover", "--reason", "5"), [switchover("6", "7")], SECOND),
     ((ADMIN_ACTION, 1), [switchover("5", "3")], FIRST | {ADMIN_ACTION: "1"}),
     ((ENABLE, 2), [], {ENABLE: "2"}),
     # One supervisor alone has nobody to hand over to.
     (("pull", "1006"), [CHANGED], {RUNNING_CONFIG_OPERATION: "5"}),
-    (("supervisor-state", "2"), [], {RUNNING_CONFIG_OPERATION: "1", STANDBY: "0"}),
+    (("set", "1", "supervisor-state", "2"), [], {RUNNING_CONFIG_OPERATION: "1", STANDBY: "0"}),
     ((ENABLE, 1), [], {}),
-    (("announce",), [CHANGED], {}),
+    (("announce-change",), [CHANGED], {}),
 ]
 
 
@@ -104,22 +104,22 @@ def test_changes_are_served_and_told(receiver, tmp_path):
         switch.reload()
         receiver.news(0)
         assert switch.walk(f"{MAIN}.117") == before
-        switch.order("announce")
+        switch.order("announce-change")
         assert CHANGED in receiver.news(1)
 
 
 @pytest.mark.skipif(run(*OWN_MNT, "rw", "true").returncode != 0, reason="needs the right to mount")
 def test_the_marker_adds_the_unit_status_to_power_events(receiver):
     with Switch(sink=receiver, under=(*OWN_MNT, "rw")) as switch:
-        switch.order("marker", "on")
+        switch.order("marker-file", "on")
         assert switch.order("status")["marker"]
         switch.order("pull", "1003")
         assert receiver.news(6) == [unit("3")] + PULLED + [(REMOVED, SLOT_3), CHANGED]
         # Three for each unit status of a healthy switch.
         assert switch.order("status")["heartbeats"] == 6
-        switch.order("marker", "off")
+        switch.order("marker-file", "off")
         assert not switch.order("status")["marker"]
         switch.order("insert", "Slot 3")
         assert receiver.news(5)[2:] == ON[:3]
     with Switch(under=(*OWN_MNT, "ro")) as switch:
-        assert re.fullmatch("chmctl: .*Read-only.*\n", switch.chmctl("marker", "on").stderr)
+        assert re.fullmatch("chmctl: .*Read-only.*\n", switch.chmctl("marker-file", "on").stderr)

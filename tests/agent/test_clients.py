@@ -61,7 +61,7 @@ def test_a_client_receives_notifications(node, protocol, sink):
             [*map(str, node), protocol, f"127.0.0.1:{port}", "receive"], env=ENVIRONMENT,
             stdout=subprocess.PIPE, text=True) as receiver:
         wait_for(lambda: f":{port:04X} " in Path("/proc/net/udp").read_text(), "receiver")
-        switch.order("announce")
+        switch.order("announce-change")
         # Before it may come the agent's own cold start.
         line = next(line for line in receiver.stdout if "1.3.6.1.6.3.1.1.5." not in line)
         receiver.kill()

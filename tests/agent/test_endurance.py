@@ -92,8 +92,8 @@ def requests_for(oids):
 
 def change_switch(switch, done):
     """Units and transceivers go and come as fast as they can. Gives the number of orders."""
-    orders = [("pull", "Power supply 1"), ("unplug", "Ethernet1/1"), ("announce", None),
-              ("plug", "Ethernet1/1"), ("insert", "Power supply bay 1")]
+    orders = [("pull", "Power supply 1"), ("pull", "Ethernet1/1"), ("announce-change", None),
+              ("insert", "Ethernet1/1"), ("insert", "Power supply bay 1")]
     rounds = 0
     with socket.socket(socket.AF_UNIX) as control:
         control.connect(str(switch.control))
@@ -180,7 +180,7 @@ def test_kills_reloads_and_unloaded_modules():
                 assert switch.set(f"{MODULE_STATUS}.{module}", "i", unload) is None
             assert "libchmsnmp" not in process(switch, "maps").read_text()
             assert not any(name.endswith("_mib") for _, name in switch.walk(MODULE_NAMES))
-            switch.order("announce")  # an event that nobody handles
+            switch.order("announce-change")  # an event that nobody handles
             for module in modules:
                 assert switch.set(f"{MODULE_STATUS}.{module}", "i", load) is None
             assert instances(switch) == oids

@@ -84,8 +84,8 @@ def test_notifications_carry_what_the_files_say(receiver, definitions):
     names[".1.3.6.1.2.1.1.3."] = "sysUpTime"
     with Switch(sink=receiver) as switch:
         for change in (["pull", "Module 3"], ["insert", "Slot 3"], ["fail", "Fan 1/1"],
-                       ["fail", "Power supply 1"], ["plug-unknown", "Slot 4"],
-                       ["switchover"], ["reading", "Chassis inlet", "50"]):
+                       ["fail", "Power supply 1"], ["insert", "Slot 4", "--unknown"],
+                       ["switchover"], ["set", "Chassis inlet", "reading", "50"]):
             switch.order(*change)
         for name, definition in definitions.items():
             oid, text = definition

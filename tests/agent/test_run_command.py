@@ -164,7 +164,7 @@ def test_users_alone_see_an_engine_that_only_grows_older(ready):
             assert name == '"core-1"' and boots <= int(engine_boots) != 1
             boots = int(engine_boots)
             assert "Timeout" in run("snmpget", *READER, "-r0", "-t0.5", *words).stderr
-            chmctl = run(BUILD / "bin/chmctl", "--socket", state / "control", "announce")
+            chmctl = run(BUILD / "bin/chmctl", "--socket", state / "control", "announce-change")
             assert chmctl.returncode == 0
             receiver.wait_for(ENT_CONFIG_CHANGE, start)
             os.killpg(process.pid, signal.SIGINT)

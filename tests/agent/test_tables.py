@@ -20,7 +20,7 @@ def switch(request):
         switch.name, ports = request.param, with_readings(switch)
         for transceiver in ports[::len(ports) // 3]:  # before the library keeps what it reads
             for quantity, value in zip(QUANTITIES, ("3.301", "37", "41.5", "-2.676", "-1.871")):
-                switch.order("transceiver-reading", transceiver["port"], quantity, value)
+                switch.order("set", transceiver["port"], quantity, value)
         yield switch
 
 

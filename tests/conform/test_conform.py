@@ -50,8 +50,8 @@ def lab(*words, chassis=SMALL, commands=(), at="--prepare"):
 @pytest.mark.parametrize("chassis", CHASSIS, ids=lambda file: file.stem)
 def test_a_healthy_switch_has_nothing_to_say(chassis):
     findings = lab("--write", "--event-time", "0.3", chassis=chassis, at="--trigger", commands=[
-        'pull "Power supply 1"', 'insert "Power supply bay 1"', "announce",
-        "transceiver-reading Ethernet1/1 temperature 90"])
+        'pull "Power supply 1"', 'insert "Power supply bay 1"', "announce-change",
+        "set Ethernet1/1 temperature 90"])
     assert without_times(bad(findings)) == set()
     assert {one["verdict"] for one in findings if one["check"].startswith("events.")} == {"ok"}
     rows = {one["check"]: one["came"] for one in findings}
@@ -59,7 +59,7 @@ def test_a_healthy_switch_has_nothing_to_say(chassis):
     assert re.fullmatch("[1-9][0-9]* ports", rows["ports.order"])
 
 
-# The effects of chmctl fault that a request of the platform manager or of the port manager can have.
+# The effects of chmctl inject-fault that a request of the platform manager or of the port manager can have.
 REQUESTS = re.findall(r'Request<\w+> \w+\{\s*"([a-z-]+)"', (SOURCE / "chm/wire/requests.h").read_text())
 PORT_REQUESTS = {"port-configuration": "pm_cmi_get_port_config",
                  "next-port": "pm_get_next_port_fcot_info_with_ddm",
@@ -73,7 +73,7 @@ def test_each_fault_is_named(request_name, effect):
     port_call = PORT_REQUESTS.get(request_name)
     if port_call and effect[:5] in ("short", "long "):
         pytest.skip("the port manager's blocks have no length")
-    found = bad(lab("--event-time", "0", commands=[f"fault {request_name} {effect}"]))
+    found = bad(lab("--event-time", "0", commands=[f"inject-fault {request_name} {effect}"]))
     own = {check for check in found if check.startswith(
         ("ports.", f"time.{port_call}") if port_call else
         (f"{request_name}.", f"time.cmi_req_resp {request_name} "))}

@@ -35,7 +35,7 @@ json shown(const Fault& fault)
             {"strikes", fault.strikes}};
 }
 
-json fault(const json& arguments)
+json inject_fault(const json& arguments)
 {
     Fault fault{.request = named_request(arguments),
                 .kind = &choice(arguments, "effect", fault_kinds)};
@@ -77,14 +77,14 @@ json clear_faults(const json& arguments)
     return show_faults(arguments);
 }
 
-constexpr Verb verbs[] = {
-    {"fault", fault},
+constexpr Verb fault_table[] = {
+    {"inject-fault", inject_fault},
     {"faults", show_faults},
     {"clear-faults", clear_faults},
 };
 
 } // namespace
 
-const std::span<const Verb> fault_verbs(verbs);
+const std::span<const Verb> fault_verbs(fault_table);
 
 } // namespace sim

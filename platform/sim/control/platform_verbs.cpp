@@ -30,7 +30,7 @@ bool marker_exists()
     return std::filesystem::exists(marker_file, unreadable);
 }
 
-json marker(const json& arguments)
+json switch_marker(const json& arguments)
 {
     if (argument<bool>(arguments, "on")) {
         std::filesystem::create_directories(std::filesystem::path(marker_file).parent_path());
@@ -116,14 +116,13 @@ json status(const json& /*arguments*/)
     return result;
 }
 
-constexpr Verb verbs[] = {
-    {"marker", marker},         {"trace", trace},
-    {"history", event_history}, {"notifications", notifications},
-    {"status", status},
+constexpr Verb platform_table[] = {
+    {"marker-file", switch_marker},   {"trace", trace},   {"history", event_history},
+    {"notifications", notifications}, {"status", status},
 };
 
 } // namespace
 
-const std::span<const Verb> platform_verbs(verbs);
+const std::span<const Verb> platform_verbs(platform_table);
 
 } // namespace sim

@@ -27,12 +27,14 @@ json thresholds(const Chassis& chassis, const Entity& sensor)
     return list;
 }
 
-json sensors(const json& /*arguments*/)
+json sensors(const json& arguments)
 {
     const Chassis& chassis = the_chassis();
+    const Filter filter(arguments);
     json list = json::array();
     for (const auto& [index, entity] : chassis.entities()) {
-        if (!entity.sensor) {
+        if (!entity.sensor || !filter.admits(chassis, index) ||
+            !filter.admits_status(key_of(sensor_statuses, chassis.sensor_status(entity)))) {
             continue;
         }
         const Sensor& sensor = *entity.sensor;
@@ -46,14 +48,8 @@ json sensors(const json& /*arguments*/)
                         {"by-hand", sensor.reading.is_by_hand()},
                         {"thresholds", thresholds(chassis, entity)}});
     }
+    filter.keep_beyond(list);
     return list;
-}
-
-json reading(const json& arguments)
-{
-    return change_entity(arguments, [&](Chassis& chassis, uint32_t index) {
-        chassis.set_reading(index, by_hand<double>(arguments, "value"));
-    });
 }
 
 json thresholds_of(const Quantity& quantity, const Measurement& measurement, double raw)
@@ -88,16 +84,23 @@ json readings_of(const Chassis& chassis, const Port& port)
     return list;
 }
 
-json transceivers(const json& /*arguments*/)
+json transceivers(const json& arguments)
 {
     const Chassis& chassis = the_chassis();
+    const Filter filter(arguments);
     json list = json::array();
     for (const auto& [index, entity] : chassis.entities()) {
-        if (!entity.port || !entity.port->transceiver) {
+        if (!entity.port || !entity.port->transceiver || !filter.admits(chassis, index) ||
+            !filter.admits_status(key_of(entity_statuses, chassis.status(entity)))) {
             continue;
         }
         const Transceiver& transceiver = *entity.port->transceiver;
-        const bool readable = has_diagnostics(chassis, entity);
+        json readings =
+            has_diagnostics(chassis, entity) ? readings_of(chassis, *entity.port) : json::array();
+        filter.keep_beyond(readings);
+        if (filter.only_beyond() && readings.empty()) {
+            continue;
+        }
         json& item = list.emplace_back(
             json{{"index", index},
                  {"port", entity.name},
@@ -106,7 +109,7 @@ json transceivers(const json& /*arguments*/)
                  {"diagnostics", key_of(diagnostics_kinds, transceiver.diagnostics)},
                  {"lanes", transceiver.lanes},
                  {"reads", entity.port->diagnostics_reads},
-                 {"readings", readable ? readings_of(chassis, *entity.port) : json::array()}});
+                 {"readings", std::move(readings)}});
         for (const TransceiverText& text : transceiver_texts) {
             item[std::string(text.key)] = transceiver.*text.text;
         }
@@ -114,45 +117,10 @@ json transceivers(const json& /*arguments*/)
     return list;
 }
 
-json plug(const json& arguments)
-{
-    return change_entity(arguments, [&](Chassis& chassis, uint32_t index) {
-        if (!arguments.contains("type")) {
-            chassis.plug(index);
-            return;
-        }
-        const Entity& entity = chassis.entities().at(index);
-        if (!entity.port) {
-            throw Refusal(entity.name + " is no port");
-        }
-        const auto type = argument<std::string>(arguments, "type");
-        chassis.plug(index, load_transceiver(chassis.file(), entity, type));
-    });
-}
-
-json unplug(const json& arguments)
-{
-    return change_entity(arguments,
-                         [](Chassis& chassis, uint32_t index) { chassis.unplug(index); });
-}
-
-json transceiver_reading(const json& arguments)
-{
-    return change_entity(arguments, [&](Chassis& chassis, uint32_t index) {
-        const Quantity& quantity = choice(arguments, "quantity", quantities);
-        const bool dark = argument<json>(arguments, "value") == no_light_key;
-        chassis.set_transceiver_reading(index, static_cast<size_t>(&quantity - quantities.data()),
-                                        dark ? no_light : by_hand<double>(arguments, "value"));
-    });
-}
-
-constexpr Verb verbs[] = {
-    {"sensors", sensors}, {"reading", reading}, {"transceivers", transceivers},
-    {"plug", plug},       {"unplug", unplug},   {"transceiver-reading", transceiver_reading},
-};
+constexpr Verb reading_table[] = {{"sensors", sensors}, {"transceivers", transceivers}};
 
 } // namespace
 
-const std::span<const Verb> reading_verbs(verbs);
+const std::span<const Verb> reading_verbs(reading_table);
 
 } // namespace sim

@@ -31,36 +31,25 @@ json switchover(const json& arguments)
     return redundancy(arguments);
 }
 
-json set_supervisor_state(const json& arguments)
-{
-    the_chassis().set_supervisor_state(by_hand(arguments, "state"));
-    return redundancy(arguments);
-}
-
-json leds(const json& /*arguments*/)
+json leds(const json& arguments)
 {
     const Chassis& chassis = the_chassis();
+    const Filter filter(arguments);
     json list = json::array();
     for (auto led = led_after(chassis, 0, 0); led;
          led = led_after(chassis, led->entity, led->led)) {
+        if (!filter.admits(chassis, led->entity)) {
+            continue;
+        }
+        const auto colour = LedColour{led->value.value()};
+        const auto* named = std::ranges::find(led_colours, colour, &Named<LedColour>::value);
         list.push_back({{"index", led->entity.value()},
                         {"name", chassis.entities().at(led->entity).name},
-                        {"led", led->led.value()},
-                        {"value", led->value.value()}});
+                        {"led", key_of(led_names, led->led.value())},
+                        {"colour", named == std::end(led_colours) ? json(led->value.value())
+                                                                  : json(named->key)}});
     }
     return list;
-}
-
-json led(const json& arguments)
-{
-    return change_entity(arguments, [&](Chassis& chassis, uint32_t index) {
-        const auto number = argument<uint32_t>(arguments, "led");
-        if (!find_led(chassis, index, number)) {
-            throw std::runtime_error(chassis.entities().at(index).name + " has no LED " +
-                                     std::to_string(number));
-        }
-        set_led(chassis, index, number, by_hand(arguments, "value"));
-    });
 }
 
 json terminal_messages(const json& /*arguments*/)
@@ -75,17 +64,15 @@ json terminal_messages(const json& /*arguments*/)
     return list;
 }
 
-constexpr Verb verbs[] = {
+constexpr Verb switch_table[] = {
     {"redundancy", redundancy},
     {"switchover", switchover},
-    {"supervisor-state", set_supervisor_state},
     {"leds", leds},
-    {"led", led},
     {"terminals", terminal_messages},
 };
 
 } // namespace
 
-const std::span<const Verb> switch_verbs(verbs);
+const std::span<const Verb> switch_verbs(switch_table);
 
 } // namespace sim

@@ -5,21 +5,26 @@
 #include "files/chassis_file.h"
 #include "records/entity_record.h"
 
-#include <algorithm>
-#include <stdexcept>
+#include <optional>
+#include <string>
 
 namespace sim {
 namespace {
 
 using nlohmann::json;
 
-json inventory(const json& /*arguments*/)
+json inventory(const json& arguments)
 {
+    const Chassis& chassis = the_chassis();
+    const Filter filter(arguments);
     json list = json::array();
-    for (const auto& [index, entity] : the_chassis().entities()) {
+    for (const auto& [index, entity] : chassis.entities()) {
+        if (!filter.admits(chassis, index)) {
+            continue;
+        }
         json& item = list.emplace_back(json{{"index", index},
                                             {"parent", entity.contained_in},
-                                            {"class", static_cast<int32_t>(entity.entity_class)},
+                                            {"class", key_of(entity_classes, entity.entity_class)},
                                             {"position", entity.position},
                                             {"replaceable", entity.replaceable}});
         for (const EntityText& text : entity_texts) {
@@ -27,24 +32,6 @@ json inventory(const json& /*arguments*/)
         }
     }
     return list;
-}
-
-json set(const json& arguments)
-{
-    const uint32_t index = named_entity(arguments);
-    const auto field = argument<std::string>(arguments, "field");
-    const auto value = argument<std::string>(arguments, "value");
-    const auto* text = std::ranges::find(entity_texts, field, &EntityText::key);
-    if (text == std::end(entity_texts) || !chmctl_sets(*text)) {
-        throw std::runtime_error("'" + field + "' is not a field that can be set");
-    }
-    if (value.size() > text->capacity || value.find('\0') != std::string::npos) {
-        throw std::runtime_error("'" + field + "' holds at most " + std::to_string(text->capacity) +
-                                 " bytes, none of them NUL");
-    }
-    const TextChange change{text->text, value};
-    the_chassis().write(index, {&change, 1});
-    return {{"index", index}};
 }
 
 /// The requested state of a unit, from both of its administrative statuses.
@@ -55,11 +42,16 @@ std::string_view admin_name(const Unit& unit)
     return without_power ? "power-off" : key_of(admin_statuses, unit.admin_status);
 }
 
-json units(const json& /*arguments*/)
+json list_units(const json& arguments)
 {
     const Chassis& chassis = the_chassis();
+    const Filter filter(arguments);
     json list = json::array();
     for (const auto& [index, unit] : chassis.units()) {
+        if (!filter.admits(chassis, index) ||
+            !filter.admits_status(key_of(entity_statuses, unit.status))) {
+            continue;
+        }
         list.push_back({{"index", index},
                         {"name", chassis.entities().at(index).name},
                         {"type", key_of(unit_types, unit.type)},
@@ -73,18 +65,32 @@ json units(const json& /*arguments*/)
 
 json pull(const json& arguments)
 {
-    return change_entity(arguments, [](Chassis& chassis, uint32_t index) { chassis.pull(index); });
+    return change_entity(arguments, [](Chassis& chassis, uint32_t index) {
+        if (chassis.entities().at(index).port) {
+            chassis.unplug(index);
+        } else {
+            chassis.pull(index);
+        }
+    });
 }
 
 json insert(const json& arguments)
 {
+    const auto type = arguments.contains("type")
+                          ? std::optional(argument<std::string>(arguments, "type"))
+                          : std::nullopt;
     return change_entity(arguments, [&](Chassis& chassis, uint32_t index) {
-        if (!arguments.contains("type")) {
-            chassis.insert(index);
-            return;
+        const Entity& entity = chassis.entities().at(index);
+        if (is_flagged(arguments, "unknown")) {
+            chassis.plug_unknown(index);
+        } else if (entity.port) {
+            chassis.plug(index, type
+                                    ? std::optional(load_transceiver(chassis.file(), entity, *type))
+                                    : std::nullopt);
+        } else {
+            chassis.insert(index, type ? std::optional(load_unit(chassis.file(), index, *type))
+                                       : std::nullopt);
         }
-        const auto type = argument<std::string>(arguments, "type");
-        chassis.insert(index, load_unit(chassis.file(), index, type));
     });
 }
 
@@ -100,29 +106,10 @@ json repair(const json& arguments)
         arguments, [](Chassis& chassis, uint32_t index) { chassis.set_failed(index, false); });
 }
 
-json output(const json& arguments)
-{
-    return change_entity(arguments, [&](Chassis& chassis, uint32_t index) {
-        chassis.set_output(index, whole_number(arguments, "watts", 0, max_watts));
-    });
-}
-
-json plug_unknown(const json& arguments)
-{
-    return change_entity(arguments,
-                         [](Chassis& chassis, uint32_t index) { chassis.plug_unknown(index); });
-}
-
-json announce(const json& /*arguments*/)
+json announce_change(const json& /*arguments*/)
 {
     the_chassis().announce_change();
     return {{"last-change", time_text(the_chassis().last_change())}};
-}
-
-json chassis_type(const json& arguments)
-{
-    the_chassis().settings().type_code = argument<uint32_t>(arguments, "code");
-    return {{"type-code", the_chassis().settings().type_code}};
 }
 
 json export_file(const json& /*arguments*/)
@@ -130,23 +117,14 @@ json export_file(const json& /*arguments*/)
     return {{"toml", export_chassis(the_chassis())}};
 }
 
-constexpr Verb verbs[] = {
-    {"inventory", inventory},
-    {"units", units},
-    {"set", set},
-    {"announce", announce},
-    {"pull", pull},
-    {"insert", insert},
-    {"fail", fail},
-    {"repair", repair},
-    {"output", output},
-    {"plug-unknown", plug_unknown},
-    {"chassis-type", chassis_type},
-    {"export", export_file},
+constexpr Verb unit_table[] = {
+    {"inventory", inventory}, {"units", list_units},   {"announce-change", announce_change},
+    {"pull", pull},           {"insert", insert},      {"fail", fail},
+    {"repair", repair},       {"export", export_file},
 };
 
 } // namespace
 
-const std::span<const Verb> unit_verbs(verbs);
+const std::span<const Verb> unit_verbs(unit_table);
 
 } // namespace sim

@@ -22,6 +22,7 @@ struct Verb {
 extern const std::span<const Verb> unit_verbs;
 extern const std::span<const Verb> reading_verbs;
 extern const std::span<const Verb> interface_verbs;
+extern const std::span<const Verb> setting_verbs;
 extern const std::span<const Verb> switch_verbs;
 extern const std::span<const Verb> platform_verbs;
 extern const std::span<const Verb> fault_verbs;

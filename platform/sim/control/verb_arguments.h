@@ -2,6 +2,7 @@
 #pragma once
 
 #include "control/verb.h"
+#include "model/nearest.h"
 
 #include <nlohmann/json.hpp>
 
@@ -63,28 +64,43 @@ const auto& choice(const nlohmann::json& arguments, const char* name, const Choi
     const auto found =
         std::ranges::find_if(choices, [&](const auto& one) { return one.key == key; });
     if (found == std::end(choices)) {
-        std::string keys;
-        for (const auto& one : choices) {
-            keys += (keys.empty() ? "" : ", ") + std::string(one.key);
-        }
-        throw std::runtime_error("there is no " + std::string(name) + " '" + key + "', but " +
-                                 keys);
+        const auto keys = keys_in(choices);
+        const std::string nearest = did_you_mean(key, keys);
+        throw std::runtime_error("there is no " + std::string(name) + " '" + key + "'" +
+                                 (nearest.empty() ? "; there is " + listed(keys) : nearest));
     }
     return *found;
 }
 
-/// A number, or null for the switch's own value.
-template <typename Number = int32_t>
-std::optional<Number> by_hand(const nlohmann::json& arguments, const char* name)
-{
-    if (arguments.contains(name) && arguments.at(name).is_null()) {
-        return std::nullopt;
-    }
-    return argument<Number>(arguments, name);
-}
-
 /// The index of the entity that a request names by its index or by its name.
 uint32_t named_entity(const nlohmann::json& arguments);
+
+/// Whether a request has a flag set.
+bool is_flagged(const nlohmann::json& arguments, const char* name);
+
+/// What a request lists: all, or only what is in the entity that it names, what has failed, or what
+/// is beyond a threshold.
+class Filter {
+public:
+    explicit Filter(const nlohmann::json& arguments);
+
+    /// Whether an entity is the one that the request names or is within it.
+    bool admits(const Chassis& chassis, uint32_t index) const;
+
+    /// Whether the request lists what has this status.
+    bool admits_status(std::string_view status) const;
+
+    /// Removes what is not beyond a threshold, if the request wants that.
+    /// @param items each with "thresholds"
+    void keep_beyond(nlohmann::json& items) const;
+
+    bool only_beyond() const { return only_beyond_; }
+
+private:
+    std::optional<uint32_t> within_;
+    bool only_failed_;
+    bool only_beyond_;
+};
 
 /// Changes the entity that a request names.
 template <typename Change>

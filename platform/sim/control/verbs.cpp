@@ -18,7 +18,8 @@ json run(const json& request)
     }
     const auto name = argument<std::string>(request, "verb");
     for (const auto& verbs :
-         {unit_verbs, reading_verbs, interface_verbs, switch_verbs, platform_verbs, fault_verbs}) {
+         {unit_verbs, setting_verbs, reading_verbs, interface_verbs, switch_verbs, platform_verbs,
+          fault_verbs}) {
         const auto verb = std::ranges::find(verbs, name, &Verb::name);
         if (verb != verbs.end()) {
             json result = verb->run(request);

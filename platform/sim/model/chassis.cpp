@@ -395,7 +395,7 @@ Place& Chassis::empty_place(uint32_t index)
     const std::string& name = entities_.at(index).name;
     const auto place = places_.find(index);
     if (place == places_.end()) {
-        throw Refusal(name + " is no slot or bay");
+        throw Refusal(name + " is no slot or bay; insert takes the slot or bay");
     }
     if (find(place->second.unit_index) != nullptr) {
         throw Refusal(name + " is not empty");

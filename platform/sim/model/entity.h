@@ -23,6 +23,15 @@ enum class EntityClass : int32_t {
     port = 10,
 };
 
+inline constexpr Named<EntityClass> entity_classes[] = {{"unknown", EntityClass::unknown},
+                                                        {"chassis", EntityClass::chassis},
+                                                        {"container", EntityClass::container},
+                                                        {"power-supply", EntityClass::power_supply},
+                                                        {"fan", EntityClass::fan},
+                                                        {"sensor", EntityClass::sensor},
+                                                        {"module", EntityClass::module},
+                                                        {"port", EntityClass::port}};
+
 /// Status of an entity, the same in all tables. Only `ok` is healthy.
 enum class EntityStatus : int32_t {
     unknown = 1,

@@ -23,6 +23,8 @@ inline constexpr Named<LedColour> led_colours[] = {{"off", LedColour::off},
 inline constexpr uint32_t status_led = 1;
 inline constexpr uint32_t role_led = 2;
 
+inline constexpr Named<uint32_t> led_names[] = {{"status-led", status_led}, {"role-led", role_led}};
+
 /// The number of LEDs of a unit.
 uint32_t number_of_leds(const Unit& unit);
 

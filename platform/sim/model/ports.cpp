@@ -105,8 +105,8 @@ void Chassis::plug(uint32_t index, std::optional<Transceiver> other)
         throw Refusal(name + " holds a transceiver");
     }
     if (!other && !port.unplugged) {
-        throw Refusal("nothing was unplugged from " + name +
-                      "; say which type of transceiver to plug in");
+        throw Refusal("nothing was pulled from " + name +
+                      "; say which type of transceiver to insert");
     }
     port.transceiver = std::move(other ? other : port.unplugged);
     port.unplugged.reset();

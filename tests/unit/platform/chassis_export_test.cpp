@@ -158,21 +158,21 @@ const std::string happenings[] = {
     "pull UNIT",
     "insert PLACE",
     R"(insert PLACE, "type": "TYPE")",
-    "plug-unknown PLACE",
+    R"(insert PLACE, "unknown": true)",
     R"(switchover 0, "reason": 0)",
-    R"(supervisor-state 0, "state": FEW)",
-    R"(chassis-type 0, "code": 23)",
-    R"(led UNIT, "led": 1, "value": FEW)",
-    R"(led 1001, "led": 2, "value": null)",
-    R"(led 1, "led": 1, "value": 0)",
-    R"(reading ENTITY, "value": VALUE)",
-    "unplug ENTITY",
-    "plug ENTITY",
-    R"(plug ENTITY, "type": "sr")",
-    R"(transceiver-reading ENTITY, "quantity": "QUANTITY", "value": VALUE)",
-    R"(transceiver-reading ENTITY, "quantity": "receive-power", "value": "none")",
-    R"(fault 0, "request": "REQUEST", "effect": "fail", "amount": FEW, "count": FEW)",
-    R"(fault 0, "request": "REQUEST", "effect": "nothing", "operation": "get")",
+    R"(set 1, "field": "supervisor-state", "value": FEW)",
+    R"(set 1, "field": "type-code", "value": 23)",
+    R"(set UNIT, "field": "status-led", "value": FEW)",
+    R"(set 1001, "field": "role-led", "value": "auto")",
+    R"(set 1, "field": "status-led", "value": 0)",
+    R"(set ENTITY, "field": "reading", "value": VALUE)",
+    "pull ENTITY",
+    "insert ENTITY",
+    R"(insert ENTITY, "type": "sr")",
+    R"(set ENTITY, "field": "QUANTITY", "value": VALUE)",
+    R"(set ENTITY, "field": "receive-power", "value": "none")",
+    R"(inject-fault 0, "request": "REQUEST", "effect": "fail", "amount": FEW, "count": FEW)",
+    R"(inject-fault 0, "request": "REQUEST", "effect": "nothing", "operation": "get")",
     "write 1027 1 4 FEW",
     "write 1028 UNIT 4 FEW",
     "write 1029 UNIT 4 FEW",
@@ -305,7 +305,7 @@ protected:
             }
         }
         for (const auto& [index, entity] : chassis.entities()) {
-            refusal("plug " + std::to_string(index));
+            refusal("insert " + std::to_string(index));
         }
         events(std::chrono::seconds(10));
         return everything();

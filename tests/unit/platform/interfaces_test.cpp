@@ -155,9 +155,9 @@ TEST_F(Interfaces, AreRememberedWithWhatTheChassisLacks)
     const std::string unknown = start + "[switch]\nredundancy-mode = \"some\"";
     for (const std::string& wrong : {std::string(), std::string("chassis = \"S2\""),
                                      std::string("chassis = \"S1\""), unknown, start + "[["}) {
-        const ChassisFile bad(wrong);
-        EXPECT_THROW(sim::StateFile(bad.path, chassis()), sim::FileError) << wrong;
-        EXPECT_EQ(content_of(bad.path), wrong);
+        const ChassisFile damaged(wrong);
+        EXPECT_THROW(sim::StateFile(damaged.path, chassis()), sim::FileError) << wrong;
+        EXPECT_EQ(content_of(damaged.path), wrong);
     }
 }
 

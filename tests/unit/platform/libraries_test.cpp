@@ -119,22 +119,22 @@ using Faults = SwitchTest;
 TEST_F(Faults, AddUpToNoMoreThanOneMayDo)
 {
     follow(R"(
-fault 0, "request": "module", "effect": "delay", "amount": 6000, "operation": "get" ->
-fault 0, "request": "module", "effect": "delay", "amount": 6000, "operation": "set" ->
-fault 0, "request": "module", "effect": "delay", "amount": 4001 -> the faults of a get would add up to 10001 milliseconds, and the most is 10000
-fault 0, "request": "module", "effect": "delay", "amount": 4000 ->
-fault 0, "request": 1029, "effect": "delay", "amount": 1, "operation": "set" -> the faults of a set would add up to 10001 milliseconds, and the most is 10000
-fault 0, "request": "led", "effect": "delay", "amount": 10000 ->
-fault 0, "request": "module", "effect": "long", "amount": 65536 ->
-fault 0, "request": "module", "effect": "long", "amount": 1 -> the faults of a get would add up to 65537 bytes, and the most is 65536
-fault 0, "request": "module", "effect": "short", "amount": 65536 ->
-fault 0, "request": "module", "effect": "fail", "amount": 2147483647 ->
-fault 0, "request": "module", "effect": "fail", "amount": 2147483647 ->
+inject-fault 0, "request": "module", "effect": "delay", "amount": 6000, "operation": "get" ->
+inject-fault 0, "request": "module", "effect": "delay", "amount": 6000, "operation": "set" ->
+inject-fault 0, "request": "module", "effect": "delay", "amount": 4001 -> the faults of a get would add up to 10001 milliseconds, and the most is 10000
+inject-fault 0, "request": "module", "effect": "delay", "amount": 4000 ->
+inject-fault 0, "request": 1029, "effect": "delay", "amount": 1, "operation": "set" -> the faults of a set would add up to 10001 milliseconds, and the most is 10000
+inject-fault 0, "request": "led", "effect": "delay", "amount": 10000 ->
+inject-fault 0, "request": "module", "effect": "long", "amount": 65536 ->
+inject-fault 0, "request": "module", "effect": "long", "amount": 1 -> the faults of a get would add up to 65537 bytes, and the most is 65536
+inject-fault 0, "request": "module", "effect": "short", "amount": 65536 ->
+inject-fault 0, "request": "module", "effect": "fail", "amount": 2147483647 ->
+inject-fault 0, "request": "module", "effect": "fail", "amount": 2147483647 ->
 )");
     for (const std::string request : {"port-configuration", "next-port", "transceiver-information",
                                       "transceiver-diagnostics"}) {
         for (const std::string effect : {"short", "long"}) {
-            const std::string fault = std::string(R"(fault 0, "amount": 1, "request": ")")
+            const std::string fault = std::string(R"(inject-fault 0, "amount": 1, "request": ")")
                                           .append(request)
                                           .append(R"(", "effect": ")")
                                           .append(effect)
@@ -143,7 +143,7 @@ fault 0, "request": "module", "effect": "fail", "amount": 2147483647 ->
                                           "' come without a length: they cannot be short or long");
         }
     }
-    const std::string one_more = R"(fault 0, "request": "led", "effect": "nothing")";
+    const std::string one_more = R"(inject-fault 0, "request": "led", "effect": "nothing")";
     while (sim::chassis_in_place()->faults().size() < 100) {
         ASSERT_EQ(refusal(one_more), "");
     }

@@ -13,7 +13,7 @@ constexpr uint32_t interface(uint32_t slot, uint32_t port) // numbered from 0
 }
 
 /// The first bytes of what a query answers, none when it failed.
-Bytes ask(decltype(pm_cmi_get_fcot_info)* query, uint32_t if_index, size_t size)
+Bytes ask_port(decltype(pm_cmi_get_fcot_info)* query, uint32_t if_index, size_t size)
 {
     void* response = nullptr;
     uint32_t count = 1;
@@ -58,7 +58,7 @@ TEST_F(Transceivers, ReportIntegersRealsAndNoLight)
     EXPECT_EQ(lane(interface(1, 5), 2, {8, 24, 28}), (Lane{4, 2, 0x43ffd2c0, 0}));
     EXPECT_EQ(lane(interface(1, 5), 3, offsets),
               (Lane{4, 2, 0x43fa0000, 0, 0x200, 0x200, 0x47927c00, 0x4a5d8ec0, 0x41200000}));
-    outcome("chassis-type 0, \"code\": 40");
+    outcome("set 1, \"field\": \"type-code\", \"value\": 40");
     EXPECT_EQ(lane(interface(1, 5), 3, offsets),
               (Lane{4, 2, 500, 0, 0x200, 0x200, 0x47927c00, 0x4a5d8ec0, 0x41200000}));
     EXPECT_EQ(lane(interface(1, 1), 0, {}), (Lane{0})) << "without diagnostics";
@@ -75,15 +75,15 @@ TEST_F(Transceivers, AreFoundByTheirPortsAndInTheirOrder)
         {interface(1, 2), true, 0, -1},   {interface(1, 5), true, 1, 0x50},
         {interface(1, 8), false, 0, -1},  {0, false, 0, -1}};
     for (const auto& [port, exists, readable, type] : ports) {
-        const Bytes config = ask(pm_cmi_get_port_config, port, 212);
-        const Bytes information = ask(pm_cmi_get_fcot_info, port, 102);
+        const Bytes config = ask_port(pm_cmi_get_port_config, port, 212);
+        const Bytes information = ask_port(pm_cmi_get_fcot_info, port, 102);
         ASSERT_EQ(!config.empty(), exists) << std::hex << port;
         EXPECT_EQ(exists ? host_word(config, 4) : 0, 0U);
         EXPECT_EQ(exists ? config[211] : 0, readable) << std::hex << port;
         EXPECT_EQ(information.empty() ? -1 : information[101], type) << std::hex << port;
     }
     char texts[5][255];
-    Bytes information = ask(pm_cmi_get_fcot_info, interface(5, 3), 471);
+    Bytes information = ask_port(pm_cmi_get_fcot_info, interface(5, 3), 471);
     EXPECT_EQ(pc_sfp_get_vendor_info(information.data(), texts[0], texts[1], texts[2], texts[3],
                                      texts[4]),
               0);
@@ -94,7 +94,7 @@ TEST_F(Transceivers, AreFoundByTheirPortsAndInTheirOrder)
     EXPECT_EQ(all, "Maker T-1 B S1-5604 west ");
 
     const auto next_port = [](uint32_t port) { // 0 after the last
-        const Bytes block = ask(pm_get_next_port_fcot_info_with_ddm, port, 4);
+        const Bytes block = ask_port(pm_get_next_port_fcot_info_with_ddm, port, 4);
         return block.empty() ? 0 : host_word(block, 0);
     };
     const std::pair<uint32_t, uint32_t> steps[] = {{0, interface(1, 0)},
@@ -109,7 +109,7 @@ TEST_F(Transceivers, AreFoundByTheirPortsAndInTheirOrder)
     EXPECT_EQ(next_port(interface(1, 6)), 0U);
     sim::chassis_in_place()->insert(106);
     EXPECT_EQ(next_port(interface(1, 6)), 0U) << "the module starts yet";
-    const Bytes starting = ask(pm_cmi_get_port_config, interface(5, 0), 212);
+    const Bytes starting = ask_port(pm_cmi_get_port_config, interface(5, 0), 212);
     EXPECT_NE(host_word(starting, 4), 0U);
     EXPECT_EQ(starting[211], 0);
     EXPECT_EQ(lane(interface(5, 0), 0, {}), (Lane{0}));
@@ -119,19 +119,19 @@ TEST_F(Transceivers, AreFoundByTheirPortsAndInTheirOrder)
 
 TEST_F(Transceivers, TellOnceOfAThresholdThatTheyCross)
 {
-    follow("transceiver-reading 5201, \"quantity\": \"voltage\", \"value\": 3.401 -> 1038 29912 "
+    follow("set 5201, \"field\": \"voltage\", \"value\": 3.401 -> 1038 29912 "
            "2\n");
     EXPECT_EQ(payloads[0], record(16, "0=29912 4=3401 8=3400 12=2"));
     follow(R"(
-transceiver-reading 5201, "quantity": "voltage", "value": 3.5 ->
-transceiver-reading 5201, "quantity": "voltage", "value": 3.7 -> 1038 29912 1
-transceiver-reading 5201, "quantity": "voltage", "value": null ->
-transceiver-reading 5204, "quantity": "temperature", "value": -5.001 -> 1038 29965 3
-unplug 5204 -> 1033
-transceiver-reading 5204, "quantity": "temperature", "value": 1 -> Ethernet2/4 has no transceiver with diagnostics
-plug 5204 -> 1033
-transceiver-reading 5606, "quantity": "receive-power", "value": -9 ->
-transceiver-reading 5606, "quantity": "receive-power", "value": "none" -> 1038 46387 3, 1038 46387 4
+set 5201, "field": "voltage", "value": 3.5 ->
+set 5201, "field": "voltage", "value": 3.7 -> 1038 29912 1
+set 5201, "field": "voltage", "value": "auto" ->
+set 5204, "field": "temperature", "value": -5.001 -> 1038 29965 3
+pull 5204 -> 1033
+set 5204, "field": "temperature", "value": 1 -> Ethernet2/4 has no transceiver with diagnostics
+insert 5204 -> 1033
+set 5606, "field": "receive-power", "value": -9 ->
+set 5606, "field": "receive-power", "value": "none" -> 1038 46387 3, 1038 46387 4
 )");
     EXPECT_EQ(payloads[0], record(16, "0=46387 8=4294954296 12=3"));
 }

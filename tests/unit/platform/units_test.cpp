@@ -13,7 +13,7 @@ using Units = SwitchTest;
 TEST_F(Units, StayAsTheyAreWhenAChangeIsRefused)
 {
     const auto everything = [] { return sim::answer_request(R"({"verb": "export"})"); };
-    outcome("plug-unknown 104");
+    outcome(R"(insert 104, "unknown": true)");
     const std::string before = everything();
     const std::pair<const char*, std::vector<const char*>> writes[] = {
         {"1",
@@ -36,16 +36,21 @@ pull 103 -> Slot 3 is empty
 pull 4033 -> Fan 2/1 cannot be pulled
 pull 2003 -> Power supply 3 cannot be pulled
 insert 102, "type": "other" -> Slot 2 is not empty
-insert 1002 -> Module 2 is no slot or bay
+insert 1002 -> Module 2 is no slot or bay; insert takes the slot or bay
 insert 103 -> nothing was pulled from Slot 3; say which type of unit to insert
 insert 103, "type": 7 -> argument 'type' is missing or wrong
 insert 104, "type": "other" -> Slot 4 is not empty
 repair 1004 -> Unknown unit in Slot 4 is no module, power supply, fan tray or fan
-output 2001, "watts": -1 -> 'watts' is not within 0 to 100000
-output 2001, "watts": 9e300 -> argument 'watts' is missing or wrong
-reading 21717, "value": 1.1e5 -> Module 2 sensor 1 cannot report such a value
+set 2001, "field": "output", "value": -1 -> 'output' takes 0 to 100000 W
+set 2001, "field": "output", "value": 9e300 -> 'output' takes 0 to 100000 W
+set 2001, "field": "output", "value": "1e" -> 'output' takes 0 to 100000 W
+set 2001, "field": "output", "value": 0.5 -> 'output' takes 0 to 100000 W
+set 21717, "field": "reading", "value": 1.1e5 -> 'reading' takes -100000 to 100000 V or auto
+set 21717, "field": "reading", "value": "none" -> 'reading' takes -100000 to 100000 V or auto
+set 1002, "field": "reading", "value": 1 -> Module 2 has no 'reading'; it has description, alias, asset-id, second-serial or status-led
+set "modul 2", "field": "alias", "value": "x" -> there is no entity named 'modul 2'; did you mean 'Module 2'?
 set 4294967297, "field": "alias", "value": "new" -> there is no entity 4294967297
-set 1, "field": "alias", "value": "\u0000" -> 'alias' holds at most 32 bytes, none of them NUL
+set 1, "field": "alias", "value": "\u0000" -> 'alias' takes at most 32 bytes, none of them NUL
 )");
     EXPECT_EQ(outcome(R"(insert 103, "type": "none")"), box + ": there is no [types.none]");
     EXPECT_EQ(outcome(R"(insert 103, "type": "supply")"), box + ":20: unknown key 'output'");
@@ -74,9 +79,9 @@ word 1028 3002 12 -> 0
 write 1028 3002 4 3 -> 1035 3002 2, 1047 3002 2 | 3002=2
 write 1028 3002 4 3 -> 1035 3002 3, 1047 3002 3, 1035 3002 2, 1047 3002 2
 write 1027 1 4 3 -> 2
-output 2003, "watts": 319 -> 1121 2003 319
+set 2003, "field": "output", "value": 319 -> 1121 2003 319
 write 1027 1 4 2 -> 2
-output 2003, "watts": 320 -> 1121 2003 320
+set 2003, "field": "output", "value": 320 -> 1121 2003 320
 write 1027 1 4 2 ->
 word 1027 1 264 -> 720
 set "Slot 2", "field": "alias", "value": "new" -> 1033
@@ -116,9 +121,9 @@ TEST_F(Units, FailAndAreRepaired)
     follow(R"(
 fail "Power supply 1" -> 1121 2001 0 | 2001=4
 fail 2001 -> | 2001=4
-output 2001, "watts": 600 -> | 2001=4
+set 2001, "field": "output", "value": 600 -> | 2001=4
 repair 2001 -> 1121 2001 600 | 2001=2
-output 2001, "watts": 600 -> | 2001=2
+set 2001, "field": "output", "value": 600 -> | 2001=2
 fail 4033 -> 1047 3002 4 | 3002=4 4033=4 4034=2
 fail 4034 -> | 3002=4 4034=4
 repair 4033 -> | 3002=4 4033=2 4034=4
@@ -132,7 +137,7 @@ fail 1002 -> 1035 1002 4, 1034 1002 4 | 1002=4/1/2
 write 1029 1002 4 3 -> | 1002=4/1/2
 repair 1002 -> 1035 1002 3, 1034 1002 3 | 1002=3/1/2
 write 1028 1002 4 1 -> 1035 1002 2, 1034 1002 5, 1034 1002 2 | 1002=2/1/1
-output 2001, "watts": 65536 -> 1121 2001 65536
+set 2001, "field": "output", "value": 65536 -> 1121 2001 65536
 )");
     EXPECT_EQ(payloads[0], record(520, "0=2001 4='Power supply 1' 259='PS-1' 516=65536"));
 }
@@ -141,7 +146,7 @@ TEST_F(Units, ArePulledAndInserted)
 {
     follow(R"(
 pull 1002 -> 1035 1002 3, 1034 1002 3, 1037 1002 3, 1033 | 1002= 5201= 102=2
-plug-unknown 102 -> 3224 1002 4, 1033 | 1002=4
+insert 102, "unknown": true -> 3224 1002 4, 1033 | 1002=4
 pull "Slot 2" -> 1037 1002 4, 1033 | 1002=
 insert "Slot 2" -> 1036 1002 3, 1033, 1035 1002 2, 1034 1002 5, 1034 1002 2 | 1002=2/1/1 5201=2
 word 1029 1002 12 -> 2
@@ -237,21 +242,21 @@ TEST_F(Units, HaveLedsThatShowHowTheyAre)
 
 TEST_F(Units, MeasureWhileTheyAreInService)
 {
-    follow("reading 21717, \"value\": 13 -> 1038 21717 2\n");
+    follow("set 21717, \"field\": \"reading\", \"value\": 13 -> 1038 21717 2\n");
     EXPECT_EQ(payloads[0], record(16, "0=21717 4=130000 8=126000 12=2"));
     // While the module is off, the value is the last measured. What is beyond a threshold already,
     // or from the start, has not crossed it.
     follow(R"(
-reading 21717, "value": 14 ->
-reading 21717, "value": 11 -> 1038 21717 1
-reading 21717, "value": null ->
+set 21717, "field": "reading", "value": 14 ->
+set 21717, "field": "reading", "value": 11 -> 1038 21717 1
+set 21717, "field": "reading", "value": "auto" ->
 write 1032 21717 24 2 2 ->
 word 1032 21717 24 2 -> 2
-reading 21717, "value": 13 ->
+set 21717, "field": "reading", "value": 13 ->
 write 1032 21717 24 1 2 ->
-reading 21717, "value": null ->
+set 21717, "field": "reading", "value": "auto" ->
 write 1029 1002 4 2 -> 1035 1002 3, 1034 1002 3
-reading 21717, "value": 13 ->
+set 21717, "field": "reading", "value": 13 ->
 word 1031 21717 16 -> 119000
 word 1031 21717 20 -> 2
 word 1031 21589 20 -> 1
