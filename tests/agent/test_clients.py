@@ -131,8 +131,7 @@ my ($session, $error) = Net::SNMP->session(
 die $error unless $session;
 my $found = $session->get_bulk_request(
     -maxrepetitions => $repetitions, -varbindlist => ["1.3.6.1.2.1.47.1.1.1.1.2"]);
-print $found ? scalar keys %$found : $session->error;
-"""
+print $found ? scalar keys %$found : $session->error;"""
 
 
 @pytest.mark.skipif(run("perl", "-MNet::SNMP", "-MCrypt::DES", "-e1").returncode != 0,
