@@ -37,14 +37,20 @@ int run(int argc, char** argv)
     app.require_subcommand(0, 1);
     app.fallthrough();
     bool raw = false;
-    std::string socket = default_socket();
+    std::string socket;
+    uint32_t port = 0;
     app.add_flag("--json", raw, "Print the result as JSON");
-    app.add_option("--socket", socket, "The switch's control socket")
-        ->envname("CHM_SOCKET")
-        ->capture_default_str();
+    auto* named = app.add_option("--socket", socket,
+                                 "The switch's control socket; by default that of "
+                                 "the only running switch")
+                      ->envname("CHM_SOCKET");
+    app.add_option("--port", port, "The UDP port of the switch, if several run")
+        ->check(CLI::Range(1, 65535))
+        ->excludes(named);
 
+    const auto chosen = [&, named] { return named->count() == 0 ? running_switch(port) : socket; };
     add_verbs(app, [&](const Verb& verb, const json& request) {
-        const json result = ask_switch(socket, request);
+        const json result = ask_switch(chosen(), request);
         if (raw) {
             std::puts(result.dump(2).c_str());
         } else {
@@ -65,7 +71,7 @@ int run(int argc, char** argv)
     view->add_flag_callback(
             "--once", [&] { count = 1; }, "Show the state once")
         ->excludes(counted);
-    view->final_callback([&] { watch(socket, seconds, count); });
+    view->final_callback([&] { watch(chosen(), seconds, count); });
     add_example(*view, "--once");
 
     std::string file;
@@ -77,7 +83,7 @@ int run(int argc, char** argv)
         ->type_name("TIMES")
         ->check(CLI::Range(0.001, 1e6))
         ->capture_default_str();
-    scenario->final_callback([&] { play(file, speed, socket); });
+    scenario->final_callback([&] { play(file, speed, chosen()); });
     add_example(*scenario, "scenarios/fan-failure.toml --speed 2");
 
     CLI::App* completion =
@@ -92,7 +98,7 @@ int run(int argc, char** argv)
     complete->group("");
     complete->add_option("WORDS", words, "The words so far");
     complete->final_callback([&] {
-        for (const std::string& word : completions(app, words, socket)) {
+        for (const std::string& word : completions(app, words, chosen)) {
             std::puts(word.c_str());
         }
     });

@@ -39,11 +39,11 @@ std::string quoted(const std::string& word)
     return text;
 }
 
-std::vector<std::string> entity_names(const std::string& socket)
+std::vector<std::string> entity_names(const std::function<std::string()>& find)
 {
     std::vector<std::string> names;
     try {
-        for (const json& entity : ask_switch(socket, {{"verb", "inventory"}})) {
+        for (const json& entity : ask_switch(find(), {{"verb", "inventory"}})) {
             names.push_back(text_of(entity, "name"));
         }
     } catch (const std::exception&) {
@@ -53,12 +53,13 @@ std::vector<std::string> entity_names(const std::string& socket)
 }
 
 /// The values that an argument may have, from the check that its help shows, or the entities.
-std::vector<std::string> values_of(const CLI::Option& option, const std::string& socket)
+std::vector<std::string> values_of(const CLI::Option& option,
+                                   const std::function<std::string()>& find)
 {
     const std::string name = option.get_name();
     const auto entities = {"ENTITY", "UNIT", "PLACE", "SENSOR", "PORT", "POWER-SUPPLY"};
     if (std::ranges::find(entities, name) != entities.end()) {
-        return entity_names(socket);
+        return entity_names(find);
     }
     const std::string type = option.get_type_name();
     const size_t start = type.find('{');
@@ -85,7 +86,7 @@ const CLI::Option* option_named(const CLI::App& app, const std::string& word)
 } // namespace
 
 std::vector<std::string> completions(const CLI::App& app, const std::vector<std::string>& words,
-                                     std::string socket)
+                                     std::function<std::string()> find)
 {
     const CLI::App* command = &app;
     const CLI::Option* awaited = nullptr; // the option whose value comes next
@@ -94,7 +95,13 @@ std::vector<std::string> completions(const CLI::App& app, const std::vector<std:
         const CLI::Option* option = option_named(*command, words[i]);
         option = option == nullptr ? option_named(app, words[i]) : option;
         if (awaited != nullptr) {
-            socket = awaited->get_name() == "--socket" ? unquoted(words[i]) : socket;
+            if (awaited->get_name() == "--socket") {
+                find = [socket = unquoted(words[i])] { return socket; };
+            } else if (awaited->get_name() == "--port") {
+                find = [port = words[i]] {
+                    return running_switch(static_cast<uint32_t>(std::stoul(port)));
+                };
+            }
             awaited = nullptr;
         } else if (option != nullptr) {
             awaited = option->get_expected_max() > 0 ? option : nullptr;
@@ -108,7 +115,7 @@ std::vector<std::string> completions(const CLI::App& app, const std::vector<std:
     const auto verbs = command->get_subcommands([](const CLI::App*) { return true; });
     std::vector<std::string> all;
     if (awaited != nullptr) {
-        all = values_of(*awaited, socket);
+        all = values_of(*awaited, find);
     } else if (start.starts_with("-")) {
         for (const CLI::App* one : {command, &app}) {
             for (const CLI::Option* option : one->get_options()) {
@@ -122,7 +129,7 @@ std::vector<std::string> completions(const CLI::App& app, const std::vector<std:
     } else {
         for (const CLI::Option* option : command->get_options()) {
             if (option->get_positional() && positional-- == 0) {
-                all = values_of(*option, socket);
+                all = values_of(*option, find);
                 break;
             }
         }

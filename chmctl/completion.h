@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,7 @@
 extern const char* const bash_completion;
 
 /// Completions of the last word, as far as the words determine its argument. Names of entities come
-/// from the switch at the socket, or at the socket that the words name; none without a switch.
+/// from the switch that the words name, or from the one that `find` gives the socket of; there are
+/// none without a switch.
 std::vector<std::string> completions(const CLI::App& app, const std::vector<std::string>& words,
-                                     std::string socket);
+                                     std::function<std::string()> find);

@@ -3,8 +3,11 @@
 #include "libraries/unix_socket.h"
 
 #include <cerrno>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <map>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -68,13 +71,61 @@ private:
     sim::Descriptor socket_ = sim::new_unix_socket();
 };
 
+bool listens(const std::string& path)
+{
+    const auto address = sim::unix_address(path);
+    return address && sim::connect_to(sim::new_unix_socket(), *address) == 0;
+}
+
+/// The sockets of running switches that this user may use, by their UDP ports.
+std::map<uint32_t, std::string> control_sockets()
+{
+    namespace fs = std::filesystem;
+    std::map<uint32_t, std::string> sockets;
+    const auto look = [&](const std::string& directory, const std::string& start) {
+        std::error_code missing;
+        for (const fs::directory_entry& entry : fs::directory_iterator(directory, missing)) {
+            const std::string name = entry.path().filename().string();
+            const std::string socket = entry.path().string() + "/control";
+            uint32_t port = 0;
+            if (name.starts_with(start) &&
+                std::from_chars(&name[start.size()], &name[0] + name.size(), port).ec ==
+                    std::errc() &&
+                listens(socket)) {
+                sockets.emplace(port, socket);
+            }
+        }
+    };
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    const std::string start = "chm-lab-" + std::to_string(geteuid()) + "-";
+    look(runtime != nullptr && *runtime != '\0' ? runtime : "/tmp", start);
+    look("/run/chmsnmp-lab", "");
+    return sockets;
+}
+
 } // namespace
 
-std::string default_socket()
+std::string running_switch(uint32_t port)
 {
-    const char* directory = std::getenv("XDG_RUNTIME_DIR");
-    return std::string(directory != nullptr && *directory != '\0' ? directory : "/tmp") +
-           "/chm-lab-" + std::to_string(geteuid()) + "-1161/control";
+    const auto sockets = control_sockets();
+    if (const auto wanted = sockets.find(port); wanted != sockets.end()) {
+        return wanted->second;
+    }
+    std::string ports;
+    for (const auto& [number, socket] : sockets) {
+        ports += (ports.empty() ? "" : ", ") + std::to_string(number);
+    }
+    if (port != 0) {
+        throw NoSwitch("no switch of yours runs on port " + std::to_string(port) +
+                       (ports.empty() ? "" : "; there is " + ports));
+    }
+    if (sockets.empty()) {
+        throw NoSwitch("no switch of yours runs; ./run brings one up, --socket names another one");
+    }
+    if (sockets.size() > 1) {
+        throw NoSwitch("several switches run; choose one with --port: " + ports);
+    }
+    return sockets.begin()->second;
 }
 
 json ask_switch(const std::string& socket, const json& request)

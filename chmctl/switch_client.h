@@ -3,6 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 
@@ -18,8 +19,10 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// The default control socket of a lab switch of this user.
-std::string default_socket();
+/// The control socket of the running switch on a UDP port, or with 0 of the only one: the switches
+/// that this user has started with ./run and the packaged service's. Throws NoSwitch, which lists
+/// them if there are several.
+std::string running_switch(uint32_t port);
 
 /// Sends a request to the switch at a socket and waits for the result, at most ten seconds. Throws
 /// NoSwitch or Refused.

@@ -98,6 +98,29 @@ def test_it_shows_notifications_by_name_and_the_death_of_its_agent(ready, runtim
     assert not os.listdir(runtime)
 
 
+def test_chmctl_finds_the_running_switches(ready, runtime):
+    def chmctl(*words):
+        return run("env", f"XDG_RUNTIME_DIR={runtime}", BUILD / "bin/chmctl", *words)
+
+    assert "no switch of yours runs; ./run" in chmctl("status").stderr
+    first, second = free_port(), free_port()
+    ready(port=first)
+    assert chmctl("status").returncode == 0
+    other = runtime / f"chm-lab-{os.geteuid()}-{second}"
+    other.mkdir()
+    with socket.socket(socket.AF_UNIX) as listener:
+        listener.bind(str(other / "control"))
+        listener.listen()
+        ports = ", ".join(map(str, sorted((first, second))))
+        assert chmctl("status").stderr == (
+            f"chmctl: several switches run; choose one with --port: {ports}\n")
+        assert chmctl("--port", first, "status").returncode == 0
+    assert chmctl("status").returncode == 0  # the other one is dead
+    missing = chmctl("--port", "1", "status")
+    assert missing.returncode == 3 and f"there is {first}" in missing.stderr
+    assert chmctl("--port", first, "--socket", "x", "status").returncode == 2
+
+
 def test_a_hung_agent_starts_again(ready, tmp_path):
     port = free_port()
     process, state = ready("--state", tmp_path / "memory", port=port)
