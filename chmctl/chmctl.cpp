@@ -8,8 +8,10 @@
 #include "verb.h"
 #include "watch.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <sstream>
 #include <string>
 #include <unistd.h>
 
@@ -22,12 +24,43 @@ enum ExitCode { DONE = 0, REFUSED = 1, WRONG_USAGE = 2, NO_SWITCH = 3 };
 void check_chassis(const std::string& file)
 {
     const sim::Chassis chassis = sim::load_chassis(file);
-    std::printf("%s: good, %zu entities\n", file.c_str(), chassis.entities().size());
+    const auto units = [&](sim::UnitType type) {
+        return std::ranges::count_if(chassis.units(),
+                                     [=](const auto& one) { return one.second.type == type; });
+    };
+    const auto entities = [&](auto&& counts) {
+        return std::ranges::count_if(chassis.entities(),
+                                     [=](const auto& one) { return counts(one.second); });
+    };
+    std::printf("%s: good, %zu entities; modules %td, power supplies %td, fan trays %td, sensors "
+                "%td, ports %td, transceivers %td\n",
+                file.c_str(), chassis.entities().size(), units(sim::UnitType::module),
+                units(sim::UnitType::power_supply), units(sim::UnitType::fan_tray),
+                entities([](const sim::Entity& one) { return one.sensor.has_value(); }),
+                entities([](const sim::Entity& one) { return one.port.has_value(); }),
+                entities([](const sim::Entity& one) {
+                    return one.port && one.port->transceiver.has_value();
+                }));
 }
 
-int complain(const char* what, ExitCode code)
+/// Checks a file by its content.
+void check_file(const std::string& file)
 {
-    std::fprintf(stderr, "chmctl: %s\n", printable(what).c_str());
+    if (is_scenario(file)) {
+        const auto [steps, seconds] = check_scenario(file);
+        std::printf("%s: good, a scenario of %zu steps in %g s\n", file.c_str(), steps, seconds);
+    } else {
+        check_chassis(file);
+    }
+}
+
+/// Reports errors, each on a line.
+int complain(const std::string& what, ExitCode code)
+{
+    std::istringstream lines(what);
+    for (std::string line; std::getline(lines, line);) {
+        std::fprintf(stderr, "chmctl: %s\n", printable(line).c_str());
+    }
     return code;
 }
 
@@ -97,10 +130,11 @@ int run(int argc, char** argv)
         }
     });
 
-    CLI::App* check = app.add_subcommand("check", "Check a chassis file; needs no switch");
+    CLI::App* check =
+        app.add_subcommand("check", "Check a chassis file or a scenario; needs no switch");
     check->group("Files");
-    check->add_option("FILE", file, "The chassis file")->required();
-    check->final_callback([&] { check_chassis(file); });
+    check->add_option("FILE", file, "The file")->required();
+    check->final_callback([&] { check_file(file); });
     add_example(*check, "chassis/small.toml");
 
     try {
@@ -108,7 +142,7 @@ int run(int argc, char** argv)
     } catch (const CLI::Success& help) {
         return app.exit(help);
     } catch (const CLI::ParseError& error) {
-        return complain(usage_error(app, error).c_str(), WRONG_USAGE);
+        return complain(usage_error(app, error), WRONG_USAGE);
     }
     if (app.get_subcommands().empty()) {
         return complain("no command is given; see chmctl --help", WRONG_USAGE);

@@ -98,6 +98,30 @@ def test_the_chassis_of_the_documentation_is_good(tmp_path):
     page = (SOURCE / "docs/chassis-file.md").read_text()
     sample.write_text(page.split("```toml\n")[1].split("```")[0])
     assert "good, 168 entities" in run(BUILD / "bin/chmctl", "check", sample).stdout
+    sample.write_text('[[step]]\nat = 1\ndo = ["pul", "3"]\n[[step]]\nat = 2.5\ndo = ["units"]')
+    assert "3: there is no verb 'pul'; did you" in run(BUILD / "bin/chmctl", "check", sample).stderr
+    sample.write_text('[[step]]\nat = 2.5\ndo = ["pull", "3"]')
+    assert "scenario of 1 steps in 2.5 s" in run(BUILD / "bin/chmctl", "check", sample).stdout
+
+
+def test_lists_show_what_is_asked_for(switch):
+    switch.order("fail", "fan 1/2")
+    switch.order("set", "ethernet1/1", "receive-power", "none")
+    assert [unit["name"] for unit in switch.order("units", "--failed")] == ["Fan tray 1"]
+    switch.order("repair", "Fan tray 1")
+    assert switch.order("units", "--failed") == []
+    port, = switch.order("transceivers", "Ethernet1/1", "--beyond-threshold")
+    assert [port["port"], *(one["quantity"] for one in port["readings"])] == [
+        "Ethernet1/1", "receive-power"]
+    switch.order("set", "ethernet1/1", "receive-power", "auto")
+    assert switch.order("transceivers", "Ethernet1/1", "--beyond-threshold") == []
+    assert {one["name"] for one in switch.order("sensors", "Module 1")} < {
+        one["name"] for one in switch.order("sensors")}
+    assert {one["led"] for one in switch.order("leds", "Module 5")} == {"status-led", "role-led"}
+    switch.order("pull", "Module 2")
+    complaint = switch.chmctl("pull", "module 2").stderr
+    assert complaint == "chmctl: 'module 2' was pulled: Slot 2 is empty\n"
+    switch.order("insert", "Slot 2")
 
 
 def test_traces_go_where_they_are_switched_on(switch):
