@@ -9,10 +9,13 @@
 #include "watch.h"
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <functional>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -64,6 +67,17 @@ int complain(const std::string& what, ExitCode code)
     return code;
 }
 
+/// Prints the result of a request.
+void print_result(const Verb& verb, const json& result, bool raw)
+{
+    if (!raw) {
+        verb.print(result);
+    } else {
+        std::puts(result.dump(2).c_str());
+    }
+    std::fflush(stdout);
+}
+
 int run(int argc, char** argv)
 {
     CLI::App app{"Shows and changes a running simulated switch."};
@@ -76,14 +90,27 @@ int run(int argc, char** argv)
         ->envname("CHM_SOCKET")
         ->capture_default_str();
 
-    add_verbs(app, [&](const Verb& verb, const json& request) {
-        const json result = ask_switch(socket, request);
-        if (raw) {
-            std::puts(result.dump(2).c_str());
-        } else {
-            verb.print(result);
+    add_verbs(app, [&](const Verb& verb, json request) {
+        json result = ask_switch(socket, request);
+        print_result(verb, result, raw);
+        while (request.contains("after")) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+            request["after"] = result.empty() ? request["after"] : result.back().at("number");
+            result = ask_switch(socket, request);
+            if (!result.empty()) {
+                print_result(verb, result, raw);
+            }
         }
     });
+    /// Runs a command whose output is for people alone.
+    const auto run_as_text = [&raw](CLI::App& command, std::function<void()> action) {
+        command.final_callback([&raw, &command, action = std::move(action)] {
+            if (raw) {
+                throw CLI::ValidationError("--json", command.get_name() + " prints no JSON");
+            }
+            action();
+        });
+    };
     double seconds = 2;
     uint32_t count = 0;
     CLI::App* view = app.add_subcommand("watch", "Show the state of the switch continuously");
@@ -98,7 +125,7 @@ int run(int argc, char** argv)
     view->add_flag_callback(
             "--once", [&] { count = 1; }, "Show the state once")
         ->excludes(counted);
-    view->final_callback([&] { watch(socket, seconds, count); });
+    run_as_text(*view, [&] { watch(socket, seconds, count); });
     add_example(*view, "--once");
 
     std::string file;
@@ -110,13 +137,13 @@ int run(int argc, char** argv)
         ->type_name("TIMES")
         ->check(CLI::Range(0.001, 1e6))
         ->capture_default_str();
-    scenario->final_callback([&] { play(file, speed, socket); });
+    run_as_text(*scenario, [&] { play(file, speed, socket); });
     add_example(*scenario, "scenarios/fan-failure.toml --speed 2");
 
     CLI::App* completion =
         app.add_subcommand("completion", "Print a script for completion in bash");
     completion->group("Files");
-    completion->final_callback([] { std::fputs(bash_completion, stdout); });
+    run_as_text(*completion, [] { std::fputs(bash_completion, stdout); });
     completion->footer("Example:\n  source <(chmctl completion)");
 
     // For the script of bash_completion.
@@ -134,7 +161,7 @@ int run(int argc, char** argv)
         app.add_subcommand("check", "Check a chassis file or a scenario; needs no switch");
     check->group("Files");
     check->add_option("FILE", file, "The file")->required();
-    check->final_callback([&] { check_file(file); });
+    run_as_text(*check, [&] { check_file(file); });
     add_example(*check, "chassis/small.toml");
 
     try {

@@ -3,6 +3,7 @@
 import os
 import re
 import socket
+import subprocess
 
 import pytest
 
@@ -84,6 +85,7 @@ def test_a_control_socket_without_a_path_is_refused():
     (["units", "--fail"], 2, "no option '--fail'; did you mean '--failed'?"),
     (["pull", "module 33"], 1, "no entity named 'module 33'"),
     (["set", "1"], 2, ""),
+    (["check", "--json", SOURCE / "chassis/small.toml"], 2, "check prints no JSON"),
     (["--socket", "/nonexistent/control", "status"], 3, "/nonexistent/control"),
     (["--socket", "", "status"], 3, "'' is empty"),
 ])
@@ -186,9 +188,21 @@ def test_export_gives_the_same_switch(tmp_path):
 def test_scenarios_play_and_notify(switch):
     for file in sorted((SOURCE / "scenarios").glob("*.toml")):
         assert switch.chmctl("play", file, "--speed", "100").returncode == 0, file
-    names = {one["name"] for one in switch.order("notifications")}
+    sent = switch.order("notifications")
+    names = {one["name"] for one in sent}
     assert {"qefcFanTrayStatusChange", "qefcFRURemoved", "qRFSwitchover",
             "entSensorThresholdNotification"} <= names
+    fan = next(one for one in sent if one["name"] == "qefcFanTrayStatusChange")
+    assert (fan["about"], fan["bindings"]) == (
+        "Fan tray 1", [{"name": "qefcFanTrayStatus.3001", "value": "4"}])
+    command = [BUILD / "bin/chmctl", "--socket", switch.control, "notifications", "--follow"]
+    with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as following:
+        changes = (line for line in following.stdout if "  entConfigChange" in line)
+        for _ in filter(lambda one: one["name"] == "entConfigChange", sent):
+            next(changes)
+        switch.order("announce-change")
+        assert next(changes)
+        following.kill()
     view = switch.chmctl("watch", "--once").stdout
     assert all(text in view for text in ("Module 1 ", "Hottest", "no light", "qRFSwitchover"))
     assert "\x1b" not in view

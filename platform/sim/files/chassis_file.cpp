@@ -68,9 +68,11 @@ public:
         if (kind == std::end(unit_kinds)) {
             throw FileError(concat(file(), ": no unit fits into ", place));
         }
-        require_type("types", type);
-        const toml::table& wanted = *root()["types"][type].as_table();
-        if (unknown_key(wanted, unit_keys(*kind)) != nullptr) {
+        const auto fits = [&](const toml::table& table) {
+            return unknown_key(table, unit_keys(*kind)) == nullptr;
+        };
+        const toml::table& wanted = required_type("types", type, fits);
+        if (!fits(wanted)) {
             fail(wanted.source(), "[types.", type, "] does not fit: the place takes a ",
                  key_of(unit_types, kind->type));
         }
@@ -82,7 +84,7 @@ public:
     Transceiver read_transceiver(const Entity& port, const std::string& type)
     {
         read_places();
-        require_type("transceivers", type);
+        required_type("transceivers", type, [](const toml::table&) { return true; });
         const toml::table entry{{"type", type}};
         const InheritingTable table = with_type(entry, "transceivers");
         return make_transceiver(table, port);
@@ -134,14 +136,18 @@ private:
         });
     }
 
-    void require_type(std::string_view types, const std::string& type) const
+    /// The table of a type. The error of a missing one lists those that fit.
+    const toml::table& required_type(std::string_view types, const std::string& type,
+                                     auto&& fits) const
     {
-        if (root()[types][type].is_table()) {
-            return;
+        if (const toml::table* table = root()[types][type].as_table()) {
+            return *table;
         }
         Keys names;
-        for_each_type(types, [&](const toml::table& /*table*/, std::string_view name) {
-            names.push_back(name);
+        for_each_type(types, [&](const toml::table& table, std::string_view name) {
+            if (fits(table)) {
+                names.push_back(name);
+            }
         });
         throw FileError(concat(file(), ": there is no [", types, ".", type, "]",
                                names.empty() ? "" : "; there is ", listed(names)));

@@ -53,7 +53,7 @@ set 4294967297, "field": "alias", "value": "new" -> there is no entity 429496729
 set 1, "field": "alias", "value": "\u0000" -> 'alias' takes at most 32 bytes, none of them NUL
 )");
     EXPECT_EQ(outcome(R"(insert 103, "type": "none")"),
-              box + ": there is no [types.none]; there is card, other or supply");
+              box + ": there is no [types.none]; there is card or other");
     EXPECT_EQ(outcome(R"(insert 103, "type": "supply")"),
               box + ":20: [types.supply] does not fit: the place takes a module");
     for (const auto& [opcode, value] : {std::pair{1030U, 12501U}, {1040U, 0U}, {1040U, 3U}}) {
