@@ -8,9 +8,14 @@
 #include "verb.h"
 #include "watch.h"
 
+#include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <functional>
+#include <sstream>
 #include <string>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -22,13 +27,55 @@ enum ExitCode { DONE = 0, REFUSED = 1, WRONG_USAGE = 2, NO_SWITCH = 3 };
 void check_chassis(const std::string& file)
 {
     const sim::Chassis chassis = sim::load_chassis(file);
-    std::printf("%s: good, %zu entities\n", file.c_str(), chassis.entities().size());
+    const auto units = [&](sim::UnitType type) {
+        return std::ranges::count_if(chassis.units(),
+                                     [=](const auto& one) { return one.second.type == type; });
+    };
+    const auto entities = [&](auto&& counts) {
+        return std::ranges::count_if(chassis.entities(),
+                                     [=](const auto& one) { return counts(one.second); });
+    };
+    std::printf("%s: good, %zu entities; modules %td, power supplies %td, fan trays %td, sensors "
+                "%td, ports %td, transceivers %td\n",
+                file.c_str(), chassis.entities().size(), units(sim::UnitType::module),
+                units(sim::UnitType::power_supply), units(sim::UnitType::fan_tray),
+                entities([](const sim::Entity& one) { return one.sensor.has_value(); }),
+                entities([](const sim::Entity& one) { return one.port.has_value(); }),
+                entities([](const sim::Entity& one) {
+                    return one.port && one.port->transceiver.has_value();
+                }));
 }
 
-int complain(const char* what, ExitCode code)
+/// Checks a file by its content.
+void check_file(const std::string& file)
 {
-    std::fprintf(stderr, "chmctl: %s\n", printable(what).c_str());
+    if (is_scenario(file)) {
+        const auto [steps, seconds] = check_scenario(file);
+        std::printf("%s: good, a scenario of %zu steps in %g s\n", file.c_str(), steps, seconds);
+    } else {
+        check_chassis(file);
+    }
+}
+
+/// Reports errors, each on a line.
+int complain(const std::string& what, ExitCode code)
+{
+    std::istringstream lines(what);
+    for (std::string line; std::getline(lines, line);) {
+        std::fprintf(stderr, "chmctl: %s\n", printable(line).c_str());
+    }
     return code;
+}
+
+/// Prints the result of a request.
+void print_result(const Verb& verb, const json& result, bool raw)
+{
+    if (!raw) {
+        verb.print(result);
+    } else {
+        std::puts(result.dump(2).c_str());
+    }
+    std::fflush(stdout);
 }
 
 int run(int argc, char** argv)
@@ -49,14 +96,28 @@ int run(int argc, char** argv)
         ->excludes(named);
 
     const auto chosen = [&, named] { return named->count() == 0 ? running_switch(port) : socket; };
-    add_verbs(app, [&](const Verb& verb, const json& request) {
-        const json result = ask_switch(chosen(), request);
-        if (raw) {
-            std::puts(result.dump(2).c_str());
-        } else {
-            verb.print(result);
+    add_verbs(app, [&](const Verb& verb, json request) {
+        const std::string where = chosen();
+        json result = ask_switch(where, request);
+        print_result(verb, result, raw);
+        while (request.contains("after")) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+            request["after"] = result.empty() ? request["after"] : result.back().at("number");
+            result = ask_switch(where, request);
+            if (!result.empty()) {
+                print_result(verb, result, raw);
+            }
         }
     });
+    /// Runs a command whose output is for people alone.
+    const auto run_as_text = [&raw](CLI::App& command, std::function<void()> action) {
+        command.final_callback([&raw, &command, action = std::move(action)] {
+            if (raw) {
+                throw CLI::ValidationError("--json", command.get_name() + " prints no JSON");
+            }
+            action();
+        });
+    };
     double seconds = 2;
     uint32_t count = 0;
     CLI::App* view = app.add_subcommand("watch", "Show the state of the switch continuously");
@@ -71,7 +132,7 @@ int run(int argc, char** argv)
     view->add_flag_callback(
             "--once", [&] { count = 1; }, "Show the state once")
         ->excludes(counted);
-    view->final_callback([&] { watch(chosen(), seconds, count); });
+    run_as_text(*view, [&] { watch(chosen(), seconds, count); });
     add_example(*view, "--once");
 
     std::string file;
@@ -83,13 +144,13 @@ int run(int argc, char** argv)
         ->type_name("TIMES")
         ->check(CLI::Range(0.001, 1e6))
         ->capture_default_str();
-    scenario->final_callback([&] { play(file, speed, chosen()); });
+    run_as_text(*scenario, [&] { play(file, speed, chosen()); });
     add_example(*scenario, "scenarios/fan-failure.toml --speed 2");
 
     CLI::App* completion =
         app.add_subcommand("completion", "Print a script for completion in bash");
     completion->group("Files");
-    completion->final_callback([] { std::fputs(bash_completion, stdout); });
+    run_as_text(*completion, [] { std::fputs(bash_completion, stdout); });
     completion->footer("Example:\n  source <(chmctl completion)");
 
     // For the script of bash_completion.
@@ -103,10 +164,11 @@ int run(int argc, char** argv)
         }
     });
 
-    CLI::App* check = app.add_subcommand("check", "Check a chassis file; needs no switch");
+    CLI::App* check =
+        app.add_subcommand("check", "Check a chassis file or a scenario; needs no switch");
     check->group("Files");
-    check->add_option("FILE", file, "The chassis file")->required();
-    check->final_callback([&] { check_chassis(file); });
+    check->add_option("FILE", file, "The file")->required();
+    run_as_text(*check, [&] { check_file(file); });
     add_example(*check, "chassis/small.toml");
 
     try {
@@ -114,7 +176,7 @@ int run(int argc, char** argv)
     } catch (const CLI::Success& help) {
         return app.exit(help);
     } catch (const CLI::ParseError& error) {
-        return complain(usage_error(app, error).c_str(), WRONG_USAGE);
+        return complain(usage_error(app, error), WRONG_USAGE);
     }
     if (app.get_subcommands().empty()) {
         return complain("no command is given; see chmctl --help", WRONG_USAGE);

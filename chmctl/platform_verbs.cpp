@@ -49,12 +49,17 @@ void print_status(const json& status)
 
 void print_notifications(const json& notifications)
 {
-    Columns columns;
     for (const json& one : notifications) {
-        columns.add({text_of(one, "time"), text_of(one, "name"), text_of(one, "about"),
-                     text_of(one, "oid")});
+        const std::string name = text_of(one, "name");
+        const std::string about = text_of(one, "about");
+        std::printf("%s  %s%s%s\n", text_of(one, "time").c_str(),
+                    name.empty() ? text_of(one, "oid").c_str() : name.c_str(),
+                    about.empty() ? "" : "  ", about.c_str());
+        for (const json& binding : one.at("bindings")) {
+            std::printf("    %s = %s\n", text_of(binding, "name").c_str(),
+                        text_of(binding, "value").c_str());
+        }
     }
-    columns.print();
 }
 
 /// The effect of a fault as text.
@@ -106,6 +111,12 @@ void history_options(CLI::App& command, const Arguments& arguments)
         ->default_str("50");
 }
 
+void follow_option(CLI::App& command, const Arguments& arguments)
+{
+    command.add_flag_callback(
+        "--follow", [=] { (*arguments)["after"] = 0; }, "Also show those to come, until Ctrl-C");
+}
+
 void fault_options(CLI::App& command, const Arguments& arguments)
 {
     add_named(command, arguments, "REQUEST", "request",
@@ -141,7 +152,8 @@ void clear_faults_options(CLI::App& command, const Arguments& arguments)
 constexpr Verb platform_table[] = {
     {"status", "Show the status of the switch", "", no_options, print_status},
     {"history", "Show the event history", "--last 20", history_options, print_history},
-    {"notifications", "Show the last notifications sent", "", no_options, print_notifications},
+    {"notifications", "Show the last notifications sent", "--follow", follow_option,
+     print_notifications},
     {"trace", "Switch tracing on or off", "history on", trace_options, print_trace},
     {"marker-file", "Switch the unit status with power events on or off", "on", marker_options,
      print_marker},

@@ -40,13 +40,15 @@ public:
         if (const toml::node* node = root().get("description")) {
             scenario.description = text(*node, "description");
         }
-        for_each_table(root().get("step"), "step", [&](const toml::table& table) {
+        sim::FileErrors errors;
+        attempt_each_table(root().get("step"), "step", errors, [&](const toml::table& table) {
             Step step = read_step(table);
             if (!scenario.steps.empty() && step.at < scenario.steps.back().at) {
                 fail(table.source(), "this step is before the one above it");
             }
             scenario.steps.push_back(std::move(step));
         });
+        errors.throw_all();
         if (scenario.steps.empty()) {
             fail(root().source(), "there is no [[step]]");
         }
@@ -91,6 +93,17 @@ private:
 };
 
 } // namespace
+
+bool is_scenario(const std::string& file)
+{
+    return sim::TomlReader(file).root().contains("step");
+}
+
+std::pair<size_t, double> check_scenario(const std::string& file)
+{
+    const Scenario scenario = Reader(file).read();
+    return {scenario.steps.size(), scenario.steps.back().at};
+}
 
 void play(const std::string& file, double speed, const std::string& socket)
 {

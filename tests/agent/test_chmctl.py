@@ -3,6 +3,7 @@
 import os
 import re
 import socket
+import subprocess
 
 import pytest
 
@@ -84,6 +85,7 @@ def test_a_control_socket_without_a_path_is_refused():
     (["units", "--fail"], 2, "no option '--fail'; did you mean '--failed'?"),
     (["pull", "module 33"], 1, "no entity named 'module 33'"),
     (["set", "1"], 2, ""),
+    (["check", "--json", SOURCE / "chassis/small.toml"], 2, "check prints no JSON"),
     (["--socket", "/nonexistent/control", "status"], 3, "/nonexistent/control"),
     (["--socket", "", "status"], 3, "'' is empty"),
 ])
@@ -98,6 +100,30 @@ def test_the_chassis_of_the_documentation_is_good(tmp_path):
     page = (SOURCE / "docs/chassis-file.md").read_text()
     sample.write_text(page.split("```toml\n")[1].split("```")[0])
     assert "good, 168 entities" in run(BUILD / "bin/chmctl", "check", sample).stdout
+    sample.write_text('[[step]]\nat = 1\ndo = ["pul", "3"]\n[[step]]\nat = 2.5\ndo = ["units"]')
+    assert "3: there is no verb 'pul'; did you" in run(BUILD / "bin/chmctl", "check", sample).stderr
+    sample.write_text('[[step]]\nat = 2.5\ndo = ["pull", "3"]')
+    assert "scenario of 1 steps in 2.5 s" in run(BUILD / "bin/chmctl", "check", sample).stdout
+
+
+def test_lists_show_what_is_asked_for(switch):
+    switch.order("fail", "fan 1/2")
+    switch.order("set", "ethernet1/1", "receive-power", "none")
+    assert [unit["name"] for unit in switch.order("units", "--failed")] == ["Fan tray 1"]
+    switch.order("repair", "Fan tray 1")
+    assert switch.order("units", "--failed") == []
+    port, = switch.order("transceivers", "Ethernet1/1", "--beyond-threshold")
+    assert [port["port"], *(one["quantity"] for one in port["readings"])] == [
+        "Ethernet1/1", "receive-power"]
+    switch.order("set", "ethernet1/1", "receive-power", "auto")
+    assert switch.order("transceivers", "Ethernet1/1", "--beyond-threshold") == []
+    assert {one["name"] for one in switch.order("sensors", "Module 1")} < {
+        one["name"] for one in switch.order("sensors")}
+    assert {one["led"] for one in switch.order("leds", "Module 5")} == {"status-led", "role-led"}
+    switch.order("pull", "Module 2")
+    complaint = switch.chmctl("pull", "module 2").stderr
+    assert complaint == "chmctl: 'module 2' was pulled: Slot 2 is empty\n"
+    switch.order("insert", "Slot 2")
 
 
 def test_traces_go_where_they_are_switched_on(switch):
@@ -162,9 +188,21 @@ def test_export_gives_the_same_switch(tmp_path):
 def test_scenarios_play_and_notify(switch):
     for file in sorted((SOURCE / "scenarios").glob("*.toml")):
         assert switch.chmctl("play", file, "--speed", "100").returncode == 0, file
-    names = {one["name"] for one in switch.order("notifications")}
+    sent = switch.order("notifications")
+    names = {one["name"] for one in sent}
     assert {"qefcFanTrayStatusChange", "qefcFRURemoved", "qRFSwitchover",
             "entSensorThresholdNotification"} <= names
+    fan = next(one for one in sent if one["name"] == "qefcFanTrayStatusChange")
+    assert (fan["about"], fan["bindings"]) == (
+        "Fan tray 1", [{"name": "qefcFanTrayStatus.3001", "value": "4"}])
+    command = [BUILD / "bin/chmctl", "--socket", switch.control, "notifications", "--follow"]
+    with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as following:
+        changes = (line for line in following.stdout if "  entConfigChange" in line)
+        for _ in filter(lambda one: one["name"] == "entConfigChange", sent):
+            next(changes)
+        switch.order("announce-change")
+        assert next(changes)
+        following.kill()
     view = switch.chmctl("watch", "--once").stdout
     assert all(text in view for text in ("Module 1 ", "Hottest", "no light", "qRFSwitchover"))
     assert "\x1b" not in view

@@ -84,17 +84,32 @@ json event_history(const json& arguments)
     return list;
 }
 
-json notifications(const json& /*arguments*/)
+json bindings_of(const SentNotification& notification)
+{
+    json list = json::array();
+    for (const SentBinding& binding : notification.bindings) {
+        list.push_back({{"name", binding.name}, {"value", binding.value}});
+    }
+    return list;
+}
+
+json notifications(const json& arguments)
 {
     const Chassis& chassis = the_chassis();
+    const auto after = arguments.contains("after") ? argument<uint64_t>(arguments, "after") : 0;
     json list = json::array();
     for (const SentNotification& one : sent_notifications()) {
+        if (one.number <= after) {
+            continue;
+        }
         const Entity* entity = chassis.find(one.about);
-        list.push_back({{"time", time_text(one.time)},
+        list.push_back({{"number", one.number},
+                        {"time", time_text(one.time)},
                         {"oid", one.oid},
                         {"name", one.name},
                         {"index", one.about},
-                        {"about", entity == nullptr ? "" : entity->name}});
+                        {"about", entity == nullptr ? "" : entity->name},
+                        {"bindings", bindings_of(one)}});
     }
     return list;
 }

@@ -3,6 +3,7 @@
 #include "files/chassis_schema.h"
 #include "files/entity_reader.h"
 #include "model/led.h"
+#include "model/nearest.h"
 
 #include <algorithm>
 
@@ -36,19 +37,25 @@ public:
 
     Chassis read()
     {
-        read_places();
+        FileErrors errors;
+        errors.attempt([this] { check_types(); });
+        errors.attempt([this] { read_places(); });
+        errors.throw_all();
         for (const UnitKind& kind : unit_kinds) {
-            for_each_table(root().get(kind.entry), kind.entry,
-                           [&](const toml::table& entry) { add_units(kind, entry); });
+            attempt_each_table(root().get(kind.entry), kind.entry, errors,
+                               [&](const toml::table& entry) { add_units(kind, entry); });
         }
-        for_each_table(root().get("unrecognized"), "unrecognized",
-                       [&](const toml::table& entry) { plug_unrecognized(entry); });
+        attempt_each_table(root().get("unrecognized"), "unrecognized", errors,
+                           [&](const toml::table& entry) { plug_unrecognized(entry); });
+        errors.throw_all();
         check_entries_used();
-        read_supervisors();
-        configure_management();
-        for_each_table(root().get("led"), "led", [&](const toml::table& entry) { set_led(entry); });
-        for_each_table(root().get("fault"), "fault",
-                       [&](const toml::table& entry) { set_fault(entry); });
+        errors.attempt([this] { read_supervisors(); });
+        errors.attempt([this] { configure_management(); });
+        attempt_each_table(root().get("led"), "led", errors,
+                           [&](const toml::table& entry) { set_led(entry); });
+        attempt_each_table(root().get("fault"), "fault", errors,
+                           [&](const toml::table& entry) { set_fault(entry); });
+        errors.throw_all();
         return std::move(chassis_);
     }
 
@@ -63,8 +70,13 @@ public:
         if (kind == std::end(unit_kinds)) {
             throw FileError(concat(file(), ": no unit fits into ", place));
         }
-        if (!root()["types"][type].is_table()) {
-            throw FileError(concat(file(), ": there is no [types.", type, "]"));
+        const auto fits = [&](const toml::table& table) {
+            return unknown_key(table, unit_keys(*kind)) == nullptr;
+        };
+        const toml::table& wanted = required_type("types", type, fits);
+        if (!fits(wanted)) {
+            fail(wanted.source(), "[types.", type, "] does not fit: the place takes a ",
+                 key_of(unit_types, kind->type));
         }
         const toml::table entry{{"type", type}};
         const InheritingTable table = table_of(*kind, entry);
@@ -74,9 +86,7 @@ public:
     Transceiver read_transceiver(const Entity& port, const std::string& type)
     {
         read_places();
-        if (!root()["transceivers"][type].is_table()) {
-            throw FileError(concat(file(), ": there is no [transceivers.", type, "]"));
-        }
+        required_type("transceivers", type, [](const toml::table&) { return true; });
         const toml::table entry{{"type", type}};
         const InheritingTable table = with_type(entry, "transceivers");
         return make_transceiver(table, port);
@@ -104,7 +114,6 @@ private:
             keys.push_back(kind.entry);
         }
         check_keys(root(), keys);
-        check_types();
         const toml::node* node = root().get("chassis");
         if (node == nullptr) {
             fail(root().source(), "there is no [chassis] table");
@@ -123,19 +132,38 @@ private:
     /// All types must be valid, also unused ones.
     void check_types()
     {
-        for_each_type("transceivers", [&](const toml::table& type) {
+        for_each_type("transceivers", [&](const toml::table& type, std::string_view /*name*/) {
             check_keys(type, transceiver_keys());
             make_transceiver({type}, usual_port({}, 1, 1));
         });
-        for_each_type("types",
-                      [&](const toml::table& type) { make_unit(kind_of(type), 1, {type}); });
+        for_each_type("types", [&](const toml::table& type, std::string_view /*name*/) {
+            make_unit(kind_of(type), 1, {type});
+        });
     }
 
+    /// The table of a type. The error of a missing one lists those that fit.
+    const toml::table& required_type(std::string_view types, const std::string& type,
+                                     auto&& fits) const
+    {
+        if (const toml::table* table = root()[types][type].as_table()) {
+            return *table;
+        }
+        Keys names;
+        for_each_type(types, [&](const toml::table& table, std::string_view name) {
+            if (fits(table)) {
+                names.push_back(name);
+            }
+        });
+        throw FileError(concat(file(), ": there is no [", types, ".", type, "]",
+                               names.empty() ? "" : "; there is ", listed(names)));
+    }
+
+    /// Calls `use` with each table of types and its name.
     void for_each_type(std::string_view types, auto&& use) const
     {
         if (const toml::node* node = root().get(types)) {
             for (const auto& [name, type] : as_table(*node, types)) {
-                use(as_table(type, name.str()));
+                use(as_table(type, name.str()), name.str());
             }
         }
     }

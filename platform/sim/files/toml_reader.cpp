@@ -1,5 +1,7 @@
 #include "files/toml_reader.h"
 
+#include "model/nearest.h"
+
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -117,9 +119,15 @@ const toml::key* TomlReader::unknown_key(const toml::table& table, const Keys& k
 
 void TomlReader::check_keys(const toml::table& table, const Keys& known) const
 {
-    if (const toml::key* key = unknown_key(table, known)) {
-        fail(key->source(), "unknown key '", key->str(), "'");
+    FileErrors errors;
+    for (const auto& [key, value] : table) {
+        if (std::ranges::find(known, key.str()) == known.end()) {
+            errors.attempt([&, name = key.str(), where = key.source()] {
+                fail(where, "unknown key '", name, "'", did_you_mean(name, known));
+            });
+        }
     }
+    errors.throw_all();
 }
 
 const toml::table& TomlReader::as_table(const toml::node& node, std::string_view what) const

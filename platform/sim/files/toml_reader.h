@@ -65,7 +65,7 @@ public:
     /// The first unknown key of a table, or null.
     static const toml::key* unknown_key(const toml::table& table, const Keys& known);
 
-    /// Refuses a table that has an unknown key.
+    /// Refuses a table that has unknown keys.
     void check_keys(const toml::table& table, const Keys& known) const;
 
     const toml::table& as_table(const toml::node& node, std::string_view what) const;
@@ -95,6 +95,16 @@ public:
         for (const toml::node& element : *node->as_array()) {
             use(as_table(element, what));
         }
+    }
+
+    /// As for_each_table(), each table as an attempt of its own.
+    void attempt_each_table(const toml::node* node, std::string_view what, FileErrors& errors,
+                            auto&& use) const
+    {
+        errors.attempt([&] {
+            for_each_table(node, what,
+                           [&](const toml::table& table) { errors.attempt([&] { use(table); }); });
+        });
     }
 
     /// The value of a required key. @param owner of the key, for the error

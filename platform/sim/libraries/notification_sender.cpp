@@ -8,6 +8,7 @@
 #include <new>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace sim {
 namespace {
@@ -21,6 +22,23 @@ std::string text_of(std::span<const oid> name)
     return text;
 }
 
+/// The value of a binding as text.
+std::string value_of(const netsnmp_variable_list& binding)
+{
+    switch (binding.type) {
+    case ASN_INTEGER:
+        return std::to_string(*binding.val.integer);
+    case ASN_GAUGE:
+    case ASN_COUNTER:
+    case ASN_TIMETICKS:
+        return std::to_string(static_cast<uint32_t>(*binding.val.integer));
+    case ASN_OBJECT_ID:
+        return text_of({binding.val.objid, binding.val_len / sizeof(oid)});
+    default:
+        return {reinterpret_cast<const char*>(binding.val.string), binding.val_len};
+    }
+}
+
 } // namespace
 
 void send_notification(const oid* name, size_t length, Bindings bindings)
@@ -31,13 +49,14 @@ void send_notification(const oid* name, size_t length, Bindings bindings)
     if (first == nullptr) {
         throw std::bad_alloc();
     }
-    const netsnmp_variable_list* about = bindings.get();
-    while (about != nullptr && about->next_variable != nullptr) {
-        about = about->next_variable;
+    uint32_t about = 0;
+    std::vector<SentBinding> sent;
+    for (const netsnmp_variable_list* one = bindings.get(); one != nullptr;
+         one = one->next_variable) {
+        about = static_cast<uint32_t>(one->name[one->name_length - 1]);
+        sent.push_back({text_of({one->name, one->name_length}), value_of(*one)});
     }
-    log_notification(text_of({name, length}),
-                     about == nullptr ? 0
-                                      : static_cast<uint32_t>(about->name[about->name_length - 1]));
+    log_notification(text_of({name, length}), about, std::move(sent));
     first->next_variable = bindings.release();
     bindings.reset(first);
     send_v2trap(first);

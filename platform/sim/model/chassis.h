@@ -232,9 +232,9 @@ public:
     void set_supervisor_state(std::optional<int32_t> state) { redundancy_.state_by_hand = state; }
 
     /// Adds a fault, and numbers it. Refused if there are too many, if delays, cut or padded bytes
-    /// of a single request would exceed the limit of their kind, and for cut or padded answers of
-    /// the port manager: its blocks have no length and are trusted to be as long as the contract
-    /// says.
+    /// of a single request would exceed the limit of their kind, for an operation with which the
+    /// request is never sent, and for cut or padded answers of the port manager: its blocks have no
+    /// length and are trusted to be as long as the contract says.
     void set_fault(Fault fault);
 
     /// Plugs what was last unplugged from a port, or another transceiver, into its empty cage.

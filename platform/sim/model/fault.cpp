@@ -1,6 +1,7 @@
 #include "model/fault.h"
 
 #include "model/chassis.h"
+#include "model/nearest.h"
 
 namespace sim {
 namespace {
@@ -30,6 +31,23 @@ void refuse_without_length(const Fault& fault)
     }
 }
 
+/// Refuses a fault of an operation with which the MIB modules never send the request.
+void refuse_without_effect(const Fault& fault)
+{
+    const auto* request = std::ranges::find(request_names, fault.request, &RequestName::key);
+    if (!fault.operation || request->is_sent(*fault.operation)) {
+        return;
+    }
+    std::vector<std::string_view> sent;
+    for (const auto& [key, operation] : operation_names) {
+        if (request->is_sent(operation)) {
+            sent.push_back(key);
+        }
+    }
+    throw Refusal("the MIB modules send '" + std::string(fault.request) + "' only with " +
+                  listed(sent));
+}
+
 void refuse_excess(const std::vector<Fault>& faults, const Fault& fault)
 {
     if (faults.size() == max_faults) {
@@ -56,6 +74,7 @@ void refuse_excess(const std::vector<Fault>& faults, const Fault& fault)
 void Chassis::set_fault(Fault fault)
 {
     refuse_without_length(fault);
+    refuse_without_effect(fault);
     refuse_excess(faults_, fault);
     fault.number = ++last_fault_;
     faults_.push_back(fault);

@@ -17,7 +17,16 @@ namespace sim {
 /// A request into which faults can be injected.
 struct RequestName {
     std::string_view key;             ///< for chmctl
+    bool get = true;                  ///< whether the MIB modules send it to read a row
+    bool get_next = false;            ///< whether they send it to read the next row
+    bool set = false;                 ///< whether they send it to write
     std::optional<uint32_t> opcode{}; ///< of one of the platform manager
+
+    /// Whether the MIB modules send it with an operation.
+    constexpr bool is_sent(int32_t operation) const
+    {
+        return operation == CHM_REQ_GET ? get : operation == CHM_REQ_GETNEXT ? get_next : set;
+    }
 };
 
 // The port manager's requests.
@@ -28,13 +37,16 @@ inline constexpr std::string_view transceiver_diagnostics = "transceiver-diagnos
 
 /// The port manager's requests and the platform manager's.
 struct RequestNames {
-    RequestName all[4 + std::size(platform_requests)] = {
-        {port_configuration}, {next_port}, {transceiver_information}, {transceiver_diagnostics}};
+    RequestName all[4 + std::size(platform_requests)] = {{port_configuration},
+                                                         {next_port, false, true},
+                                                         {transceiver_information},
+                                                         {transceiver_diagnostics}};
 
     constexpr RequestNames()
     {
         std::ranges::transform(platform_requests, all + 4, [](const RequestCode& request) {
-            return RequestName{request.name, request.opcode};
+            return RequestName{request.name, true, request.indexes != 0,
+                               request.access == Access::read_write, request.opcode};
         });
     }
 };

@@ -10,10 +10,10 @@ char lower(char c)
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-/// How much a name changes with a letter: another number is rarely a mistyped one.
+/// How much a name changes with a letter. With another number it names something else.
 size_t weight(char c)
 {
-    return c >= '0' && c <= '9' ? 3 : 1;
+    return c >= '0' && c <= '9' ? max_compared : 1;
 }
 
 /// How far a name is from another, by the letters to insert, remove or replace.

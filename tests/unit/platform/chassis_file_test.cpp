@@ -2,16 +2,19 @@
 
 namespace {
 
-/// What is wrong in a chassis file, without the file's name.
+/// All that is wrong in a chassis file, without the file's name.
 std::string error_in(const std::string& text)
 {
     const ChassisFile file(text);
     try {
         sim::load_chassis(file.path);
     } catch (const sim::FileError& error) {
-        const std::string what = error.what();
+        std::string what = error.what();
         EXPECT_EQ(what.find(file.path + ":"), 0U) << what;
-        return what.substr(file.path.size() + 1);
+        for (size_t at = 0; (at = what.find(file.path + ":")) != std::string::npos;) {
+            what.erase(at, file.path.size() + 1);
+        }
+        return what;
     }
     return "nothing";
 }
@@ -80,6 +83,13 @@ TEST(ChassisFile, NamesTheLineOfWhatIsWrong)
                        "[[entity]]\nindex = 21589\nfailed = true"),
               "nothing");
     EXPECT_EQ(error_in(""), "1: there is no [chassis] table");
+    EXPECT_EQ(error_in("[chassis]\nslots = 3\nserail = 'x'\nstart-second = 1\n[[led]]\n"),
+              "3: unknown key 'serail'; did you mean 'serial'?\n"
+              "4: unknown key 'start-second'; did you mean 'start-seconds'?");
+    EXPECT_EQ(error_in("[chassis]\nslots = 2\n[[module]]\nslot = 3\n[[module]]\nrole = 1\n"
+                       "[[unrecognized]]\nplace = 7\n[[led]]\n"),
+              "4: the chassis has no slot 3; see its 'slots'\n5: [[module]] has no 'slot'\n"
+              "8: there is no slot or bay 7");
     EXPECT_EQ(error_in("[chassis]\nslots = = 1\n").find("2: "), 0U);
     EXPECT_THROW(sim::load_chassis("/nonexistent/chassis.toml"), sim::FileError);
 }

@@ -125,6 +125,9 @@ inject-fault 0, "request": "module", "effect": "delay", "amount": 4001 -> the fa
 inject-fault 0, "request": "module", "effect": "delay", "amount": 4000 ->
 inject-fault 0, "request": 1029, "effect": "delay", "amount": 1, "operation": "set" -> the faults of a set would add up to 10001 milliseconds, and the most is 10000
 inject-fault 0, "request": "led", "effect": "delay", "amount": 10000 ->
+inject-fault 0, "request": "led", "effect": "nothing", "operation": "set" -> the MIB modules send 'led' only with get or get-next
+inject-fault 0, "request": "redundancy", "effect": "nothing", "operation": "get-next" -> the MIB modules send 'redundancy' only with get or set
+inject-fault 0, "request": "next-port", "effect": "nothing", "operation": "get" -> the MIB modules send 'next-port' only with get-next
 inject-fault 0, "request": "module", "effect": "long", "amount": 65536 ->
 inject-fault 0, "request": "module", "effect": "long", "amount": 1 -> the faults of a get would add up to 65537 bytes, and the most is 65536
 inject-fault 0, "request": "module", "effect": "short", "amount": 65536 ->

@@ -58,7 +58,7 @@ TEST_F(Transceivers, ReportIntegersRealsAndNoLight)
     EXPECT_EQ(lane(interface(1, 5), 2, {8, 24, 28}), (Lane{4, 2, 0x43ffd2c0, 0}));
     EXPECT_EQ(lane(interface(1, 5), 3, offsets),
               (Lane{4, 2, 0x43fa0000, 0, 0x200, 0x200, 0x47927c00, 0x4a5d8ec0, 0x41200000}));
-    outcome("set 1, \"field\": \"type-code\", \"value\": 40");
+    outcome(R"(set 1, "field": "type-code", "value": 40)");
     EXPECT_EQ(lane(interface(1, 5), 3, offsets),
               (Lane{4, 2, 500, 0, 0x200, 0x200, 0x47927c00, 0x4a5d8ec0, 0x41200000}));
     EXPECT_EQ(lane(interface(1, 1), 0, {}), (Lane{0})) << "without diagnostics";

@@ -52,8 +52,10 @@ set "modul 2", "field": "alias", "value": "x" -> there is no entity named 'modul
 set 4294967297, "field": "alias", "value": "new" -> there is no entity 4294967297
 set 1, "field": "alias", "value": "\u0000" -> 'alias' takes at most 32 bytes, none of them NUL
 )");
-    EXPECT_EQ(outcome(R"(insert 103, "type": "none")"), box + ": there is no [types.none]");
-    EXPECT_EQ(outcome(R"(insert 103, "type": "supply")"), box + ":20: unknown key 'output'");
+    EXPECT_EQ(outcome(R"(insert 103, "type": "none")"),
+              box + ": there is no [types.none]; there is card or other");
+    EXPECT_EQ(outcome(R"(insert 103, "type": "supply")"),
+              box + ":20: [types.supply] does not fit: the place takes a module");
     for (const auto& [opcode, value] : {std::pair{1030U, 12501U}, {1040U, 0U}, {1040U, 3U}}) {
         EXPECT_EQ(request(opcode, 3, record(4, "0=" + std::to_string(value))).result, 20) << opcode;
     }
