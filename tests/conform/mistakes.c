@@ -48,7 +48,7 @@ int register_for_notification(uint32_t opcode, ipcx_event_handler* handler)
         static int started;
         insertion_handler = handler;
         first_handler = first_handler == NULL ? handler : first_handler;
-        pthread_t thread;
+        pthread_t thread = 0;
         if (made("event-on-a-thread") && handler != first_handler && !started++)
             pthread_create(&thread, NULL, call_handler, &started);
         if (made("first-handler-stays"))
@@ -108,7 +108,8 @@ static void spoil(struct ent_phys_entry* row)
 static void spoil_response(void** response, uint32_t* length)
 {
     static struct ent_phys_entry rows[1];
-    static void *kept, *before;
+    static void* kept;
+    static void* before;
     struct ent_phys_entry* row = *response;
     spoil(row);
     if (made("short-record"))
@@ -140,7 +141,8 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
     if (opcode == CHM_OPC_PHYSICAL_ENTITY)
         memcpy(&asked, request, sizeof asked);
     const uint32_t index = ntohl(asked.entPhysicalIndex);
-    const int is_next = operation == CHM_REQ_GETNEXT, is_set = operation == CHM_REQ_SET;
+    const int is_next = operation == CHM_REQ_GETNEXT;
+    const int is_set = operation == CHM_REQ_SET;
 #define FORWARD(op, record)                                                                        \
     NEXT(cmi_req_resp)(opcode, op, record, response, length, user, session, route, queue, req_class)
     if (opcode != CHM_OPC_PHYSICAL_ENTITY)

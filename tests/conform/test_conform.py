@@ -59,28 +59,36 @@ def test_a_healthy_switch_has_nothing_to_say(chassis):
     assert re.fullmatch("[1-9][0-9]* ports", rows["ports.order"])
 
 
-# The effects of chmctl fault that a request of the platform manager or of the port manager can have.
-REQUESTS = re.findall(r'Request<\w+> \w+\{\s*"([a-z-]+)"', (SOURCE / "chm/wire/requests.h").read_text())
+def listed(pattern, file):
+    return re.findall(pattern, (SOURCE / file).read_text())
+
+
+REQUESTS = listed(r'Request<\w+> \w+\{\s*"([a-z-]+)"', "chm/wire/requests.h")
 PORT_REQUESTS = {"port-configuration": "pm_cmi_get_port_config",
                  "next-port": "pm_get_next_port_fcot_info_with_ddm",
                  "transceiver-information": "pm_cmi_get_fcot_info",
                  "transceiver-diagnostics": "pm_get_sfp_diag_info"}
 
 
-@pytest.mark.parametrize("effect", ["fail 5", "nothing", "short 1", "long 4", "delay 25"])
+AMOUNTS = {"fail": "5", "nothing": "", "short": "1", "long": "4", "delay": "25"}
+EFFECTS = listed(r'{"(\w+)", FaultEffect::', "platform/sim/model/fault.h")
+
+
+@pytest.mark.parametrize("effect", EFFECTS)
 @pytest.mark.parametrize("request_name", [*REQUESTS, *PORT_REQUESTS])
 def test_each_fault_is_named(request_name, effect):
     port_call = PORT_REQUESTS.get(request_name)
-    if port_call and effect[:5] in ("short", "long "):
+    if port_call and effect in ("short", "long"):
         pytest.skip("the port manager's blocks have no length")
-    found = bad(lab("--event-time", "0", commands=[f"fault {request_name} {effect}"]))
+    fault = f"fault {request_name} {effect} {AMOUNTS[effect]}"
+    found = bad(lab("--event-time", "0", commands=[fault]))
     own = {check for check in found if check.startswith(
         ("ports.", f"time.{port_call}") if port_call else
         (f"{request_name}.", f"time.cmi_req_resp {request_name} "))}
-    if request_name == "next-port" and not effect.startswith("delay"):
+    if request_name == "next-port" and effect != "delay":
         own |= found & {"physical-entity.change-over"}  # it has no port to lead over to
     assert own, found
-    if not effect.startswith("delay"):
+    if effect != "delay":
         assert without_times(found) == without_times(own)
 
 
