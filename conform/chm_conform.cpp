@@ -152,7 +152,7 @@ int run(int argc, char** argv)
         ->type_name("SECONDS")
         ->check(CLI::Range(0.0, 3600.0))
         ->capture_default_str();
-    app.add_option("--limit", options.limit_seconds, "Time limit of each check")
+    app.add_option("--limit", options.limit_seconds, "Time limit of each call")
         ->type_name("SECONDS")
         ->check(CLI::Range(1, 86400))
         ->capture_default_str();
