@@ -209,7 +209,8 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
 netsnmp_variable_list* build_varbind(netsnmp_variable_list* prev, const void* value, u_char type,
                                      size_t value_length, const oid* name, size_t name_length)
 {
-    const int32_t byte = *(const u_char*)value;
+    static int32_t byte;
+    byte = *(const u_char*)value;
     if (made("one-byte-integers") && value_length == 4 && type != ASN_OCTET_STR)
         value = &byte;
     netsnmp_variable_list* binding = NEXT(build_varbind)(
