@@ -181,8 +181,13 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
         memcpy(asked.entPhysicalAssetID, asked.entPhysicalAlias, 32);
     if (is_set && made("set-with-a-response"))
         *response = NULL;
-    if (is_set && made("set-refused") && strstr(asked.entPhysicalAlias, "check") != NULL)
+    const int is_change = is_set && strstr(asked.entPhysicalAlias, "check") != NULL;
+    if (is_change && made("set-refused"))
         return 5;
+    static int changed;
+    changed = changed || is_change;
+    if (changed && !is_set && made("crash-after-a-set"))
+        abort();
 
     int32_t result = FORWARD(operation, is_set ? &asked : request);
     if (result == PLATFORM_OK && !is_set)
@@ -254,8 +259,10 @@ int if_index_get_slot(uint32_t if_index, uint8_t* slot)
 
 void sprintf_if_index(char* buffer, uint32_t if_index)
 {
+    uint8_t slot = 0;
     NEXT(sprintf_if_index)(buffer, if_index);
-    if (made("long-name"))
+    NEXT(if_index_get_slot)(if_index, &slot);
+    if (made("long-name") && slot > 0) /* the switch has one slot, and must start */
         memset(buffer, 'x', 40);
 }
 

@@ -152,6 +152,14 @@ def test_each_mistake_is_named(mistake, check):
     assert check in found
 
 
+def test_what_was_written_is_restored_after_a_crash():
+    findings = conform(MISTAKEN, STARTER, "--write", "--event-time", "0", platform=STARTER,
+                       mistake="crash-after-a-set")
+    came = [(one["check"], one["came"]) for one in findings]
+    crash = came.index((f"{PE}.write-entPhysicalAlias", "SIGABRT"))
+    assert came[crash + 1] == (f"{PE}.restore", "restored")
+
+
 @pytest.mark.parametrize("mistake, check", PORT_MISTAKES)
 def test_each_mistake_with_ports_is_named(mistake, check):
     found = bad(conform(MISTAKEN, "--lab", "--chassis", SMALL, "--event-time", "0",
