@@ -76,6 +76,14 @@ Platform& platform()
     return found;
 }
 
+uint32_t response_queue()
+{
+    if (platform().ipcx_response_q == nullptr) {
+        throw MissingSymbol("ipcx_response_q");
+    }
+    return *platform().ipcx_response_q;
+}
+
 Loaded load(const std::vector<std::string>& libraries)
 {
     for (const std::string& library : libraries) {

@@ -118,6 +118,9 @@ struct Platform {
 /// The platform that load() has found, empty before it.
 Platform& platform();
 
+/// The queue of the responses, read for each request.
+uint32_t response_queue();
+
 /// What load() found.
 struct Loaded {
     std::vector<std::string> missing; ///< symbols that no library defines

@@ -300,8 +300,7 @@ private:
         uint32_t count = 1;
         void* block = nullptr;
         const int32_t result = platform().pm_get_next_port_fcot_info_with_ddm(
-            *platform().ipcx_response_q, CHM_REQ_GETNEXT, 1, &if_index, &count, &block,
-            USUAL_REQ_CLASS);
+            response_queue(), CHM_REQ_GETNEXT, 1, &if_index, &count, &block, USUAL_REQ_CLASS);
         return result == PLATFORM_OK && block != nullptr;
     }
 

@@ -170,9 +170,12 @@ def test_each_mistake_with_ports_is_named(mistake, check):
 def test_all_missing_symbols_are_named_at_once():
     findings = conform(HERE / "libincomplete.so", "--event-time", "0")
     symbols, = (one for one in findings if one["check"] == "symbols")
-    assert re.findall(r"\w+_\w+", symbols["came"]) == ["if_index_get_type", "hactl_supstate_get"]
-    skipped = {one["check"] for one in findings if one["verdict"] == "skipped"}
-    assert skipped == {"further-calls"}
+    assert re.findall(r"\w+_\w+", symbols["came"]) == ["if_index_get_type", "hactl_supstate_get",
+                                                     "ipcx_response_q"]
+    skipped = {one["check"]: one["came"] for one in findings if one["verdict"] == "skipped"}
+    assert skipped["further-calls"] == "no hactl_supstate_get"
+    assert skipped["module"] == skipped["ports"] == "no ipcx_response_q"
+    assert bad(findings) == {"symbols"}
 
 
 def names(option, library):
