@@ -175,6 +175,10 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
         asked.entPhysicalIndex = htonl(index == 0 ? 0 : other);
         return FORWARD(operation, &asked);
     }
+    if (is_next && index == PLATFORM_ROWS_RESUME && made("starts-over-after-transceivers")) {
+        asked.entPhysicalIndex = 0;
+        return FORWARD(operation, &asked);
+    }
     if (is_set && made("set-lost"))
         return PLATFORM_OK;
     if (is_set && made("set-of-another-field"))
@@ -200,6 +204,8 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
         return PLATFORM_NOT_WRITABLE;
     if (made("unknown-is-empty") && operation == CHM_REQ_GET)
         return *response = copy_of(&asked, sizeof asked, *length = sizeof asked), PLATFORM_OK;
+    if (made("no-change-over") && is_next)
+        *response = NULL, *length = 0;
     if (made("length-kept-on-failure"))
         *length = sent;
     if (made("change-over-without-ports") && is_next && index == 1001) {

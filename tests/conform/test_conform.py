@@ -140,7 +140,8 @@ PORT_MISTAKES = [
     ("more-lanes-than-read", "ports.blocks"), ("volts-in-millivolts", "ports.units"),
     ("temperature-in-degrees", "ports.units"), ("current-in-microamperes", "ports.units"),
     ("calibration-0", "ports.units"), ("thresholds-reversed", "ports.thresholds"),
-    ("vendor-text-too-long", "ports.vendor-texts"),
+    ("vendor-text-too-long", "ports.vendor-texts"), ("no-change-over", f"{PE}.change-over"),
+    ("starts-over-after-transceivers", f"{PE}.order"),
 ]
 
 
