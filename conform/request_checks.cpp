@@ -66,9 +66,7 @@ private:
                    "not");
         Line end(named("end"), "GETNEXT after the last row", "result 1 ends a table");
         Line size(named("size"), "the size of each row",
-                  std::to_string(code_.record_size) +
-                      " bytes; of a shorter row the rest is that of "
-                      "the row before");
+                  std::to_string(code_.record_size) + " bytes, or the rest is that of another row");
         Bytes record(code_.record_size);
         while (next_row(record, order, end, size)) {
         }
