@@ -144,7 +144,8 @@ size_t take_double_frees()
 using conform::forget;
 using conform::remember;
 
-// What the libraries find instead of the C library's.
+// What the libraries find instead of the C library's, whose headers name parameters otherwise.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 #pragma GCC visibility push(default)
 extern "C" {
 
@@ -194,3 +195,4 @@ void free(void* block)
 }
 }
 #pragma GCC visibility pop
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)

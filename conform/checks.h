@@ -15,7 +15,7 @@ struct Options {
     std::string prepare{};              ///< command to run before the checks
     std::string trigger{};              ///< command that makes the platform report events
     double event_seconds = 2;           ///< to wait for events
-    int limit_seconds = 30;             ///< for one check
+    int limit_seconds = 30;             ///< for one call
     bool write = false;
 };
 

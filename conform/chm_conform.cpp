@@ -47,7 +47,7 @@ void add_lab(Options& options, const std::string& chassis)
 
 std::string painted(Verdict verdict)
 {
-    const auto word = json(verdict).get<std::string>();
+    const std::string word = name_of(verdict);
     switch (verdict) {
     case Verdict::ok:
         return paint(Paint::good, word);
@@ -95,8 +95,8 @@ void print(const std::vector<Finding>& findings)
     for (const Verdict verdict :
          {Verdict::ok, Verdict::absent, Verdict::skipped, Verdict::warning, Verdict::failed}) {
         if (const auto count = std::ranges::count(findings, verdict, &Finding::verdict)) {
-            summary += (summary.empty() ? "" : ", ") + std::to_string(count) + " " +
-                       json(verdict).get<std::string>();
+            summary +=
+                (summary.empty() ? "" : ", ") + std::to_string(count) + " " + name_of(verdict);
         }
     }
     std::printf("%zu checks: %s\n", findings.size(), summary.c_str());
@@ -152,7 +152,7 @@ int run(int argc, char** argv)
         ->type_name("SECONDS")
         ->check(CLI::Range(0.0, 3600.0))
         ->capture_default_str();
-    app.add_option("--limit", options.limit_seconds, "Time limit of each check")
+    app.add_option("--limit", options.limit_seconds, "Time limit of each call")
         ->type_name("SECONDS")
         ->check(CLI::Range(1, 86400))
         ->capture_default_str();

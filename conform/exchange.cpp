@@ -69,10 +69,10 @@ Reply Exchange::ask(int32_t operation, const Bytes& record, uint32_t length)
     const std::string request = std::string(code_.name) + " " + operation_name(operation);
     name_calls(request);
     ++requests_;
-    const int32_t result = platform().cmi_req_resp(
-        code_.opcode, operation, payload.empty() ? nullptr : payload.data(),
-        is_set ? nullptr : &response, &length, nullptr, 0, CHM_REQ_ROUTE,
-        platform().ipcx_response_q == nullptr ? 0 : *platform().ipcx_response_q, code_.req_class);
+    const int32_t result =
+        platform().cmi_req_resp(code_.opcode, operation, payload.empty() ? nullptr : payload.data(),
+                                is_set ? nullptr : &response, &length, nullptr, 0, CHM_REQ_ROUTE,
+                                response_queue(), code_.req_class);
     name_calls("");
     if (payload != record) {
         payloads_.violated("changed by " + request);

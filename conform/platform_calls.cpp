@@ -9,16 +9,7 @@
 namespace conform {
 namespace {
 
-constexpr size_t note_size = 256;
-
 std::string calls_name;
-
-char* shared_note()
-{
-    static char* const note = static_cast<char*>(
-        mmap(nullptr, note_size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    return note;
-}
 
 /// A symbol of the global scope, added to `loaded` when it is missing or of the wrong kind.
 void* find(const char* name, unsigned char kind, Loaded& loaded)
@@ -52,16 +43,20 @@ void name_calls(const std::string& name)
     calls_name = name;
 }
 
-const char* last_call()
+SharedCalls& shared_calls()
 {
-    return shared_note();
+    static void* const pages = mmap(nullptr, sizeof(SharedCalls), PROT_READ | PROT_WRITE,
+                                    MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    return *static_cast<SharedCalls*>(pages);
 }
 
 CallNote::CallNote(const char* function)
     : name_(calls_name.empty() ? function : std::string(function) + " " + calls_name)
 {
-    name_.resize(std::min(name_.size(), note_size - 1));
-    std::memcpy(shared_note(), name_.c_str(), name_.size() + 1);
+    SharedCalls& shared = shared_calls();
+    name_.resize(std::min(name_.size(), sizeof shared.current - 1));
+    std::memcpy(shared.current, name_.c_str(), name_.size() + 1);
+    ++shared.count;
     ++calls;
     start_ = std::chrono::steady_clock::now();
 }
@@ -72,13 +67,21 @@ CallNote::~CallNote()
     call_times()[name_].push_back(
         duration_cast<microseconds>(std::chrono::steady_clock::now() - start_));
     --calls;
-    *shared_note() = '\0';
+    *shared_calls().current = '\0';
 }
 
 Platform& platform()
 {
     static Platform found;
     return found;
+}
+
+uint32_t response_queue()
+{
+    if (platform().ipcx_response_q == nullptr) {
+        throw MissingSymbol("ipcx_response_q");
+    }
+    return *platform().ipcx_response_q;
 }
 
 Loaded load(const std::vector<std::string>& libraries)

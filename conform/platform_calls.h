@@ -3,6 +3,7 @@
 
 #include "platform.h"
 
+#include <atomic>
 #include <chrono>
 #include <map>
 #include <stdexcept>
@@ -77,8 +78,12 @@ private:
 /// Names the next calls: what they are to give, such as "led GETNEXT".
 void name_calls(const std::string& name);
 
-/// The text of the last call, in memory that the parent process shares.
-const char* last_call();
+/// What a process and its parent see of the process's calls.
+struct SharedCalls {
+    std::atomic<uint32_t> count; ///< of calls begun
+    char current[256];           ///< empty between calls
+};
+SharedCalls& shared_calls();
 
 /// One function of the platform.
 template <typename Signature>
@@ -112,6 +117,9 @@ struct Platform {
 
 /// The platform that load() has found, empty before it.
 Platform& platform();
+
+/// The queue of the responses, read for each request.
+uint32_t response_queue();
 
 /// What load() found.
 struct Loaded {

@@ -98,7 +98,7 @@ int32_t query(const BlockQuery& call, int32_t operation, uint32_t if_index, size
     uint32_t count = 1;
     void* block = nullptr;
     const int32_t result =
-        call(*platform().ipcx_response_q, operation, 1, &if_index, &count, &block, USUAL_REQ_CLASS);
+        call(response_queue(), operation, 1, &if_index, &count, &block, USUAL_REQ_CLASS);
     if (result == PLATFORM_OK || block != nullptr) {
         bytes = take_block(block, least, blocks);
     }
@@ -297,7 +297,7 @@ void check_diagnostics(uint32_t if_index, bool integers, Line& lanes, Line& unit
     void* aux = nullptr;
     uint32_t count = 0;
     const int32_t result =
-        platform().pm_get_sfp_diag_info(*platform().ipcx_response_q, if_index, &diag, &aux, &count);
+        platform().pm_get_sfp_diag_info(response_queue(), if_index, &diag, &aux, &count);
     if (result != PLATFORM_OK) {
         lanes.violated(result_text(result));
         return;

@@ -13,9 +13,10 @@ namespace {
 template <typename Member>
 constexpr Field describe(const char* name, size_t offset)
 {
-    return {name, offset, sizeof(Member),
-            std::is_array_v<Member> ? FieldKind::text : FieldKind::number,
-            !std::is_array_v<Member> && !std::is_integral_v<Member>};
+    constexpr bool is_text = std::is_array_v<Member>;
+    constexpr bool is_in_host_order = is_text || std::is_integral_v<Member>;
+    return {name, offset, sizeof(Member), is_text ? FieldKind::text : FieldKind::number,
+            !is_in_host_order};
 }
 
 #define FIELD(record, member) describe<decltype(record::member)>(#member, offsetof(record, member))

@@ -16,11 +16,8 @@ enum class Verdict {
     failed,
 };
 
-NLOHMANN_JSON_SERIALIZE_ENUM(Verdict, {{Verdict::ok, "ok"},
-                                       {Verdict::absent, "absent"},
-                                       {Verdict::skipped, "skipped"},
-                                       {Verdict::warning, "warning"},
-                                       {Verdict::failed, "FAILED"}})
+/// The name of a verdict, as it is printed.
+const char* name_of(Verdict verdict);
 
 /// One line of the report.
 struct Finding {
@@ -31,7 +28,8 @@ struct Finding {
     std::string means; ///< the rule, and what follows when it is broken
 };
 
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Finding, verdict, check, asked, came, means)
+void to_json(nlohmann::json& object, const Finding& finding);
+void from_json(const nlohmann::json& object, Finding& finding);
 
 /// Reports a line from a check.
 void report(const Finding& finding);

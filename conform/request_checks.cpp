@@ -66,9 +66,7 @@ private:
                    "not");
         Line end(named("end"), "GETNEXT after the last row", "result 1 ends a table");
         Line size(named("size"), "the size of each row",
-                  std::to_string(code_.record_size) +
-                      " bytes; of a shorter row the rest is that of "
-                      "the row before");
+                  std::to_string(code_.record_size) + " bytes, or the rest is that of another row");
         Bytes record(code_.record_size);
         while (next_row(record, order, end, size)) {
         }
@@ -300,8 +298,7 @@ private:
         uint32_t count = 1;
         void* block = nullptr;
         const int32_t result = platform().pm_get_next_port_fcot_info_with_ddm(
-            *platform().ipcx_response_q, CHM_REQ_GETNEXT, 1, &if_index, &count, &block,
-            USUAL_REQ_CLASS);
+            response_queue(), CHM_REQ_GETNEXT, 1, &if_index, &count, &block, USUAL_REQ_CLASS);
         return result == PLATFORM_OK && block != nullptr;
     }
 

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -145,15 +146,19 @@ std::string end_of(int status)
     return "exit with status " + std::to_string(WEXITSTATUS(status));
 }
 
-/// Reads a child's messages until it ends or takes too long for a step.
+/// Reads a child's messages until it ends, or neither sends nor calls the platform for too long.
 class Watcher {
 public:
-    Watcher(int descriptor, int limit_seconds) : descriptor_(descriptor), limit_(limit_seconds)
+    Watcher(int descriptor, std::chrono::seconds limit) : descriptor_(descriptor), limit_(limit)
     {
         restart();
     }
 
-    void restart() { deadline_ = steady_clock::now() + limit_; }
+    void restart()
+    {
+        deadline_ = steady_clock::now() + limit_;
+        calls_ = shared_calls().count;
+    }
 
     /// @return whether there may be more; false also after the deadline
     template <typename Take>
@@ -163,8 +168,9 @@ public:
             std::chrono::ceil<std::chrono::milliseconds>(deadline_ - steady_clock::now());
         pollfd waiting = {descriptor_, POLLIN, 0};
         if (left.count() <= 0 || poll(&waiting, 1, static_cast<int>(left.count())) == 0) {
-            late_ = true;
-            return false;
+            late_ = calls_ == shared_calls().count;
+            restart();
+            return !late_;
         }
         char bytes[65536];
         const ssize_t count = read(descriptor_, bytes, sizeof bytes);
@@ -185,6 +191,7 @@ private:
     int descriptor_;
     std::chrono::seconds limit_;
     steady_clock::time_point deadline_;
+    uint32_t calls_ = 0; ///< of the child, when the time began
     std::string text_;
     bool late_ = false;
 };
@@ -209,12 +216,15 @@ Outcome run_checks(const Options& options, const std::function<void(const Findin
 {
     const std::vector<Check> checks = all_checks(options);
     prepare_restoring();
-    last_call(); // shared from here on
+    shared_calls(); // shared from here on
     Outcome outcome;
     constexpr size_t none = SIZE_MAX;
+    // Nothing is called while events are waited for.
+    const std::chrono::seconds limit(options.limit_seconds +
+                                     static_cast<int>(options.event_seconds));
     for (size_t first = 0; first < checks.size();) {
         int ends[2];
-        if (pipe(ends) != 0) {
+        if (pipe2(ends, O_CLOEXEC) != 0) {
             throw std::runtime_error(std::string("pipe: ") + std::strerror(errno));
         }
         const pid_t child = fork();
@@ -225,8 +235,8 @@ Outcome run_checks(const Options& options, const std::function<void(const Findin
         }
         close(ends[1]);
         size_t current = none;
-        Watcher watcher(ends[0], options.limit_seconds);
-        while (watcher.read_some([&](const json& message) {
+        Watcher watcher(ends[0], limit);
+        while (current != checks.size() && watcher.read_some([&](const json& message) {
             if (message.contains("finding")) {
                 found(message["finding"].get<Finding>());
             } else if (message.contains("begin")) {
@@ -246,7 +256,7 @@ Outcome run_checks(const Options& options, const std::function<void(const Findin
         }
         const bool refused = current == none && WIFEXITED(status) && !watcher.late();
         if (!refused) {
-            const std::string call = last_call();
+            const std::string call = static_cast<const char*>(shared_calls().current);
             found({Verdict::failed, current == none ? "load" : checks[current].name,
                    call.empty() ? "" : "the call " + call,
                    watcher.late()

@@ -4,7 +4,7 @@
 
 #include "platform_types.h"
 
-enum chm_event OF_TYPE(uint32_t){
+enum chm_event CHM_OF_TYPE(uint32_t){
     CHM_EVENT_INVENTORY_CHANGE = 1033,           /**< no record */
     CHM_EVENT_MODULE_STATUS_CHANGE = 1034,       /**< module_record */
     CHM_EVENT_POWER_STATUS_CHANGE = 1035,        /**< power_status_record */

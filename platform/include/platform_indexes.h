@@ -8,7 +8,7 @@
 
 #include "platform_types.h"
 
-enum OF_TYPE(uint32_t) {
+enum CHM_OF_TYPE(uint32_t) {
     ENTITY_SENSOR_START = 21589, /**< the platform's own sensors */
     ENTITY_SENSOR_END = 25685,
     ENTITY_PORT_SFP_SENSOR_START = 25813, /**< the transceivers' sensors, no rows of the platform */
@@ -18,7 +18,7 @@ enum OF_TYPE(uint32_t) {
 };
 
 /** The codes that stand for a sensor. */
-enum port_sfp_sens_type OF_TYPE(int32_t){
+enum port_sfp_sens_type CHM_OF_TYPE(int32_t){
     SFP_VOLTAGE = 3,   SFP_CURRENT = 5,   SFP_TEMPERATURE = 8,
     SFP_RX_POWER = 14, SFP_TX_POWER = 15, LAST_SENSOR_CODE = SFP_TX_POWER,
 };

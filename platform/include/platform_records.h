@@ -39,25 +39,25 @@ struct ent_phys_entry {
     char clei_code[15];
     char container_name[256]; /**< name of the containing entity */
 };
-RECORD_SIZE(ent_phys_entry, 2780);
-RECORD_FIELD(ent_phys_entry, entPhysicalVendorType, 260);
-RECORD_FIELD(ent_phys_entry, vendor_type_len, 772);
-RECORD_FIELD(ent_phys_entry, entPhysicalName, 788);
-RECORD_FIELD(ent_phys_entry, entPhysicalSerialNum, 1808);
-RECORD_FIELD(ent_phys_entry, entPhysicalAlias, 2351);
-RECORD_FIELD(ent_phys_entry, entPhysicalAssetID, 2384);
-RECORD_FIELD(ent_phys_entry, entPhysicalIsFRU, 2420);
-RECORD_FIELD(ent_phys_entry, physical_status, 2428);
-RECORD_FIELD(ent_phys_entry, part_revision, 2485);
-RECORD_FIELD(ent_phys_entry, clei_code, 2509);
-RECORD_FIELD(ent_phys_entry, container_name, 2524);
+CHM_RECORD_SIZE(ent_phys_entry, 2780);
+CHM_RECORD_FIELD(ent_phys_entry, entPhysicalVendorType, 260);
+CHM_RECORD_FIELD(ent_phys_entry, vendor_type_len, 772);
+CHM_RECORD_FIELD(ent_phys_entry, entPhysicalName, 788);
+CHM_RECORD_FIELD(ent_phys_entry, entPhysicalSerialNum, 1808);
+CHM_RECORD_FIELD(ent_phys_entry, entPhysicalAlias, 2351);
+CHM_RECORD_FIELD(ent_phys_entry, entPhysicalAssetID, 2384);
+CHM_RECORD_FIELD(ent_phys_entry, entPhysicalIsFRU, 2420);
+CHM_RECORD_FIELD(ent_phys_entry, physical_status, 2428);
+CHM_RECORD_FIELD(ent_phys_entry, part_revision, 2485);
+CHM_RECORD_FIELD(ent_phys_entry, clei_code, 2509);
+CHM_RECORD_FIELD(ent_phys_entry, container_name, 2524);
 
 /** A point in time as the platform reports it. */
 struct platform_time {
     be_uint32 seconds;
     be_uint32 microseconds;
 };
-RECORD_SIZE(platform_time, 8);
+CHM_RECORD_SIZE(platform_time, 8);
 
 /** A module of the chassis. The platform defines the columns without a name. */
 struct module_record {
@@ -76,13 +76,13 @@ struct module_record {
     be_uint32 column_8;
     char platform_bytes_312[4];
 };
-RECORD_SIZE(module_record, 316);
-RECORD_FIELD(module_record, status_changed, 16);
-RECORD_FIELD(module_record, text, 32);
-RECORD_FIELD(module_record, platform_words_288, 288);
-RECORD_FIELD(module_record, module_type, 298);
-RECORD_FIELD(module_record, module_number, 304);
-RECORD_FIELD(module_record, column_8, 308);
+CHM_RECORD_SIZE(module_record, 316);
+CHM_RECORD_FIELD(module_record, status_changed, 16);
+CHM_RECORD_FIELD(module_record, text, 32);
+CHM_RECORD_FIELD(module_record, platform_words_288, 288);
+CHM_RECORD_FIELD(module_record, module_type, 298);
+CHM_RECORD_FIELD(module_record, module_number, 304);
+CHM_RECORD_FIELD(module_record, column_8, 308);
 
 /** A group of power supplies. */
 struct power_supply_group_record {
@@ -93,9 +93,9 @@ struct power_supply_group_record {
     be_int32 column_4;
     be_uint32 platform_words_272[3];
 };
-RECORD_SIZE(power_supply_group_record, 284);
-RECORD_FIELD(power_supply_group_record, column_3, 264);
-RECORD_FIELD(power_supply_group_record, platform_words_272, 272);
+CHM_RECORD_SIZE(power_supply_group_record, 284);
+CHM_RECORD_FIELD(power_supply_group_record, column_3, 264);
+CHM_RECORD_FIELD(power_supply_group_record, platform_words_272, 272);
 
 /** The power of one field-replaceable unit. */
 struct power_status_record {
@@ -104,14 +104,14 @@ struct power_status_record {
     be_int32 oper_status;  /**< values of physical_status */
     be_int32 column_3;
 };
-RECORD_SIZE(power_status_record, 16);
+CHM_RECORD_SIZE(power_status_record, 16);
 
 /** One unit and its status: a fan tray, or a power supply. */
 struct unit_status_record {
     be_uint32 index;
     be_int32 status; /**< values of physical_status */
 };
-RECORD_SIZE(unit_status_record, 8);
+CHM_RECORD_SIZE(unit_status_record, 8);
 
 /** A change of a power supply's output, as its event reports it. */
 struct power_supply_output_record {
@@ -120,9 +120,9 @@ struct power_supply_output_record {
     char model_name[257];
     be_int32 output;
 };
-RECORD_SIZE(power_supply_output_record, 520);
-RECORD_FIELD(power_supply_output_record, model_name, 259);
-RECORD_FIELD(power_supply_output_record, output, 516);
+CHM_RECORD_SIZE(power_supply_output_record, 520);
+CHM_RECORD_FIELD(power_supply_output_record, model_name, 259);
+CHM_RECORD_FIELD(power_supply_output_record, output, 516);
 
 /** One LED of a physical entity. */
 struct led_entry {
@@ -130,7 +130,7 @@ struct led_entry {
     be_uint32 led;    /**< number of the LED within the entity */
     be_int32 value;   /**< 1 off, 2 green, 3 amber, 4 red, 5 blinking green */
 };
-RECORD_SIZE(led_entry, 12);
+CHM_RECORD_SIZE(led_entry, 12);
 
 /**
  * The redundancy of the supervisors, in host order. The platform defines the status words without
@@ -146,8 +146,8 @@ struct rf_status_record {
     int32_t status_7;
     int32_t reason_code; /**< the library's own; the platform's is not served */
 };
-RECORD_SIZE(rf_status_record, 32);
-RECORD_FIELD(rf_status_record, admin_action, 20);
+CHM_RECORD_SIZE(rf_status_record, 32);
+CHM_RECORD_FIELD(rf_status_record, admin_action, 20);
 
 /** A text message to terminal lines, in host order. */
 struct ts_info {
@@ -156,9 +156,9 @@ struct ts_info {
     char text[260]; /**< at most 256 characters */
     int32_t send;
 };
-RECORD_SIZE(ts_info, 272);
-RECORD_FIELD(ts_info, text, 8);
-RECORD_FIELD(ts_info, send, 268);
+CHM_RECORD_SIZE(ts_info, 272);
+CHM_RECORD_FIELD(ts_info, text, 8);
+CHM_RECORD_FIELD(ts_info, send, 268);
 
 /** A sensor and its reading: one row of entSensorValueTable. */
 struct ent_sensor_value_rec {
@@ -172,10 +172,10 @@ struct ent_sensor_value_rec {
     be_uint32 entSensorValueUpdateRate; /**< in seconds */
     uint32_t measured_entity;           /**< the library's own; the platform's is not served */
 };
-RECORD_SIZE(ent_sensor_value_rec, 40);
-RECORD_FIELD(ent_sensor_value_rec, entSensorValue, 16);
-RECORD_FIELD(ent_sensor_value_rec, value_time, 24);
-RECORD_FIELD(ent_sensor_value_rec, measured_entity, 36);
+CHM_RECORD_SIZE(ent_sensor_value_rec, 40);
+CHM_RECORD_FIELD(ent_sensor_value_rec, entSensorValue, 16);
+CHM_RECORD_FIELD(ent_sensor_value_rec, value_time, 24);
+CHM_RECORD_FIELD(ent_sensor_value_rec, measured_entity, 36);
 
 /** One threshold of a sensor: one row of entSensorThresholdTable. */
 struct ent_sensor_thresh_rec {
@@ -187,7 +187,7 @@ struct ent_sensor_thresh_rec {
     be_int32 entSensorThresholdEvaluation;         /**< 1 beyond the threshold, 2 not */
     be_int32 entSensorThresholdNotificationEnable; /**< 1 yes, 2 no */
 };
-RECORD_SIZE(ent_sensor_thresh_rec, 28);
+CHM_RECORD_SIZE(ent_sensor_thresh_rec, 28);
 
 /** A sensor's crossing of one of its thresholds, as its event reports it. */
 struct sensor_threshold_crossing {
@@ -196,10 +196,10 @@ struct sensor_threshold_crossing {
     be_int32 entSensorThresholdValue;
     be_uint32 sensor_thrsh; /**< index of the threshold within the sensor, from 1 */
 };
-RECORD_SIZE(sensor_threshold_crossing, 16);
+CHM_RECORD_SIZE(sensor_threshold_crossing, 16);
 
 /** The format of the readings and thresholds of a lane. */
-enum OF_TYPE(uint32_t) {
+enum CHM_OF_TYPE(uint32_t) {
     INTERNAL_CALIBRATION = 1, /**< integers */
     EXTERNAL_CALIBRATION = 2, /**< single-precision reals in the same units */
 };
@@ -225,11 +225,11 @@ struct diag_info {
     uint32_t tx_pwr_hi_alarm, tx_pwr_lo_alarm, tx_pwr_hi_warn, tx_pwr_lo_warn;
     uint32_t rx_pwr_hi_alarm, rx_pwr_lo_alarm, rx_pwr_hi_warn, rx_pwr_lo_warn;
 };
-RECORD_SIZE(diag_info, 172);
-RECORD_FIELD(diag_info, calib_type, 8);
-RECORD_FIELD(diag_info, warn_flags, 36);
-RECORD_FIELD(diag_info, temp_hi_alarm, 92);
-RECORD_FIELD(diag_info, rx_pwr_lo_warn, 168);
+CHM_RECORD_SIZE(diag_info, 172);
+CHM_RECORD_FIELD(diag_info, calib_type, 8);
+CHM_RECORD_FIELD(diag_info, warn_flags, 36);
+CHM_RECORD_FIELD(diag_info, temp_hi_alarm, 92);
+CHM_RECORD_FIELD(diag_info, rx_pwr_lo_warn, 168);
 
 /** What log_snmp_error records of a failed write. */
 struct snmp_error_record {
@@ -237,8 +237,8 @@ struct snmp_error_record {
     int32_t code;     /**< the platform's result code */
     char text[200];   /**< its text, NUL-terminated */
 };
-RECORD_SIZE(snmp_error_record, 464);
-RECORD_FIELD(snmp_error_record, code, 260);
-RECORD_FIELD(snmp_error_record, text, 264);
+CHM_RECORD_SIZE(snmp_error_record, 464);
+CHM_RECORD_FIELD(snmp_error_record, code, 260);
+CHM_RECORD_FIELD(snmp_error_record, text, 264);
 
 #endif

@@ -7,21 +7,21 @@
 #include "platform_types.h"
 
 /** What a request does with its record. */
-enum chm_req_operation OF_TYPE(int32_t){
+enum chm_req_operation CHM_OF_TYPE(int32_t){
     CHM_REQ_GET = 1,     /**< read the row whose index is in the record, or the scalar */
     CHM_REQ_GETNEXT = 2, /**< read the first row after that index */
     CHM_REQ_SET = 3,     /**< write the whole record */
 };
 
 /** Result codes with a fixed meaning; every other non-zero code is a failure too. */
-enum platform_result OF_TYPE(int32_t){
+enum platform_result CHM_OF_TYPE(int32_t){
     PLATFORM_OK = 0,
     PLATFORM_NO_SUCH_ENTRY = 1,
     PLATFORM_NOT_WRITABLE = 2,
 };
 
 /** The request class, and the route, which is the same in all requests of the MIB modules. */
-enum OF_TYPE(uint32_t) {
+enum CHM_OF_TYPE(uint32_t) {
     HOST_ORDER_REQ_CLASS = 4, /**< of the two requests whose records are in host order */
     USUAL_REQ_CLASS = 5,      /**< of all others, and of those to the port manager */
     CHM_REQ_ROUTE = 39,
@@ -32,7 +32,7 @@ enum OF_TYPE(uint32_t) {
  * unless noted. A scalar is read without a payload; those of class 4 are sent whole with a GET too,
  * but by the handler of the switchover, which sends no payload and yet its length.
  */
-enum chm_req_opcode OF_TYPE(uint32_t){
+enum chm_req_opcode CHM_OF_TYPE(uint32_t){
     CHM_OPC_TERMINAL_MESSAGE = 1016,           /**< ts_info, once; class 4 */
     CHM_OPC_PHYSICAL_ENTITY = 1026,            /**< table of ent_phys_entry */
     CHM_OPC_POWER_SUPPLY_GROUP = 1027,         /**< table of power_supply_group_record */

@@ -49,15 +49,15 @@ typedef uint32_t be_int32;
 
 /* The type of an enumeration, which only C++ lets one choose. */
 #ifdef __cplusplus
-#define OF_TYPE(type) : type
+#define CHM_OF_TYPE(type) : type
 #else
-#define OF_TYPE(type)
+#define CHM_OF_TYPE(type)
 #endif
 
 /* A record's size and a field's place in it, in bytes: the same in every program. */
-#define RECORD_SIZE(record, size)                                                                  \
+#define CHM_RECORD_SIZE(record, size)                                                              \
     static_assert(sizeof(struct record) == (size), #record " has another size")
-#define RECORD_FIELD(record, field, offset)                                                        \
+#define CHM_RECORD_FIELD(record, field, offset)                                                    \
     static_assert(offsetof(struct record, field) == (offset), #record "." #field " is elsewhere")
 
 #endif

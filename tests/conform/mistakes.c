@@ -48,7 +48,7 @@ int register_for_notification(uint32_t opcode, ipcx_event_handler* handler)
         static int started;
         insertion_handler = handler;
         first_handler = first_handler == NULL ? handler : first_handler;
-        pthread_t thread;
+        pthread_t thread = 0;
         if (made("event-on-a-thread") && handler != first_handler && !started++)
             pthread_create(&thread, NULL, call_handler, &started);
         if (made("first-handler-stays"))
@@ -108,7 +108,8 @@ static void spoil(struct ent_phys_entry* row)
 static void spoil_response(void** response, uint32_t* length)
 {
     static struct ent_phys_entry rows[1];
-    static void *kept, *before;
+    static void* kept;
+    static void* before;
     struct ent_phys_entry* row = *response;
     spoil(row);
     if (made("short-record"))
@@ -140,7 +141,8 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
     if (opcode == CHM_OPC_PHYSICAL_ENTITY)
         memcpy(&asked, request, sizeof asked);
     const uint32_t index = ntohl(asked.entPhysicalIndex);
-    const int is_next = operation == CHM_REQ_GETNEXT, is_set = operation == CHM_REQ_SET;
+    const int is_next = operation == CHM_REQ_GETNEXT;
+    const int is_set = operation == CHM_REQ_SET;
 #define FORWARD(op, record)                                                                        \
     NEXT(cmi_req_resp)(opcode, op, record, response, length, user, session, route, queue, req_class)
     if (opcode != CHM_OPC_PHYSICAL_ENTITY)
@@ -173,14 +175,23 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
         asked.entPhysicalIndex = htonl(index == 0 ? 0 : other);
         return FORWARD(operation, &asked);
     }
+    if (is_next && index == PLATFORM_ROWS_RESUME && made("starts-over-after-transceivers")) {
+        asked.entPhysicalIndex = 0;
+        return FORWARD(operation, &asked);
+    }
     if (is_set && made("set-lost"))
         return PLATFORM_OK;
     if (is_set && made("set-of-another-field"))
         memcpy(asked.entPhysicalAssetID, asked.entPhysicalAlias, 32);
     if (is_set && made("set-with-a-response"))
         *response = NULL;
-    if (is_set && made("set-refused") && strstr(asked.entPhysicalAlias, "check") != NULL)
+    const int is_change = is_set && strstr(asked.entPhysicalAlias, "check") != NULL;
+    if (is_change && made("set-refused"))
         return 5;
+    static int changed;
+    changed = changed || is_change;
+    if (changed && !is_set && made("crash-after-a-set"))
+        abort();
 
     int32_t result = FORWARD(operation, is_set ? &asked : request);
     if (result == PLATFORM_OK && !is_set)
@@ -193,6 +204,8 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
         return PLATFORM_NOT_WRITABLE;
     if (made("unknown-is-empty") && operation == CHM_REQ_GET)
         return *response = copy_of(&asked, sizeof asked, *length = sizeof asked), PLATFORM_OK;
+    if (made("no-change-over") && is_next)
+        *response = NULL, *length = 0;
     if (made("length-kept-on-failure"))
         *length = sent;
     if (made("change-over-without-ports") && is_next && index == 1001) {
@@ -207,7 +220,8 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
 netsnmp_variable_list* build_varbind(netsnmp_variable_list* prev, const void* value, u_char type,
                                      size_t value_length, const oid* name, size_t name_length)
 {
-    const int32_t byte = *(const u_char*)value;
+    static int32_t byte;
+    byte = *(const u_char*)value;
     if (made("one-byte-integers") && value_length == 4 && type != ASN_OCTET_STR)
         value = &byte;
     netsnmp_variable_list* binding = NEXT(build_varbind)(
@@ -251,8 +265,10 @@ int if_index_get_slot(uint32_t if_index, uint8_t* slot)
 
 void sprintf_if_index(char* buffer, uint32_t if_index)
 {
+    uint8_t slot = 0;
     NEXT(sprintf_if_index)(buffer, if_index);
-    if (made("long-name"))
+    NEXT(if_index_get_slot)(if_index, &slot);
+    if (made("long-name") && slot > 0) /* the switch has one slot, and must start */
         memset(buffer, 'x', 40);
 }
 

@@ -59,28 +59,36 @@ def test_a_healthy_switch_has_nothing_to_say(chassis):
     assert re.fullmatch("[1-9][0-9]* ports", rows["ports.order"])
 
 
-# The effects of chmctl inject-fault that a request of the platform manager or of the port manager can have.
-REQUESTS = re.findall(r'Request<\w+> \w+\{\s*"([a-z-]+)"', (SOURCE / "chm/wire/requests.h").read_text())
+def listed(pattern, file):
+    return re.findall(pattern, (SOURCE / file).read_text())
+
+
+REQUESTS = listed(r'Request<\w+> \w+\{\s*"([a-z-]+)"', "chm/wire/requests.h")
 PORT_REQUESTS = {"port-configuration": "pm_cmi_get_port_config",
                  "next-port": "pm_get_next_port_fcot_info_with_ddm",
                  "transceiver-information": "pm_cmi_get_fcot_info",
                  "transceiver-diagnostics": "pm_get_sfp_diag_info"}
 
 
-@pytest.mark.parametrize("effect", ["fail 5", "nothing", "short 1", "long 4", "delay 25"])
+AMOUNTS = {"fail": "5", "nothing": "", "short": "1", "long": "4", "delay": "25"}
+EFFECTS = listed(r'{"(\w+)", FaultEffect::', "platform/sim/model/fault.h")
+
+
+@pytest.mark.parametrize("effect", EFFECTS)
 @pytest.mark.parametrize("request_name", [*REQUESTS, *PORT_REQUESTS])
 def test_each_fault_is_named(request_name, effect):
     port_call = PORT_REQUESTS.get(request_name)
-    if port_call and effect[:5] in ("short", "long "):
+    if port_call and effect in ("short", "long"):
         pytest.skip("the port manager's blocks have no length")
-    found = bad(lab("--event-time", "0", commands=[f"inject-fault {request_name} {effect}"]))
+    fault = f"inject-fault {request_name} {effect} {AMOUNTS[effect]}"
+    found = bad(lab("--event-time", "0", commands=[fault]))
     own = {check for check in found if check.startswith(
         ("ports.", f"time.{port_call}") if port_call else
         (f"{request_name}.", f"time.cmi_req_resp {request_name} "))}
-    if request_name == "next-port" and not effect.startswith("delay"):
+    if request_name == "next-port" and effect != "delay":
         own |= found & {"physical-entity.change-over"}  # it has no port to lead over to
     assert own, found
-    if not effect.startswith("delay"):
+    if effect != "delay":
         assert without_times(found) == without_times(own)
 
 
@@ -132,7 +140,8 @@ PORT_MISTAKES = [
     ("more-lanes-than-read", "ports.blocks"), ("volts-in-millivolts", "ports.units"),
     ("temperature-in-degrees", "ports.units"), ("current-in-microamperes", "ports.units"),
     ("calibration-0", "ports.units"), ("thresholds-reversed", "ports.thresholds"),
-    ("vendor-text-too-long", "ports.vendor-texts"),
+    ("vendor-text-too-long", "ports.vendor-texts"), ("no-change-over", f"{PE}.change-over"),
+    ("starts-over-after-transceivers", f"{PE}.order"),
 ]
 
 
@@ -142,6 +151,14 @@ def test_each_mistake_is_named(mistake, check):
     found = bad(conform(MISTAKEN, STARTER, "--write", "--limit", "3", "--event-time", seconds,
                         mistake=mistake, platform=STARTER))
     assert check in found
+
+
+def test_what_was_written_is_restored_after_a_crash():
+    findings = conform(MISTAKEN, STARTER, "--write", "--event-time", "0", platform=STARTER,
+                       mistake="crash-after-a-set")
+    came = [(one["check"], one["came"]) for one in findings]
+    crash = came.index((f"{PE}.write-entPhysicalAlias", "SIGABRT"))
+    assert came[crash + 1] == (f"{PE}.restore", "restored")
 
 
 @pytest.mark.parametrize("mistake, check", PORT_MISTAKES)
@@ -154,9 +171,12 @@ def test_each_mistake_with_ports_is_named(mistake, check):
 def test_all_missing_symbols_are_named_at_once():
     findings = conform(HERE / "libincomplete.so", "--event-time", "0")
     symbols, = (one for one in findings if one["check"] == "symbols")
-    assert re.findall(r"\w+_\w+", symbols["came"]) == ["if_index_get_type", "hactl_supstate_get"]
-    skipped = {one["check"] for one in findings if one["verdict"] == "skipped"}
-    assert skipped == {"further-calls"}
+    assert re.findall(r"\w+_\w+", symbols["came"]) == ["if_index_get_type", "hactl_supstate_get",
+                                                     "ipcx_response_q"]
+    skipped = {one["check"]: one["came"] for one in findings if one["verdict"] == "skipped"}
+    assert skipped["further-calls"] == "no hactl_supstate_get"
+    assert skipped["module"] == skipped["ports"] == "no ipcx_response_q"
+    assert bad(findings) == {"symbols"}
 
 
 def names(option, library):
