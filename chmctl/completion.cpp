@@ -1,7 +1,9 @@
 #include "completion.h"
 
+#include "model/fault.h"
 #include "output.h"
 #include "switch_client.h"
+#include "verb.h"
 
 #include <algorithm>
 
@@ -57,9 +59,14 @@ std::vector<std::string> values_of(const CLI::Option& option,
                                    const std::function<std::string()>& find)
 {
     const std::string name = option.get_name();
-    const auto entities = {"ENTITY", "UNIT", "PLACE", "SENSOR", "PORT", "POWER-SUPPLY"};
-    if (std::ranges::find(entities, name) != entities.end()) {
+    if (name == "ENTITY" || name == "UNIT" || name == "PLACE" || name == "PORT") {
         return entity_names(find);
+    }
+    if (name == "REQUEST") {
+        return keys_of(sim::request_names);
+    }
+    if (name == "FIELD") {
+        return settable_fields();
     }
     const std::string type = option.get_type_name();
     const size_t start = type.find('{');

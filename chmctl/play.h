@@ -5,8 +5,8 @@
 #include <string>
 #include <utility>
 
-/// Whether a file is a scenario rather than a chassis file. Throws std::runtime_error when it cannot
-/// be read.
+/// Whether a file is a scenario rather than a chassis file. Throws std::runtime_error when it
+/// cannot be read.
 bool is_scenario(const std::string& file);
 
 /// Checks a scenario file, without a switch. Throws std::runtime_error with all errors.

@@ -38,5 +38,8 @@ void add_verbs(CLI::App& app,
 /// @param app the parser that refused it
 std::string usage_error(const CLI::App& app, const CLI::ParseError& error);
 
+/// The fields that `set` knows, of entities of any kind.
+std::vector<std::string> settable_fields();
+
 /// Ends the help of a command with an example. @param arguments of the command
 void add_example(CLI::App& command, const std::string& arguments);

@@ -173,7 +173,8 @@ def test_export_gives_the_same_switch(tmp_path):
     """That it exports all there is the unit tests see to."""
     with Switch() as switch:
         for words in (["set", "Slot 3", "alias", 'row "4"'], ["pull", "Module 3"],
-                      ["insert", "Slot 8", "--type", "line-card-48"], ["insert", "Slot 9", "--unknown"],
+                      ["insert", "Slot 8", "--type", "line-card-48"],
+                      ["insert", "Slot 9", "--unknown"],
                       ["pull", "Ethernet2/1"], ["insert", "Ethernet2/1", "--type", "lr"]):
             switch.order(*words)
         wait_for(lambda: "starting" not in switch.chmctl("units").stdout, "module in service")
@@ -230,7 +231,9 @@ def test_bad_scenarios_name_the_line(switch, tmp_path, text, complaint):
 
 @pytest.mark.parametrize("words, found", [
     (["comp"], ["completion"]), (["pull", '"Module 1'], ["Module\\ 1", "Module\\ 10"]),
-    (["inject-fault", "led", "s"], ["short"]), (["inject-fault", "led", "short", "--op"], ["--operation"]),
+    (["inject-fault", "led", "s"], ["short"]),
+    (["inject-fault", "led", "short", "--op"], ["--operation"]),
+    (["inject-fault", "fru"], ["fru-power-status"]), (["set", "Module 1", "st"], ["status-led"]),
     (["inject-fault", "--operation", "get-"], ["get-next"]), (["trace", "h"], ["history"]),
 ])
 def test_words_are_completed(switch, words, found):
