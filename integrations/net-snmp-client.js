@@ -6,7 +6,7 @@
 const snmp = require("net-snmp");
 
 const usage = `Usage: net-snmp-client.js v2c|v3 HOST:PORT walk OID        prints OID and value of all below OID
-       net-snmp-client.js v2c|v3 HOST:PORT set OID TEXT    writes a text
+       net-snmp-client.js v2c|v3 HOST:PORT set OID TEXT    writes a text and prints it
        net-snmp-client.js v2c|v3 HOST:PORT receive         prints the notifications that come there`;
 
 const operator = {
@@ -17,6 +17,9 @@ const operator = {
     privProtocol: snmp.PrivProtocols.aes,
     privKey: "lab-encryption",
 };
+
+// Whoever reads the output may stop at any line.
+process.stdout.on("error", (error) => process.exit(error.code === "EPIPE" ? 0 : 1));
 
 function end(status, text) {
     console.error(text);
@@ -55,9 +58,13 @@ const options = {
 const session = protocol === "v3"
     ? snmp.createV3Session(host, operator, options)
     : snmp.createSession(host, verb === "set" ? "private" : "public", options);
+const print = (varbinds) => console.log(varbinds.map(show).join("\n"));
 const done = (error) => error ? end(1, error.message) : session.close();
 if (verb === "walk") {
-    session.subtree(oid, (varbinds) => console.log(varbinds.map(show).join("\n")), done);
+    session.subtree(oid, print, done);
 } else {
-    session.set([{ oid, type: snmp.ObjectType.OctetString, value: text }], done);
+    session.set([{ oid, type: snmp.ObjectType.OctetString, value: text }], (error, varbinds) => {
+        done(error);
+        print(varbinds);
+    });
 }

@@ -2,18 +2,21 @@
 """Talks to a lab switch with pysnmp, an SNMP engine written in Python (Debian: python3-pysnmp4)."""
 
 import argparse
+import signal
 
 from pysnmp.hlapi import (
     CommunityData, ContextData, ObjectIdentity, ObjectType, OctetString, SnmpEngine,
     UdpTransportTarget, UsmUserData, bulkCmd, setCmd, usmAesCfb128Protocol, usmHMACSHAAuthProtocol)
 
+# Whoever reads the output may stop at any line.
+signal.signal(signal.SIGPIPE, signal.SIG_DFL)
 parser = argparse.ArgumentParser(description=__doc__)
 parser.add_argument("protocol", choices=["v2c", "v3"])
 parser.add_argument("endpoint", metavar="HOST:PORT")
 verbs = parser.add_subparsers(dest="verb", required=True)
 walk = verbs.add_parser("walk", help="print OID and value of all below OID")
 walk.add_argument("oid")
-write = verbs.add_parser("set", help="write a text")
+write = verbs.add_parser("set", help="write a text and print it")
 write.add_argument("oid")
 write.add_argument("text")
 arguments = parser.parse_args()
@@ -34,5 +37,5 @@ else:
 for failure, error, _, bindings in answers:
     if failure or error:
         raise SystemExit(str(failure) if failure else error.prettyPrint())
-    for name, value in bindings if arguments.verb == "walk" else ():
+    for name, value in bindings:
         print(name, value.prettyPrint())

@@ -1,5 +1,5 @@
-/* A platform to start from: a chassis with one slot and a module in it, which is reported as inserted
- * a second after the agent has registered for that. Nothing else is there. */
+/* A platform to start from: a chassis with one slot and a module in it, which is reported as
+ * inserted a second after the agent has registered for that. Nothing else is there. */
 #include <platform.h>
 
 #include <net-snmp/agent/net-snmp-agent-includes.h>
@@ -181,16 +181,17 @@ void sprintf_if_index(char* buffer, uint32_t if_index) { *buffer = '\0'; }
 
 int pdb_get_chassis_type(uint32_t* chassis_type) { return -1; }
 int pdb_get_mod_info(const uint32_t* slot, void* info, uint32_t two) { return -1; }
-
-#define NO_PORT(query)                                                                             \
-    int32_t query(uint32_t queue, int32_t operation, uint32_t arg, uint32_t* if_index,             \
-                  uint32_t* count, void** response, uint32_t req_class) { return 1; }
-NO_PORT(pm_cmi_get_port_config)
-NO_PORT(pm_get_next_port_fcot_info_with_ddm)
-NO_PORT(pm_cmi_get_fcot_info)
-
+#define PORT_QUERY                                                                                 \
+    uint32_t queue, int32_t operation, uint32_t arg, uint32_t *if_index, uint32_t *count,          \
+        void **response, uint32_t req_class
+int32_t pm_cmi_get_port_config(PORT_QUERY) { return 1; }
+int32_t pm_get_next_port_fcot_info_with_ddm(PORT_QUERY) { return 1; }
+int32_t pm_cmi_get_fcot_info(PORT_QUERY) { return 1; }
 int32_t pm_get_sfp_diag_info(uint32_t queue, uint32_t if_index, void** diag, void** aux,
-                             uint32_t* num_of_lanes) { return 1; }
+                             uint32_t* num_of_lanes)
+{
+    return 1;
+}
 
 int32_t pc_sfp_get_vendor_info(const void* fcot_res, char* manufacturer, char* model,
                                char* revision, char* serial, char* alias)

@@ -46,7 +46,8 @@ def test_a_client_walks_and_writes(request, switch, client, protocol):
 
     walk = [tuple(line.split(" ", 1)) for line in ask("walk", NAME).stdout.splitlines()]
     assert [(f".{oid}", value) for oid, value in walk] == switch.walk(NAME)
-    assert ask("set", f"{ALIAS}.1", f"by {client} {protocol}").returncode == 0
+    written = ask("set", f"{ALIAS}.1", f"by {client} {protocol}")
+    assert written.stdout == f"{ALIAS}.1 by {client} {protocol}\n" and written.returncode == 0
     assert switch.get(f"{ALIAS}.1") == f"by {client} {protocol}"
     assert "otwritable" in ask("set", f"{SERIAL_NUM}.1", "new").stderr.lower()
 

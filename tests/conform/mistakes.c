@@ -1,5 +1,5 @@
-/* Deliberate mistakes in a platform: the one that the environment's MISTAKE names is made, on the way
- * between chm-conform and the platform that is loaded after this library. */
+/* Deliberate mistakes in a platform: the one that the environment's MISTAKE names is made, on the
+ * way between chm-conform and the platform that is loaded after this library. */
 #include <platform.h>
 
 #include <arpa/inet.h>
@@ -294,8 +294,8 @@ int32_t pm_cmi_get_port_config(uint32_t queue, int32_t operation, uint32_t arg, 
                                uint32_t* count, void** response, uint32_t req_class)
 {
     static char block[PM_PORT_CONFIG_SIZE];
-    const int32_t result = NEXT(pm_cmi_get_port_config)(queue, operation, arg, if_index, count,
-                                                        response, req_class);
+    const int32_t result =
+        NEXT(pm_cmi_get_port_config)(queue, operation, arg, if_index, count, response, req_class);
     if (result == PLATFORM_OK && made("short-configuration"))
         *response = copy_of(*response, 200, 200);
     if (result == PLATFORM_OK && made("static-configuration"))
