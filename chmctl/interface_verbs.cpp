@@ -68,7 +68,7 @@ void load_options(CLI::App& command, const Arguments& arguments)
         ->type_name("PER-SECOND");
 }
 
-constexpr Verb verbs[] = {
+constexpr Verb interface_table[] = {
     {"interfaces", "Show the interfaces with their load and counters", "", no_options,
      print_interfaces},
     {"load", "Set the load of an interface", "Ethernet3/1 2.4G 800M", load_options, print_nothing},
@@ -76,4 +76,4 @@ constexpr Verb verbs[] = {
 
 } // namespace
 
-const VerbGroup interface_verbs{"Interfaces", verbs};
+const VerbGroup interface_verbs{"Interfaces", interface_table};

@@ -89,7 +89,7 @@ std::map<uint32_t, std::string> control_sockets()
             const std::string socket = entry.path().string() + "/control";
             uint32_t port = 0;
             if (name.starts_with(start) &&
-                std::from_chars(&name[start.size()], &name[0] + name.size(), port).ec ==
+                std::from_chars(name.data() + start.size(), name.data() + name.size(), port).ec ==
                     std::errc() &&
                 listens(socket)) {
                 sockets.emplace(port, socket);

@@ -49,7 +49,7 @@ struct Slot {
 constexpr size_t slot_count = size_t{1} << 20;
 
 SpinLock lock; ///< of all below; a platform may have threads
-Slot* slots = nullptr;
+Slot* slot_table = nullptr;
 size_t used = 0;
 size_t double_frees = 0;
 
@@ -57,20 +57,20 @@ size_t double_frees = 0;
 Slot* slot_of(const void* block)
 {
     const auto address = reinterpret_cast<uintptr_t>(block);
-    if (slots == nullptr) {
+    if (slot_table == nullptr) {
         void* pages = mmap(nullptr, slot_count * sizeof(Slot), PROT_READ | PROT_WRITE,
                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
         if (pages == MAP_FAILED) {
             abort();
         }
-        slots = static_cast<Slot*>(pages);
+        slot_table = static_cast<Slot*>(pages);
     }
     for (size_t at = address / 16 * 2654435761U % slot_count;; at = (at + 1) % slot_count) {
-        if (slots[at].address == address) {
-            return &slots[at];
+        if (slot_table[at].address == address) {
+            return &slot_table[at];
         }
-        if (slots[at].address == 0) {
-            return used < slot_count / 4 * 3 ? &slots[at] : nullptr;
+        if (slot_table[at].address == 0) {
+            return used < slot_count / 4 * 3 ? &slot_table[at] : nullptr;
         }
     }
 }
@@ -117,7 +117,7 @@ size_t bytes_left_at(const void* address)
 {
     const std::lock_guard guard(lock);
     const auto wanted = reinterpret_cast<uintptr_t>(address);
-    for (const Slot& slot : std::span(slots, slot_count)) {
+    for (const Slot& slot : std::span(slot_table, slot_count)) {
         if (slot.state == BlockState::live && wanted - slot.address < slot.size) {
             return slot.size - (wanted - slot.address);
         }

@@ -88,10 +88,10 @@ json load(const json& arguments)
     return {{"if-index", port.port->if_index}};
 }
 
-constexpr Verb verbs[] = {{"interfaces", interfaces}, {"load", load}};
+constexpr Verb interface_table[] = {{"interfaces", interfaces}, {"load", load}};
 
 } // namespace
 
-const std::span<const Verb> interface_verbs(verbs);
+const std::span<const Verb> interface_verbs(interface_table);
 
 } // namespace sim

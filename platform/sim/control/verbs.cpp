@@ -17,9 +17,8 @@ json run(const json& request)
         throw std::runtime_error("a request is one JSON object on a line");
     }
     const auto name = argument<std::string>(request, "verb");
-    for (const auto& verbs :
-         {unit_verbs, setting_verbs, reading_verbs, interface_verbs, switch_verbs, platform_verbs,
-          fault_verbs}) {
+    for (const auto& verbs : {unit_verbs, setting_verbs, reading_verbs, interface_verbs,
+                              switch_verbs, platform_verbs, fault_verbs}) {
         const auto verb = std::ranges::find(verbs, name, &Verb::name);
         if (verb != verbs.end()) {
             json result = verb->run(request);

@@ -73,9 +73,9 @@ std::string physical_address(const InterfaceRow& row)
     }
     const auto byte = [](uint32_t word, int shift) { return static_cast<char>(word >> shift); };
     const uint32_t place = row.port.if_index;
-    return {'\x02',          byte(hash, 16),
-            byte(hash, 8),   byte(hash, 0),
-            byte(place, 16), static_cast<char>(place >> 8 | (place >> 24 == 5) << 7)};
+    const bool is_management = place == row.chassis.management().port->if_index;
+    return {'\x02',        byte(hash, 16),  byte(hash, 8),
+            byte(hash, 0), byte(place, 16), is_management ? '\x80' : byte(place, 8)};
 }
 
 uint64_t admin_status(const InterfaceRow& row)

@@ -37,7 +37,7 @@ struct Row {
     const Entity* port;
 };
 
-Chassis* served = nullptr;
+Chassis* served_chassis = nullptr;
 uint32_t generation = 0; ///< of the served chassis, whose interfaces the rows are
 std::vector<Row> rows;
 netsnmp_container* container = nullptr; ///< the rows by index, for both tables
@@ -51,13 +51,13 @@ void add_row(const Entity& port)
 /// Modules come and go with their ports; the container follows when somebody asks.
 void update_rows()
 {
-    if (!rows.empty() && generation == served->generation()) {
+    if (!rows.empty() && generation == served_chassis->generation()) {
         return;
     }
     CONTAINER_CLEAR(container, nullptr, nullptr);
     rows.clear();
-    add_row(served->management());
-    for (const auto& [index, entity] : served->entities()) {
+    add_row(served_chassis->management());
+    for (const auto& [index, entity] : served_chassis->entities()) {
         if (entity.port) {
             add_row(entity);
         }
@@ -66,7 +66,7 @@ void update_rows()
         row.index = {1, &row.if_index};
         CONTAINER_INSERT(container, &row);
     }
-    generation = served->generation();
+    generation = served_chassis->generation();
 }
 
 int before_access(netsnmp_mib_handler* handler, netsnmp_handler_registration* registration,
@@ -121,8 +121,8 @@ void write_value(const InterfaceColumn& column, const netsnmp_variable_list& val
 {
     InterfaceSettings settings = port.interface.settings;
     column.write(settings, value);
-    served->configure_interface(port.if_index, settings);
-    served->announce_write();
+    served_chassis->configure_interface(port.if_index, settings);
+    served_chassis->announce_write();
 }
 
 void serve_request(int mode, netsnmp_agent_request_info* info, netsnmp_request_info* request,
@@ -131,7 +131,7 @@ void serve_request(int mode, netsnmp_agent_request_info* info, netsnmp_request_i
     const Entity& port = *row.port;
     switch (mode) {
     case MODE_GET:
-        put_value(request->requestvb, column, {*served, port.name, *port.port});
+        put_value(request->requestvb, column, {*served_chassis, port.name, *port.port});
         break;
     case MODE_SET_RESERVE1:
         netsnmp_set_request_error(info, request, check_value(column, *request->requestvb));
@@ -188,7 +188,7 @@ int serve_table_last_change(netsnmp_mib_handler* /*handler*/,
                             netsnmp_agent_request_info* info, netsnmp_request_info* requests)
 {
     return serve_scalar(info, requests, ASN_TIMETICKS,
-                        uptime_at(*served, served->generation_started()));
+                        uptime_at(*served_chassis, served_chassis->generation_started()));
 }
 
 int serve_stack_last_change(netsnmp_mib_handler* /*handler*/,
@@ -280,7 +280,7 @@ void send_link_notification(const EventMessage& message)
         bind(name, ASN_INTEGER, &change[i], sizeof change[i]);
     }
     // Otherwise the agent adds the one of its own maker.
-    const std::vector<oid> enterprise = object_identifier(*served);
+    const std::vector<oid> enterprise = object_identifier(*served_chassis);
     bind(trap_enterprise, ASN_OBJECT_ID, enterprise.data(), enterprise.size() * sizeof(oid));
     const bool is_up = change.back() == static_cast<int32_t>(LinkStatus::up);
     const std::span<const oid> name = is_up ? link_up : link_down;
@@ -291,8 +291,8 @@ void send_link_notification(const EventMessage& message)
 
 void serve_interfaces(Chassis& chassis)
 {
-    if (served != &chassis) {
-        served = &chassis;
+    if (served_chassis != &chassis) {
+        served_chassis = &chassis;
         rows.clear();
         chassis.observe_links(post_link_change);
     }
