@@ -247,8 +247,8 @@ protected:
                      std::to_string(fault.operation.value_or(0)) + std::string(fault.kind->key) +
                      std::to_string(fault.amount) + " " + std::to_string(fault.left.value_or(0));
         }
-        for (auto interface :
-             nlohmann::json::parse(sim::answer_request(R"({"verb": "interfaces"})"))["result"]) {
+        auto interfaces = nlohmann::json::parse(sim::answer_request(R"({"verb": "interfaces"})"));
+        for (auto& interface : interfaces["result"]) {
             for (const char* direction : {"in", "out"}) {
                 interface[direction].erase("octets"); // and other counts, which start anew
                 interface[direction].erase("packets");
