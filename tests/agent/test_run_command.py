@@ -207,6 +207,8 @@ def test_the_check_shows_every_row(bring_up, tmp_path, name):
     assert announced == len(shown) == len(set(shown)) > 10
 
 
+@pytest.mark.skipif(run("script", "-qec", "true", "/dev/null").returncode != 0,
+                    reason="no pseudo-terminals")
 def test_the_check_of_a_bare_chassis_fits_the_window(bring_up, tmp_path):
     chassis = tmp_path / "bare.toml"
     chassis.write_text('[chassis]\nserial = "S1"\nslots = 1\n[[module]]\nslot = 1\n')
