@@ -70,6 +70,14 @@ def wait_for(condition, what, seconds=20):
     return outcome
 
 
+def quick_chassis(directory):
+    """The ten-slot chassis with modules that start in a second."""
+    file = directory / "quick.toml"
+    file.write_text((SOURCE / "chassis/ten-slot.toml").read_text().replace(
+        "[chassis]\n", "[chassis]\nstart-seconds = 1\n"))
+    return file
+
+
 class Daemon:
     """A child process with a state directory, which goes when the daemon goes."""
 

@@ -7,7 +7,7 @@ from unittest.mock import ANY
 import pytest
 
 from lab import (
-    ALIAS, DESCR, ENT_CONFIG_CHANGE, ENT_PHYSICAL_ENTRY, LAST_CHANGE_TIME, SOURCE, UPTIME, Switch,
+    ALIAS, DESCR, ENT_CONFIG_CHANGE, ENT_PHYSICAL_ENTRY, LAST_CHANGE_TIME, UPTIME, Switch, quick_chassis,
     run)
 
 MAIN = "1.3.6.1.4.1.32473.9"
@@ -83,10 +83,7 @@ STORY = [
 
 
 def test_changes_are_served_and_told(receiver, tmp_path):
-    quick = tmp_path / "quick.toml"
-    quick.write_text((SOURCE / "chassis/ten-slot.toml").read_text().replace(
-        "[chassis]\n", "[chassis]\nstart-seconds = 1\n"))
-    with Switch(quick, sink=receiver) as switch:
+    with Switch(quick_chassis(tmp_path), sink=receiver) as switch:
         for words, told, served in STORY:
             dated = int(switch.get(LAST_CHANGE_TIME))
             time.sleep(0.02)

@@ -51,7 +51,7 @@ void add_row(const Entity& port)
 /// Modules come and go with their ports; the container follows when somebody asks.
 void update_rows()
 {
-    if (!rows.empty() && generation == served_chassis->generation()) {
+    if (!rows.empty() && generation == served_chassis->ports_generation()) {
         return;
     }
     CONTAINER_CLEAR(container, nullptr, nullptr);
@@ -66,7 +66,7 @@ void update_rows()
         row.index = {1, &row.if_index};
         CONTAINER_INSERT(container, &row);
     }
-    generation = served_chassis->generation();
+    generation = served_chassis->ports_generation();
 }
 
 int before_access(netsnmp_mib_handler* handler, netsnmp_handler_registration* registration,
@@ -188,7 +188,7 @@ int serve_table_last_change(netsnmp_mib_handler* /*handler*/,
                             netsnmp_agent_request_info* info, netsnmp_request_info* requests)
 {
     return serve_scalar(info, requests, ASN_TIMETICKS,
-                        uptime_at(*served_chassis, served_chassis->generation_started()));
+                        uptime_at(*served_chassis, served_chassis->ports_changed()));
 }
 
 int serve_stack_last_change(netsnmp_mib_handler* /*handler*/,

@@ -41,7 +41,9 @@ void Chassis::add(Entity entity)
         throw std::invalid_argument("index " + std::to_string(index) + " is taken");
     }
     measure(added->second);
-    mark_generation();
+    if (added->second.port) {
+        mark_ports();
+    }
 }
 
 void Chassis::add_unit(Assembly assembly)
@@ -142,10 +144,10 @@ void Chassis::write(uint32_t index, std::span<const TextChange> changes)
     }
 }
 
-void Chassis::mark_generation()
+void Chassis::mark_ports()
 {
-    ++generation_;
-    generation_started_ = now_();
+    ++ports_generation_;
+    ports_changed_ = now_();
 }
 
 void Chassis::announce_change()
@@ -256,11 +258,15 @@ void Chassis::pull(uint32_t index)
         }
         return goes;
     });
+    const bool brought_ports =
+        std::ranges::any_of(entities, [](const Entity& part) { return part.port.has_value(); });
     if (unit != units_.end()) {
         place->second.pulled = Assembly{unit->second, std::move(entities)};
         units_.erase(unit);
     }
-    mark_generation();
+    if (brought_ports) {
+        mark_ports();
+    }
     announce_change();
 }
 

@@ -143,9 +143,9 @@ public:
     /// The management port, which is no entity of the physical table.
     const Entity& management() const { return management_; }
 
-    /// How often entities have been added or removed, and when that last was.
-    uint32_t generation() const { return generation_; }
-    Clock::time_point generation_started() const { return generation_started_; }
+    /// How often ports have been added or removed, and when that last was.
+    uint32_t ports_generation() const { return ports_generation_; }
+    Clock::time_point ports_changed() const { return ports_changed_; }
 
     /// All places by the index of their container.
     const std::map<uint32_t, Place>& places() const { return places_; }
@@ -267,7 +267,7 @@ public:
 
 private:
     void notify(const Occurrence& occurrence);
-    void mark_generation();
+    void mark_ports();
     Unit& fit(Assembly assembly);
     Sensor& sensor_of(uint32_t index);
     void measure(Entity& entity);
@@ -293,8 +293,8 @@ private:
     TimeSource now_;
     std::map<uint32_t, Entity> entities_;
     Entity management_ = management_port();
-    uint32_t generation_ = 0;
-    Clock::time_point generation_started_{};
+    uint32_t ports_generation_ = 0;
+    Clock::time_point ports_changed_{};
     std::map<uint32_t, Unit> units_;
     std::map<uint32_t, Place> places_;
     std::vector<Observer> observers_;

@@ -74,7 +74,9 @@ bool killed_at(int stop, Action action)
 {
     const pid_t child = fork();
     if (child == 0) {
-        ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+        if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
+            _exit(2); // where that is forbidden; it would stop for ever
+        }
         std::raise(SIGSTOP);
         action();
         _exit(0);
