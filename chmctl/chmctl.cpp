@@ -2,6 +2,7 @@
 
 #include "completion.h"
 #include "files/chassis_file.h"
+#include "fleet.h"
 #include "output.h"
 #include "play.h"
 #include "switch_client.h"
@@ -85,17 +86,27 @@ int run(int argc, char** argv)
     app.fallthrough();
     bool raw = false;
     std::string socket;
+    std::string name;
     uint32_t port = 0;
     app.add_flag("--json", raw, "Print the result as JSON");
     auto* named = app.add_option("--socket", socket,
                                  "The switch's control socket; by default that of "
                                  "the only running switch")
                       ->envname("CHM_SOCKET");
-    app.add_option("--port", port, "The UDP port of the switch, if several run")
-        ->check(CLI::Range(1, 65535))
-        ->excludes(named);
+    auto* numbered = app.add_option("--port", port, "The UDP port of the switch, if several run")
+                         ->check(CLI::Range(1, 65535))
+                         ->excludes(named);
+    app.add_option("--switch", name, "The name of the switch, if several run")
+        ->type_name("NAME")
+        ->excludes(named)
+        ->excludes(numbered);
 
-    const auto chosen = [&, named] { return named->count() == 0 ? running_switch(port) : socket; };
+    const auto chosen = [&, named] {
+        if (named->count() != 0) {
+            return socket;
+        }
+        return name.empty() ? running_switch(port) : running_switch_named(name);
+    };
     add_verbs(app, [&](const Verb& verb, json request) {
         const std::string where = chosen();
         json result = ask_switch(where, request);
@@ -152,6 +163,10 @@ int run(int argc, char** argv)
     completion->group("Files");
     run_as_text(*completion, [] { std::fputs(bash_completion, stdout); });
     completion->footer("Example:\n  source <(chmctl completion)");
+
+    CLI::App* fleet = app.add_subcommand("fleet", "Show all running switches of this user");
+    fleet->group("Views and scenarios");
+    fleet->final_callback([&raw] { show_fleet(raw); });
 
     // For the script of bash_completion.
     std::vector<std::string> words;

@@ -70,6 +70,15 @@ std::string right_aligned(uint32_t number, size_t columns)
     return std::string(columns - std::min(columns, digits.size()), ' ') + digits;
 }
 
+std::string duration(uint64_t seconds)
+{
+    const std::string days = seconds < 86400 ? "" : std::to_string(seconds / 86400) + "d ";
+    char time[16];
+    std::snprintf(time, sizeof time, "%02u:%02u:%02u", static_cast<unsigned>(seconds / 3600 % 24),
+                  static_cast<unsigned>(seconds / 60 % 60), static_cast<unsigned>(seconds % 60));
+    return days + time;
+}
+
 std::string quantity(const json& value, const std::string& unit)
 {
     char digits[32];

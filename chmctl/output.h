@@ -18,6 +18,9 @@ std::string status_of(const nlohmann::json& object, const char* key);
 
 std::string right_aligned(uint32_t number, size_t columns);
 
+/// Seconds as days, hours, minutes and seconds.
+std::string duration(uint64_t seconds);
+
 /// A quantity in its unit, without zeros at its end.
 std::string quantity(const nlohmann::json& value, const std::string& unit);
 

@@ -42,6 +42,7 @@ void print_status(const json& status)
         std::puts("chassis      none");
     }
     std::printf("process      %d\n", status.at("pid").get<int>());
+    std::printf("uptime       %s\n", duration(status.at("uptime").get<uint64_t>()).c_str());
     std::printf("heartbeats   %" PRIu64 "\n", status.at("heartbeats").get<uint64_t>());
     print_marker(status);
     print_trace(status.at("trace"));

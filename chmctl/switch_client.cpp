@@ -1,15 +1,16 @@
 #include "switch_client.h"
 
+#include "control/state_path.h"
 #include "libraries/unix_socket.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <map>
+#include <fstream>
+#include <iterator>
 #include <sys/time.h>
-#include <unistd.h>
 
 using nlohmann::json;
 
@@ -17,15 +18,15 @@ namespace {
 
 class Connection {
 public:
-    explicit Connection(const std::string& path) : path_(path)
+    Connection(const std::string& path, std::chrono::seconds patience) : path_(path)
     {
         const auto address = sim::unix_address(path);
         if (!address) {
             throw NoSwitch("'" + path + "' is empty or too long for a socket's path");
         }
-        const timeval patience{.tv_sec = 10, .tv_usec = 0};
-        setsockopt(socket_.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-        setsockopt(socket_.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+        const timeval limit{.tv_sec = patience.count(), .tv_usec = 0};
+        setsockopt(socket_.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+        setsockopt(socket_.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
         if (sim::connect_to(socket_, *address) != 0) {
             fail("no switch listens");
         }
@@ -71,66 +72,117 @@ private:
     sim::Descriptor socket_ = sim::new_unix_socket();
 };
 
+/// Some switches by name and port.
+std::string bounded_list(const std::vector<RunningSwitch>& switches)
+{
+    constexpr size_t most = 10;
+    std::string list;
+    for (size_t i = 0; i < std::min(most, switches.size()); ++i) {
+        const auto& [socket, port, name, address] = switches[i];
+        list +=
+            (i == 0 ? "" : ", ") + (name.empty() ? "?" : name) + " (" + std::to_string(port) + ")";
+    }
+    return switches.size() <= most
+               ? list
+               : list + " and " + std::to_string(switches.size() - most) + " more";
+}
+
 bool listens(const std::string& path)
 {
     const auto address = sim::unix_address(path);
     return address && sim::connect_to(sim::new_unix_socket(), *address) == 0;
 }
 
-/// The sockets of running switches that this user may use, by their UDP ports.
-std::map<uint32_t, std::string> control_sockets()
+/// Adds the switches that have a directory whose name is `start` and their port.
+void add_switches(std::vector<RunningSwitch>& switches, const std::string& directory,
+                  const std::string& start)
 {
-    namespace fs = std::filesystem;
-    std::map<uint32_t, std::string> sockets;
-    const auto look = [&](const std::string& directory, const std::string& start) {
-        std::error_code missing;
-        for (const fs::directory_entry& entry : fs::directory_iterator(directory, missing)) {
-            const std::string name = entry.path().filename().string();
-            const std::string socket = entry.path().string() + "/control";
-            uint32_t port = 0;
-            if (name.starts_with(start) &&
-                std::from_chars(name.data() + start.size(), name.data() + name.size(), port).ec ==
-                    std::errc() &&
-                listens(socket)) {
-                sockets.emplace(port, socket);
+    std::error_code missing;
+    for (const auto& entry : std::filesystem::directory_iterator(directory, missing)) {
+        const std::string name = entry.path().filename().string();
+        const char* end = name.data() + name.size();
+        RunningSwitch one{.socket = entry.path().string() + "/control"};
+        if (name.starts_with(start)) {
+            const auto [stop, error] = std::from_chars(name.data() + start.size(), end, one.port);
+            if (error == std::errc() && stop == end) {
+                switches.push_back(std::move(one));
             }
         }
-    };
-    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-    const std::string start = "chm-lab-" + std::to_string(geteuid()) + "-";
-    look(runtime != nullptr && *runtime != '\0' ? runtime : "/tmp", start);
-    look("/run/chmsnmp-lab", "");
-    return sockets;
+    }
+}
+
+/// Takes name and address from the agent's configuration, in which the last line counts.
+void describe(RunningSwitch& one)
+{
+    std::ifstream lines(std::filesystem::path(one.socket).replace_filename("snmpd.conf"));
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with("psysname ")) {
+            one.name = line.substr(9);
+        } else if (line.starts_with("agentAddress ")) {
+            one.address = line.substr(13);
+        }
+    }
+    for (size_t at = 0; (at = one.address.find("udp:", at)) != std::string::npos;) {
+        one.address.erase(at, 4);
+    }
+}
+
+/// Directories of switches, also of killed ones, in the order of their ports.
+std::vector<RunningSwitch> candidates()
+{
+    std::vector<RunningSwitch> switches;
+    add_switches(switches, sim::state_directory(), sim::state_name());
+    add_switches(switches, "/run/chmsnmp-lab", "");
+    std::ranges::sort(switches, {}, &RunningSwitch::port);
+    std::ranges::for_each(switches, describe);
+    return switches;
+}
+
+/// The socket of the only running switch that is wanted. @param what was asked for, for the error
+std::string only_switch(const std::string& what, const auto& is_wanted)
+{
+    std::vector<RunningSwitch> switches = candidates();
+    std::vector<RunningSwitch> wanted;
+    std::ranges::copy_if(switches, std::back_inserter(wanted), is_wanted);
+    const auto is_dead = [](const RunningSwitch& one) { return !listens(one.socket); };
+    std::erase_if(wanted, is_dead);
+    if (wanted.size() == 1) {
+        return wanted.front().socket;
+    }
+    if (!wanted.empty()) {
+        throw NoSwitch("several switches run; choose one with --switch or --port: " +
+                       bounded_list(wanted));
+    }
+    std::erase_if(switches, is_dead);
+    if (switches.empty()) {
+        throw NoSwitch("no switch of yours runs; ./run brings one up, --socket names another one");
+    }
+    throw NoSwitch("no switch " + what + "; running: " + bounded_list(switches));
 }
 
 } // namespace
 
-std::string running_switch(uint32_t port)
+std::vector<RunningSwitch> running_switches()
 {
-    const auto sockets = control_sockets();
-    if (const auto wanted = sockets.find(port); wanted != sockets.end()) {
-        return wanted->second;
-    }
-    std::string ports;
-    for (const auto& [number, socket] : sockets) {
-        ports += (ports.empty() ? "" : ", ") + std::to_string(number);
-    }
-    if (port != 0) {
-        throw NoSwitch("no switch of yours runs on port " + std::to_string(port) +
-                       (ports.empty() ? "" : "; there is " + ports));
-    }
-    if (sockets.empty()) {
-        throw NoSwitch("no switch of yours runs; ./run brings one up, --socket names another one");
-    }
-    if (sockets.size() > 1) {
-        throw NoSwitch("several switches run; choose one with --port: " + ports);
-    }
-    return sockets.begin()->second;
+    std::vector<RunningSwitch> switches = candidates();
+    std::erase_if(switches, [](const RunningSwitch& one) { return !listens(one.socket); });
+    return switches;
 }
 
-json ask_switch(const std::string& socket, const json& request)
+std::string running_switch(uint32_t port)
 {
-    Connection connection(socket);
+    return only_switch("on port " + std::to_string(port),
+                       [port](const RunningSwitch& one) { return port == 0 || one.port == port; });
+}
+
+std::string running_switch_named(const std::string& name)
+{
+    return only_switch("named " + name, [&](const RunningSwitch& one) { return one.name == name; });
+}
+
+json ask_switch(const std::string& socket, const json& request, std::chrono::seconds patience)
+{
+    Connection connection(socket, patience);
     connection.send_line(request.dump(-1, ' ', false, json::error_handler_t::replace));
     const json answer = json::parse(connection.receive_line(), nullptr, false);
     if (!answer.is_object() || !answer.contains("ok")) {

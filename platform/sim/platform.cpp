@@ -15,6 +15,7 @@
 
 #include <net-snmp/agent/ds_agent.h>
 
+#include <charconv>
 #include <dlfcn.h>
 #include <memory>
 #include <stdexcept>
@@ -28,6 +29,7 @@ void* own_handle = nullptr; ///< keeps the libraries in the global scope
 unsigned int alarm = 0;     ///< the agent's, every second
 std::string state_path;     ///< of the line before that of the chassis, empty for none
 std::unique_ptr<StateFile> state;
+Individual individual; ///< of the lines before that of the chassis
 
 /// The agent loads modules into scopes of their own. The MIB modules that it loads later find the
 /// switch's libraries only in the global one.
@@ -70,7 +72,7 @@ void save_state()
 /// A chassis as its file and its state say. A state that does not fit stays unused and unchanged.
 Chassis restored_chassis(const std::string& file)
 {
-    Chassis chassis = load_chassis(file);
+    Chassis chassis = load_chassis(file, Clock::now, individual);
     state.reset();
     if (state_path.empty()) {
         return chassis;
@@ -79,7 +81,8 @@ Chassis restored_chassis(const std::string& file)
         state = std::make_unique<StateFile>(state_path, chassis);
     } catch (const FileError& error) {
         netsnmp_config_error("%s", error.what());
-        return load_chassis(file); // without what was applied before the error
+        return load_chassis(file, Clock::now,
+                            individual); // without what was applied before the error
     }
     chassis.observe_writes(save_state);
     return chassis;
@@ -103,14 +106,44 @@ void serve_standard_modules()
     }
 }
 
+/// Takes the value of a line that describes the chassis. It stays when the agent reads its
+/// configuration again.
+template <typename Value>
+void set_before_chassis(Value& value, const Value& given)
+{
+    if (chassis_in_place() == nullptr) {
+        value = given;
+    } else if (given != value) {
+        throw std::runtime_error("the line belongs before that of the chassis");
+    }
+}
+
 void on_state(const char* /*token*/, char* line)
 {
-    configure(line, [](const std::string& path) {
-        if (chassis_in_place() == nullptr) {
-            state_path = path;
-        } else if (path != state_path) {
-            throw std::runtime_error("the line belongs before that of the chassis");
+    configure(line, [](const std::string& path) { set_before_chassis(state_path, path); });
+}
+
+void on_serial(const char* /*token*/, char* line)
+{
+    configure(line, [](const std::string& serial) {
+        if (serial.empty() || serial.size() > max_own_serial) {
+            throw std::runtime_error("a serial number has 1 to " + std::to_string(max_own_serial) +
+                                     " bytes");
         }
+        set_before_chassis(individual.serial, serial);
+    });
+}
+
+void on_load(const char* /*token*/, char* line)
+{
+    configure(line, [](const std::string& percent) {
+        uint32_t load = 0;
+        const char* end = percent.data() + percent.size();
+        const auto [stop, error] = std::from_chars(percent.data(), end, load);
+        if (error != std::errc() || stop != end || load > max_load) {
+            throw std::runtime_error("a load is 0 to " + std::to_string(max_load) + " percent");
+        }
+        set_before_chassis(individual.load, load);
     });
 }
 
@@ -197,6 +230,8 @@ void init_chmplatform()
         sim::follow_system_writes();
         snmpd_register_config_handler("chmHideLoader", sim::on_hide_loader, nullptr, "yes");
         snmpd_register_config_handler("chmState", sim::on_state, nullptr, "FILE");
+        snmpd_register_config_handler("chmSerial", sim::on_serial, nullptr, "TEXT");
+        snmpd_register_config_handler("chmLoad", sim::on_load, nullptr, "PERCENT");
         snmpd_register_config_handler("chmChassis", sim::on_chassis, nullptr, "FILE");
         snmpd_register_config_handler("chmHeartbeat", sim::on_heartbeat, nullptr, "FILE");
         snmpd_register_config_handler("chmControl", sim::on_control, nullptr, "SOCKET");
@@ -209,6 +244,8 @@ void deinit_chmplatform()
         snmpd_unregister_config_handler("chmControl");
         snmpd_unregister_config_handler("chmHeartbeat");
         snmpd_unregister_config_handler("chmChassis");
+        snmpd_unregister_config_handler("chmLoad");
+        snmpd_unregister_config_handler("chmSerial");
         snmpd_unregister_config_handler("chmState");
         snmpd_unregister_config_handler("chmHideLoader");
         sim::stop_serving_interfaces();

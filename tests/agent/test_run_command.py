@@ -111,13 +111,14 @@ def test_chmctl_finds_the_running_switches(ready, runtime):
     with socket.socket(socket.AF_UNIX) as listener:
         listener.bind(str(other / "control"))
         listener.listen()
-        ports = ", ".join(map(str, sorted((first, second))))
+        names = {first: f"lab-switch-{first} ({first})", second: f"? ({second})"}
         assert chmctl("status").stderr == (
-            f"chmctl: several switches run; choose one with --port: {ports}\n")
+            "chmctl: several switches run; choose one with --switch or --port: "
+            f"{names[min(names)]}, {names[max(names)]}\n")
         assert chmctl("--port", first, "status").returncode == 0
     assert chmctl("status").returncode == 0  # the other one is dead
     missing = chmctl("--port", "1", "status")
-    assert missing.returncode == 3 and f"there is {first}" in missing.stderr
+    assert missing.returncode == 3 and f"running: lab-switch-{first} ({first})" in missing.stderr
     assert chmctl("--port", first, "--socket", "x", "status").returncode == 2
 
 

@@ -3,8 +3,6 @@
 #include "if_index.h"
 #include "trace.h"
 
-#include <cstring>
-
 namespace {
 
 constexpr size_t cached_slots = 18;
@@ -22,7 +20,14 @@ bool has_place(uint8_t slot, uint8_t port)
 
 void ent_cache_init()
 {
-    memset(sfp_cache, 0, sizeof sfp_cache);
+    // A page that has never been written takes no memory.
+    for (auto& ports : sfp_cache) {
+        for (sfp_cache_entry& entry : ports) {
+            if (entry.valid != 0) {
+                entry = {};
+            }
+        }
+    }
     uncached = {};
 }
 

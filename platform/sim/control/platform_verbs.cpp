@@ -7,6 +7,12 @@
 #include "libraries/notification_log.h"
 #include "libraries/platform_manager.h"
 
+#include <net-snmp/net-snmp-config.h>
+
+#include <net-snmp/net-snmp-includes.h>
+
+#include <net-snmp/agent/net-snmp-agent-includes.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
@@ -117,6 +123,7 @@ json notifications(const json& arguments)
 json status(const json& /*arguments*/)
 {
     json result{{"pid", getpid()},
+                {"uptime", netsnmp_get_agent_uptime() / 100},
                 {"trace", trace_state()},
                 {"history-records", history().size()},
                 {"waiting-events", waiting_events()},

@@ -85,10 +85,10 @@ json insert(const json& arguments)
             chassis.plug_unknown(index);
         } else if (entity.port) {
             chassis.plug(index, type
-                                    ? std::optional(load_transceiver(chassis.file(), entity, *type))
+                                    ? std::optional(load_transceiver(chassis, entity, *type))
                                     : std::nullopt);
         } else {
-            chassis.insert(index, type ? std::optional(load_unit(chassis.file(), index, *type))
+            chassis.insert(index, type ? std::optional(load_unit(chassis, index, *type))
                                        : std::nullopt);
         }
     });

@@ -30,9 +30,11 @@ Keys unit_keys(const UnitKind& kind, Keys more = {})
 /// Reads one chassis file.
 class Reader : EntityReader {
 public:
-    explicit Reader(const std::string& file, Chassis::TimeSource now = Clock::now)
-        : EntityReader(file), chassis_(file, std::move(now))
+    explicit Reader(const std::string& file, const Individual& individual = {},
+                    Chassis::TimeSource now = Clock::now)
+        : EntityReader(file, individual), chassis_(file, std::move(now))
     {
+        chassis_.settings().individual = individual;
     }
 
     Chassis read()
@@ -444,9 +446,9 @@ private:
 
 } // namespace
 
-Chassis load_chassis(const std::string& file, Chassis::TimeSource now)
+Chassis load_chassis(const std::string& file, Chassis::TimeSource now, const Individual& individual)
 {
-    return Reader(file, std::move(now)).read();
+    return Reader(file, individual, std::move(now)).read();
 }
 
 toml::table read_types(const std::string& file)
@@ -454,14 +456,14 @@ toml::table read_types(const std::string& file)
     return Reader(file).read_types();
 }
 
-Assembly load_unit(const std::string& file, uint32_t place, const std::string& type)
+Assembly load_unit(const Chassis& chassis, uint32_t place, const std::string& type)
 {
-    return Reader(file).read_unit(place, type);
+    return Reader(chassis.file(), chassis.settings().individual).read_unit(place, type);
 }
 
-Transceiver load_transceiver(const std::string& file, const Entity& port, const std::string& type)
+Transceiver load_transceiver(const Chassis& chassis, const Entity& port, const std::string& type)
 {
-    return Reader(file).read_transceiver(port, type);
+    return Reader(chassis.file(), chassis.settings().individual).read_transceiver(port, type);
 }
 
 } // namespace sim

@@ -9,13 +9,14 @@
 namespace sim {
 
 /// Reads a chassis file. Throws FileError.
-Chassis load_chassis(const std::string& file, Chassis::TimeSource now = Clock::now);
+Chassis load_chassis(const std::string& file, Chassis::TimeSource now = Clock::now,
+                     const Individual& individual = {});
 
-/// Makes a unit of one of the file's types for a place, by the index of its container; the unit is
-/// off. Throws FileError.
-Assembly load_unit(const std::string& file, uint32_t place, const std::string& type);
+/// Makes a unit of one of the types of a chassis's file for a place, by the index of its container;
+/// the unit is off. Throws FileError.
+Assembly load_unit(const Chassis& chassis, uint32_t place, const std::string& type);
 
-/// Makes a transceiver of one of the file's types for a port. Throws FileError.
-Transceiver load_transceiver(const std::string& file, const Entity& port, const std::string& type);
+/// Makes a transceiver of one of the types of a chassis's file for a port. Throws FileError.
+Transceiver load_transceiver(const Chassis& chassis, const Entity& port, const std::string& type);
 
 } // namespace sim

@@ -109,6 +109,9 @@ void EntityReader::read_own(const toml::table& table)
     own_table_.emplace(entry ? InheritingTable{*entry.mapped(), &table} : InheritingTable{table});
     own_ = usual_chassis();
     describe(own_, *own_table_);
+    if (!individual_.serial.empty()) {
+        own_.serial = individual_.serial;
+    }
 }
 
 Entity EntityReader::completed(Entity entity)
@@ -173,6 +176,13 @@ void EntityReader::fit_ports(std::span<Entity> ports, const InheritingTable& tab
             port.interface.settings = settings;
         }
     });
+    for (Entity& entity : ports) {
+        InterfaceSettings& settings = entity.port->interface.settings;
+        if (settings.in == Load() && settings.out == Load()) {
+            settings.in.bits_per_second = 1e4 * individual_.load * speed_of(*entity.port);
+            settings.out = settings.in;
+        }
+    }
 }
 
 System EntityReader::make_system(const toml::table& table) const

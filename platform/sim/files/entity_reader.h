@@ -21,7 +21,10 @@ Keys transceiver_keys(Keys more = {});
 /// The entities of a chassis file. Errors throw FileError.
 class EntityReader : protected TomlReader {
 protected:
-    using TomlReader::TomlReader;
+    EntityReader(const std::string& file, Individual individual)
+        : TomlReader(file), individual_(std::move(individual))
+    {
+    }
 
     /// Reads the [[entity]] tables, which override the keys of entities.
     void read_entries();
@@ -83,6 +86,7 @@ private:
     Sensor make_sensor(uint32_t index, const toml::table& entry) const;
     SensorThreshold make_threshold(const Sensor& sensor, const toml::table& entry) const;
 
+    Individual individual_;
     Entity own_;
     std::optional<InheritingTable> own_table_;       ///< what it is described with
     std::map<uint32_t, const toml::table*> entries_; ///< by index, those not yet used

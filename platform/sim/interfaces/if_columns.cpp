@@ -64,18 +64,15 @@ uint64_t high_speed(const InterfaceRow& row)
     return speed_of(row.port);
 }
 
-/// A locally administered address: a hash of the chassis' serial number, slot and port.
+/// A locally administered address: from the chassis' serial number, slot and port.
 std::string physical_address(const InterfaceRow& row)
 {
-    uint32_t hash = 2166136261;
-    for (const char byte : row.chassis.entities().at(chassis_index).serial) {
-        hash = (hash ^ static_cast<unsigned char>(byte)) * 16777619;
-    }
+    const uint32_t block = address_block(row.chassis.entities().at(chassis_index).serial);
     const auto byte = [](uint32_t word, int shift) { return static_cast<char>(word >> shift); };
     const uint32_t place = row.port.if_index;
     const bool is_management = place == row.chassis.management().port->if_index;
-    return {'\x02',        byte(hash, 16),  byte(hash, 8),
-            byte(hash, 0), byte(place, 16), is_management ? '\x80' : byte(place, 8)};
+    return {'\x02',         byte(block, 16), byte(block, 8),
+            byte(block, 0), byte(place, 16), is_management ? '\x80' : byte(place, 8)};
 }
 
 uint64_t admin_status(const InterfaceRow& row)

@@ -54,8 +54,18 @@ inline constexpr SystemText system_texts[] = {{"description", &System::descripti
                                               {"name", &System::name, 5},
                                               {"location", &System::location, 6}};
 
+inline constexpr size_t max_own_serial = 27; ///< bytes that leave room for an index after it
+inline constexpr uint32_t max_load = 100;
+
+/// What a switch has of its own, apart from others of the same chassis file.
+struct Individual {
+    std::string serial{}; ///< of the chassis; empty for that of the file
+    uint32_t load = 0;    ///< of interfaces without one in the file, in percent of their speed
+};
+
 /// Settings of the whole switch.
 struct SwitchSettings {
+    Individual individual{};
     System system{};
     int32_t max_default_in_line_power = max_in_line_power;
     bool status_notifications = true; ///< events of units are raised; see Chassis::observe()

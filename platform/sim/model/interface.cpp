@@ -2,6 +2,15 @@
 
 namespace sim {
 
+uint32_t address_block(std::string_view serial)
+{
+    uint32_t hash = 2166136261;
+    for (const char byte : serial) {
+        hash = (hash ^ static_cast<unsigned char>(byte)) * 16777619;
+    }
+    return hash & 0xffffff;
+}
+
 Counters Traffic::at(Clock::time_point time, const Load& load) const
 {
     if (!since_) {

@@ -90,6 +90,9 @@ struct InterfaceSettings {
     bool operator==(const InterfaceSettings&) const = default;
 };
 
+/// The middle three bytes of a switch's MAC addresses: a hash of the chassis' serial number.
+uint32_t address_block(std::string_view serial);
+
 struct Interface {
     InterfaceSettings settings{};
     LinkStatus status = LinkStatus::not_present;

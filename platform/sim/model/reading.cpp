@@ -5,6 +5,15 @@
 #include <utility>
 
 namespace sim {
+namespace {
+
+/// What is after the point of a positive number.
+double fraction(double number)
+{
+    return number - std::floor(number);
+}
+
+} // namespace
 
 double Reading::at(Clock::time_point time) const
 {
@@ -13,9 +22,9 @@ double Reading::at(Clock::time_point time) const
     }
     // Periods of four to eight minutes, and phases spread evenly: neighbouring seeds lie far apart.
     const double period = 240.0 + 37U * seed_ % 240U;
-    const double phase = std::fmod(seed_ * std::numbers::phi, 1.0);
+    const double phase = fraction(seed_ * std::numbers::phi);
     const double seconds = std::chrono::duration<double>(time.time_since_epoch()).count();
-    const double wave = std::sin(2 * std::numbers::pi * (std::fmod(seconds / period, 1.0) + phase));
+    const double wave = std::sin(2 * std::numbers::pi * (fraction(seconds / period) + phase));
     return std::lerp(low_, high_, (1 + wave) / 2);
 }
 
