@@ -1,6 +1,7 @@
 """SNMP clients other than the agent's own tools, as docs/clients.md tells to use them."""
 
 import re
+import shutil
 import socket
 import subprocess
 import urllib.request
@@ -9,8 +10,8 @@ from pathlib import Path
 import pytest
 
 from lab import (
-    ALIAS, ENT_CONFIG_CHANGE, ENVIRONMENT, NAME, OPERATOR, SERIAL_NUM, SOURCE, UPTIME, Switch, free_port,
-    needs, run, wait_for)
+    ALIAS, BUILD, ENT_CONFIG_CHANGE, ENVIRONMENT, NAME, OPERATOR, SERIAL_NUM, SOURCE, UPTIME, Switch,
+    TrapReceiver, free_port, needs, run, wait_for)
 
 INTEGRATIONS, NPM = SOURCE / "integrations", SOURCE / "build/npm"
 PLUGINS = "/usr/lib/nagios/plugins"
@@ -62,6 +63,28 @@ def test_a_client_receives_notifications(node, protocol, sink):
         line = next(line for line in receiver.stdout if "1.3.6.1.6.3.1.1.5." not in line)
         receiver.kill()
     assert f"1.3.6.1.6.3.1.1.4.1.0 {ENT_CONFIG_CHANGE[1:]}" in line
+
+
+@needs("snmptt")
+def test_snmptt_knows_the_notifications(tmp_path):
+    file, configuration, log = INTEGRATIONS / "snmptt.conf", tmp_path / "ini", tmp_path / "log"
+    served = {tuple(line.split()[1:]) for line in (
+        BUILD / "share/chmsnmp/served-objects").read_text().splitlines()
+        if line.startswith("notification ")}
+    assert served < set(re.findall(r"^EVENT (\w+) \.(\S+)", file.read_text(), re.M))
+    configuration.write_text(
+        f"[General]\nmode = standalone\n[Logging]\nlog_enable = 1\nlog_file = {log}\n"
+        f"[TrapFiles]\nsnmptt_conf_files = <<END\n{file}\nEND\n")
+    with TrapReceiver(["disableAuthorization yes",
+                       f"traphandle default {shutil.which('snmptt')} --ini={configuration}"]
+                      ) as receiver, Switch(sink=receiver) as switch:
+        switch.order("fail", "Fan 1/2")
+        switch.order("pull", "Power supply 2")
+        for line in ('Major "Fans" localhost - Fan tray 3001 has status 4',
+                     'Normal "Switch" localhost - The switch as a whole is ok',
+                     'Major "Power" localhost - Power supply 2 delivers nothing',
+                     'Minor "Inventory" localhost - Power supply bay 2: removed'):
+            wait_for(lambda: log.exists() and line in log.read_text(), line)
 
 
 @needs("prometheus-snmp-exporter")
