@@ -12,6 +12,8 @@ import time
 from contextlib import ExitStack
 from pathlib import Path
 
+import pytest
+
 SOURCE = Path(__file__).resolve().parents[2]
 BUILD = Path(os.environ.get("CHM_BUILD_DIR", SOURCE / "build" / "release"))
 # No configuration of the machine or of its user reaches the tools.
@@ -54,6 +56,10 @@ def free_port(following=0):
                 return port
             except (OSError, OverflowError):
                 pass
+
+
+def needs(program):
+    return pytest.mark.skipif(not shutil.which(program), reason=f"{program} is not installed")
 
 
 def run(*command, **options):

@@ -10,17 +10,13 @@ from pathlib import Path
 import pytest
 
 from lab import (
-    ALIAS, ENT_CONFIG_CHANGE, ENVIRONMENT, NAME, OPERATOR, SERIAL_NUM, SOURCE, UPTIME, Switch, free_port,
-    run, wait_for)
+    ALIAS, BUILD, ENT_CONFIG_CHANGE, ENVIRONMENT, NAME, OPERATOR, SERIAL_NUM, SOURCE, UPTIME, Switch,
+    TrapReceiver, free_port, needs, run, wait_for)
 
 INTEGRATIONS, NPM = SOURCE / "integrations", SOURCE / "build/npm"
 PLUGINS = "/usr/lib/nagios/plugins"
 CHECK_SNMP = f"{PLUGINS}/check_snmp"
 MAIN = "1.3.6.1.4.1.32473.9"
-
-
-def needs(program):
-    return pytest.mark.skipif(not shutil.which(program), reason=f"{program} is not installed")
 
 
 @pytest.fixture(scope="module")
@@ -69,46 +65,63 @@ def test_a_client_receives_notifications(node, protocol, sink):
     assert f"1.3.6.1.6.3.1.1.4.1.0 {ENT_CONFIG_CHANGE[1:]}" in line
 
 
+@needs("snmptt")
+def test_snmptt_knows_the_notifications(tmp_path):
+    file, configuration, log = INTEGRATIONS / "snmptt.conf", tmp_path / "ini", tmp_path / "log"
+    served = {tuple(line.split()[1:]) for line in (
+        BUILD / "share/chmsnmp/served-objects").read_text().splitlines()
+        if line.startswith("notification ")}
+    assert served < set(re.findall(r"^EVENT (\w+) \.(\S+)", file.read_text(), re.M))
+    configuration.write_text(
+        f"[General]\nmode = standalone\n[Logging]\nlog_enable = 1\nlog_file = {log}\n"
+        f"[TrapFiles]\nsnmptt_conf_files = <<END\n{file}\nEND\n")
+    with TrapReceiver(["disableAuthorization yes",
+                       f"traphandle default {shutil.which('snmptt')} --ini={configuration}"]
+                      ) as receiver, Switch(sink=receiver) as switch:
+        switch.order("fail", "Fan 1/2")
+        switch.order("pull", "Power supply 2")
+        for line in ('Major "Fans" localhost - Fan tray 3001 has status 4',
+                     'Normal "Switch" localhost - The switch as a whole is ok',
+                     'Major "Power" localhost - Power supply 2 delivers nothing',
+                     'Minor "Inventory" localhost - Power supply bay 2: removed'):
+            wait_for(lambda: log.exists() and line in log.read_text(), line)
+
+
 @needs("prometheus-snmp-exporter")
 def test_metrics_of_the_exporter(switch):
     port = free_port()
-    url = f"http://127.0.0.1:{port}/snmp?module=switch&target=127.0.0.1:{switch.port}"
+
+    def series(module):
+        url = f"http://127.0.0.1:{port}/snmp?module={module}&target=127.0.0.1:{switch.port}"
+        metrics = urllib.request.urlopen(url, timeout=20).read().decode()
+        return {(name, labels): value for name, labels, value in re.findall(
+            r"^(?!snmp_)(\w+)(\{.*\})? (\S+)$", metrics, re.M)}
+
     with subprocess.Popen(["prometheus-snmp-exporter",
-                           f"--config.file={INTEGRATIONS / 'snmp-exporter.yml'}",
+                           f"--config.file={INTEGRATIONS / 'prometheus/snmp-flat.yml'}",
                            f"--web.listen-address=127.0.0.1:{port}"],
                           stderr=subprocess.DEVNULL) as exporter:
         try:
             wait_for(lambda: not socket.socket().connect_ex(("127.0.0.1", port)), "exporter")
             switch.order("fail", "1003")
-            before = urllib.request.urlopen(url, timeout=20).read().decode()
-            metrics = urllib.request.urlopen(url, timeout=20).read().decode()
+            chassis, interfaces, both = map(series, ("chassis", "interfaces", "switch"))
         finally:
             exporter.kill()
-    series = re.findall(r"^(\w+)(\{.*\})? (\S+)$", metrics, re.M)
+    assert both.keys() == chassis.keys() | interfaces.keys() and interfaces
+    module_3 = 'entPhysicalContainedIn="Slot 3",entPhysicalIndex="1003",entPhysicalName="Module 3"'
+    port_48 = 'ifAlias="spare",ifIndex="436219648",ifName="Ethernet1/48"'
     assert {
-        ("qefcModuleOperationalStatus", '{entity="1003",slot="3",unit="Module 3"}', "4"),
-        ("qefcFanTrayStatus", '{entity="3002",unit="Fan tray 2"}', "2"),
-        ("qefcFRUPowerDrawnWatts", '{entity="1003",unit="Module 3"}', "0"),
-        ("qefcPowerDrawnWatts", '{group="1"}', "4700"),
-        ("qRFActiveSlot", "", "5"),
-        ("entPhysicalClass_info",
-         '{container="Module 3",description="Ethernet port",entPhysicalClass="port",'
-         'entity="5307",model="",name="Ethernet3/7",position="7",serial=""}', "1"),
-        ("ifOperStatus", '{alias="",ifIndex="436338688",interface="Ethernet3/1"}', "2"),
-        ("ifOperStatus", '{alias="spare",ifIndex="436219648",interface="Ethernet1/48"}', "2"),
-        ("ifHighSpeed", '{alias="",ifIndex="436207616",interface="Ethernet1/1"}', "10000"),
-    } <= set(series)
-    octets = re.compile('ifHCInOctets.*Ethernet1/1".* (.*)')
-    assert float(octets.search(metrics)[1]) > float(octets.search(before)[1]) > 0
-    # One query joins optics and interfaces.
-    interfaces = {re.search('interface="(.*?)"', labels)[1] for name, labels, _ in series
-                  if name == "ifOperStatus"}
-    lit = {re.match(r'.*sensor="(Ethernet[^(]*)\(', labels)[1] for name, labels, _ in series
-           if name == "entSensorValue" and "Ethernet" in labels}
-    assert len(lit) == 72 and lit < interfaces
-    sensors = [labels for name, labels, _ in series if name == "entSensorValue"]
+        ("qefcModuleOperationalStatus", f"{{{module_3}}}"): "4",
+        ("entPhysicalClass_info", f'{{entPhysicalClass="module",{module_3}}}'): "1",
+        ("qRFStatus1", ""): "5",
+        ("ifOperStatus", f"{{{port_48}}}"): "2",
+        ("ifHighSpeed", f"{{{port_48}}}"): "10000",
+    }.items() <= both.items()
+    load = next(key for key in both if key[0] == "ifHCInOctets" and '"Ethernet1/1"' in key[1])
+    assert float(both[load]) > float(interfaces[load]) > 0
+    sensors = [labels for name, labels in both if name == "entSensorValue"]
     assert len(sensors) == len(switch.walk(f"{MAIN}.91.1.1.1.1.1"))
-    assert all('sensor="' in labels for labels in sensors)
+    assert all('entPhysicalName="' in labels for labels in sensors)
 
 
 @needs(f"{PLUGINS}/check_ifoperstatus")
