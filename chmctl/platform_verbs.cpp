@@ -105,7 +105,7 @@ void trace_options(CLI::App& command, const Arguments& arguments)
 
 void history_options(CLI::App& command, const Arguments& arguments)
 {
-    (*arguments)["last"] = 50;
+    arguments->values["last"] = 50;
     add_argument<uint32_t>(command, "--last", arguments, "last", "Number of records")
         ->type_name("N")
         ->default_str("50");
@@ -114,7 +114,8 @@ void history_options(CLI::App& command, const Arguments& arguments)
 void follow_option(CLI::App& command, const Arguments& arguments)
 {
     command.add_flag_callback(
-        "--follow", [=] { (*arguments)["after"] = 0; }, "Also show those to come, until Ctrl-C");
+        "--follow", [=] { arguments->values["after"] = 0; },
+        "Also show those to come, until Ctrl-C");
 }
 
 void fault_options(CLI::App& command, const Arguments& arguments)

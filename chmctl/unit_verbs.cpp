@@ -134,18 +134,4 @@ constexpr Verb unit_table[] = {
 
 } // namespace
 
-std::vector<std::string> settable_fields()
-{
-    std::vector<std::string> fields = {"reading", "output", "type-code", "supervisor-state"};
-    for (const sim::EntityText& text : sim::entity_texts) {
-        if (sim::chmctl_sets(text)) {
-            fields.emplace_back(text.key);
-        }
-    }
-    for (const auto& keys : {keys_of(sim::quantities), keys_of(sim::led_names)}) {
-        fields.insert(fields.end(), keys.begin(), keys.end());
-    }
-    return fields;
-}
-
 const VerbGroup unit_verbs{"Chassis and units", unit_table};

@@ -5,6 +5,7 @@
 #include "model/chassis.h"
 
 #include <string>
+#include <vector>
 
 namespace sim {
 
@@ -14,6 +15,10 @@ Chassis load_chassis(const std::string& file, Chassis::TimeSource now = Clock::n
 /// Makes a unit of one of the file's types for a place, by the index of its container; the unit is
 /// off. Throws FileError.
 Assembly load_unit(const std::string& file, uint32_t place, const std::string& type);
+
+/// The names of the file's types of units or transceivers that fit into a place or a port. Throws
+/// FileError.
+std::vector<std::string> fitting_types(const std::string& file, const Entity& place);
 
 /// Makes a transceiver of one of the file's types for a port. Throws FileError.
 Transceiver load_transceiver(const std::string& file, const Entity& port, const std::string& type);
