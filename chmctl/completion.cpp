@@ -215,7 +215,8 @@ completions(CLI::App& app, const std::map<const CLI::App*, Arguments>& requests,
 
     Words found;
     for (const std::string& one : all) {
-        const std::string word = option.empty() ? one : option + "=" + one;
+        std::string word = option.empty() ? "" : option + "=";
+        word += one;
         if (sim::is_same_name(word.substr(0, start.size()), start)) {
             found.push_back(quoted(word.substr(read.kept), read.quote));
         }

@@ -50,10 +50,8 @@ void print_status(const json& status)
 void print_notifications(const json& notifications)
 {
     for (const json& one : notifications) {
-        const std::string name = text_of(one, "name");
         const std::string about = text_of(one, "about");
-        std::printf("%s  %s%s%s\n", text_of(one, "time").c_str(),
-                    name.empty() ? text_of(one, "oid").c_str() : name.c_str(),
+        std::printf("%s  %s%s%s\n", text_of(one, "time").c_str(), notification_name(one).c_str(),
                     about.empty() ? "" : "  ", about.c_str());
         for (const json& binding : one.at("bindings")) {
             std::printf("    %s = %s\n", text_of(binding, "name").c_str(),

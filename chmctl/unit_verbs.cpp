@@ -45,7 +45,7 @@ void print_units(const json& units)
         columns.add({right_aligned(unit.at("index").get<uint32_t>(), 5), text_of(unit, "name"),
                      status_of(unit, "status"), text_of(unit, "admin-status"),
                      right_aligned(unit.at("watts").get<uint32_t>(), 6),
-                     unit.at("active").get<bool>() ? "active supervisor" : ""});
+                     role_of(unit).empty() ? "" : role_of(unit) + " supervisor"});
     }
     columns.print();
 }

@@ -313,6 +313,43 @@ def test_words_are_completed():
         assert switch.order("inventory") == inventory  # completing runs nothing
 
 
+@needs_terminal
+def test_the_view_fits_its_window(tmp_path):
+    chassis = tmp_path / "wide.toml"
+    chassis.write_text((SOURCE / "chassis/ten-slot.toml").read_text().replace(
+        'name = "Chassis"', f'name = "{"箱" * 8}"'))
+    with Switch(chassis=chassis) as switch:
+        switch.order("set", f"{'箱' * 8} outlet", "reading", "99")
+        switch.order("fail", "Fan 1/2")
+
+        def tmux(*words):
+            return run("tmux", "-u", "-S", switch.state / "tmux", "-f", "/dev/null", *words).stdout
+
+        def shows(pattern):
+            return wait_for(lambda: re.search(pattern, tmux("capture-pane", "-p"), re.S), pattern)
+
+        watch = f"TERM=screen {BUILD}/bin/chmctl --socket {switch.control} watch --every"
+        tmux("new-session", "-d", "env", "sh", "-c", f"""trap : INT; while read -r seconds; do
+            mode=$(stty -g); {watch} $seconds; echo "status $?"
+            test "$mode" = "$(stty -g)" && echo same; done""")
+        try:
+            for seconds, end, status in [(3600, lambda: tmux("send-keys", "q"), 0),
+                                         (3600, lambda: tmux("send-keys", "C-c"), 130),
+                                         (0.1, switch.stop, 1)]:
+                tmux("send-keys", seconds, "Enter")
+                for columns, rows, picture in [
+                        (80, 24, "Units: 13 of 14 ok, [^\n]* W\n.* standby .*\nLast.*\nHott.*\nWorst"),
+                        (200, 60, "Units[^\n]* W +Hottest.* standby .*Last.*Worst"),
+                        (40, 10, r"Units.*  Fan tray 1 +failed.* active .*\nLast.*…  Fan tray 1\nHott.*\n"
+                         r"  箱+ outlet  99 °C \*\nWorst[^\n]*\n[^\n]*no light\n$")]:
+                    tmux("resize-window", "-x", columns, "-y", rows)
+                    shows(rf"^wide\.toml\n{picture}")
+                end()
+                shows(f"status {status}\nsame\n")
+        finally:
+            tmux("kill-server")
+
+
 def test_every_verb_has_an_example():
     chmctl = BUILD / "bin/chmctl"
     listed = re.findall(r"^  ([a-z][a-z-]+) {2,}[A-Z]", run(chmctl, "--help").stdout, re.M)

@@ -56,6 +56,7 @@ json list_units(const json& arguments)
                         {"name", chassis.entities().at(index).name},
                         {"type", key_of(unit_types, unit.type)},
                         {"active", &unit == active_supervisor(chassis)},
+                        {"standby", &unit == standby_supervisor(chassis)},
                         {"admin-status", admin_name(unit)},
                         {"status", key_of(entity_statuses, unit.status)},
                         {"watts", watts_now(unit)}});
