@@ -14,6 +14,7 @@
 #include <csignal>
 #include <cstdio>
 #include <functional>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -79,6 +80,15 @@ void print_result(const Verb& verb, const json& result, bool raw)
     std::fflush(stdout);
 }
 
+/// Prints completions, each on a line. Fails where a file is to be named.
+int print_completions(const std::optional<std::vector<std::string>>& words)
+{
+    for (const std::string& word : words.value_or(std::vector<std::string>())) {
+        std::puts(word.c_str());
+    }
+    return words ? DONE : REFUSED;
+}
+
 int run(int argc, char** argv)
 {
     CLI::App app{"Shows and changes a running simulated switch."};
@@ -107,7 +117,7 @@ int run(int argc, char** argv)
         }
         return name.empty() ? running_switch(port) : running_switch_named(name);
     };
-    add_verbs(app, [&](const Verb& verb, json request) {
+    const auto requests = add_verbs(app, [&](const Verb& verb, json request) {
         const std::string where = chosen();
         json result = ask_switch(where, request);
         print_result(verb, result, raw);
@@ -158,8 +168,8 @@ int run(int argc, char** argv)
     run_as_text(*scenario, [&] { play(file, speed, chosen()); });
     add_example(*scenario, "scenarios/fan-failure.toml --speed 2");
 
-    CLI::App* completion =
-        app.add_subcommand("completion", "Print a script for completion in bash");
+    CLI::App* completion = app.add_subcommand(
+        "completion", "Print a script that lets bash complete the words of chmctl");
     completion->group("Files");
     run_as_text(*completion, [] { std::fputs(bash_completion, stdout); });
     completion->footer("Example:\n  source <(chmctl completion)");
@@ -169,15 +179,12 @@ int run(int argc, char** argv)
     fleet->final_callback([&raw] { show_fleet(raw); });
 
     // For the script of bash_completion.
-    std::vector<std::string> words;
+    std::string line;
+    std::string word;
     CLI::App* complete = app.add_subcommand("complete", "Print completions of a word");
     complete->group("");
-    complete->add_option("WORDS", words, "The words so far");
-    complete->final_callback([&] {
-        for (const std::string& word : completions(app, words, chosen)) {
-            std::puts(word.c_str());
-        }
-    });
+    complete->add_option("LINE", line, "The command line up to the cursor")->required();
+    complete->add_option("WORD", word, "What a completion replaces of it")->required();
 
     CLI::App* check =
         app.add_subcommand("check", "Check a chassis file or a scenario; needs no switch");
@@ -195,6 +202,9 @@ int run(int argc, char** argv)
     }
     if (app.get_subcommands().empty()) {
         return complain("no command is given; see chmctl --help", WRONG_USAGE);
+    }
+    if (*complete) {
+        return print_completions(completions(app, requests, line, word.size(), chosen));
     }
     return std::fflush(stdout) == 0 ? DONE : complain("cannot write the result", REFUSED);
 }

@@ -67,6 +67,10 @@ def run(*command, **options):
                           env=ENVIRONMENT, timeout=60, **options)
 
 
+needs_terminal = pytest.mark.skipif(run("script", "-qec", "true", "/dev/null").returncode != 0,
+                                    reason="no pseudo-terminals")
+
+
 def wait_for(condition, what, seconds=20):
     """Polls until condition() holds, and returns what it gave."""
     deadline = time.monotonic() + seconds

@@ -10,7 +10,7 @@ import pytest
 
 from lab import (
     ALIAS, BUILD, DESCR, ENT_CONFIG_CHANGE, ENVIRONMENT, OPERATOR, READER, SOURCE, WRITER, TrapReceiver,
-    free_port, run, wait_for)
+    free_port, needs_terminal, run, wait_for)
 
 ENGINE_BOOTS = "1.3.6.1.6.3.10.2.1.2.0"
 
@@ -208,8 +208,7 @@ def test_the_check_shows_every_row(bring_up, tmp_path, name):
     assert announced == len(shown) == len(set(shown)) > 10
 
 
-@pytest.mark.skipif(run("script", "-qec", "true", "/dev/null").returncode != 0,
-                    reason="no pseudo-terminals")
+@needs_terminal
 def test_the_check_of_a_bare_chassis_fits_the_window(bring_up, tmp_path):
     chassis = tmp_path / "bare.toml"
     chassis.write_text('[chassis]\nserial = "S1"\nslots = 1\n[[module]]\nslot = 1\n')
