@@ -7,7 +7,6 @@ import subprocess
 import urllib.request
 from contextlib import ExitStack, contextmanager, suppress
 
-import pytest
 import yaml
 
 from lab import BUILD, ENVIRONMENT, SOURCE, Switch, free_port, needs, run, wait_for
@@ -52,7 +51,7 @@ def chassis_file(directory):
     return file
 
 
-def sooner(text):
+def shortened(text):
     """A configuration with every duration as short as the test needs it."""
     seconds = {"s": 1 / 60, "m": 1, "h": 60, "d": 1440}
     return re.sub(r"\b(\d+)([smhd])\b", lambda found:
@@ -93,7 +92,7 @@ def alertmanager(directory, targets):
         def start(*words):
             return servers.enter_context(server(directory, *words))
 
-        (directory / "rules.yml").write_text(sooner((CONFIGURATION / "rules.yml").read_text()))
+        (directory / "rules.yml").write_text(shortened((CONFIGURATION / "rules.yml").read_text()))
         exporter = start("prometheus-snmp-exporter", (CONFIGURATION / "snmp-flat.yml").read_text())
         manager = start("prometheus-alertmanager", (CONFIGURATION / "alertmanager.yml").read_text(),
                         "--cluster.listen-address=", "--storage.path=alerts")
@@ -102,7 +101,7 @@ def alertmanager(directory, targets):
                              ('"127.0.0.1:1161"', json.dumps(targets)[1:-1])):
             assert sample in text
             text = text.replace(sample, here)
-        configuration = yaml.safe_load(sooner(text))
+        configuration = yaml.safe_load(shortened(text))
         configuration["global"] = {"evaluation_interval": f"{MINUTE}s"}
         for job in configuration["scrape_configs"]:  # each reading takes a good part of a second
             job["scrape_interval"] = job["scrape_timeout"] = f"{2 * MINUTE}s"

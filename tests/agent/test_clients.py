@@ -161,6 +161,19 @@ def test_the_agent_hangs_on_an_answer_that_exceeds_the_clients_message_size():
             pytest.skip("this agent does not have the fault")
 
 
+@needs("collectd")
+def test_collectd_reads_every_table(switch, tmp_path):
+    configuration = tmp_path / "collectd.conf"
+    configuration.write_text((INTEGRATIONS / "collectd.conf").read_text().replace(
+        ":1161", f":{switch.port}"))
+    answer = run("collectd", "-T", "-C", configuration)
+    for what, column in (("if_octets-", "1.3.6.1.2.1.31.1.1.1.6"),
+                         ("gauge-reading-", f"{MAIN}.91.1.1.1.1.4"),
+                         ("gauge-status-", f"{MAIN}.117.1.2.1.1.2"),
+                         ("gauge-power ", f"{MAIN}.117.1.1.1.1.4")):
+        assert answer.stdout.count(f"lab-switch/snmp/{what}") == len(switch.walk(column)) > 0, what
+
+
 @needs(f"{PLUGINS}/check_snmp")
 def test_the_commands_for_nagios(switch):
     text = (INTEGRATIONS / "nagios.cfg").read_text()
