@@ -1,4 +1,4 @@
-"""SNMP clients other than the agent's own tools, as docs/clients.md tells to use them."""
+"""SNMP clients other than the agent's own tools, as docs/clients.md shows."""
 
 import re
 import shutil
@@ -15,7 +15,6 @@ from lab import (
 
 INTEGRATIONS, NPM = SOURCE / "integrations", SOURCE / "build/npm"
 PLUGINS = "/usr/lib/nagios/plugins"
-CHECK_SNMP = f"{PLUGINS}/check_snmp"
 MAIN = "1.3.6.1.4.1.32473.9"
 
 
@@ -162,11 +161,37 @@ def test_the_agent_hangs_on_an_answer_that_exceeds_the_clients_message_size():
             pytest.skip("this agent does not have the fault")
 
 
-@needs(CHECK_SNMP)
-def test_a_monitoring_plugin_judges_the_modules(switch):
-    for verb, status, word in (("repair", 0, "OK"), ("fail", 2, "CRITICAL")):
-        switch.order(verb, "1002")
-        answer = run(CHECK_SNMP, "-H", "127.0.0.1", "-p", switch.port, "-P", "3", "-L",
-                     "authNoPriv", "-U", "monitor", "-a", "SHA", "-A", "lab-authentication",
-                     "-o", f"{MAIN}.117.1.2.1.1.2.1002", "-c", "2:2")
-        assert (answer.returncode, answer.stdout.split(" ")[1]) == (status, word)
+@needs("collectd")
+def test_collectd_reads_every_table(switch, tmp_path):
+    configuration = tmp_path / "collectd.conf"
+    configuration.write_text((INTEGRATIONS / "collectd.conf").read_text().replace(
+        ":1161", f":{switch.port}"))
+    answer = run("collectd", "-T", "-C", configuration)
+    for what, column in (("if_octets-", "1.3.6.1.2.1.31.1.1.1.6"),
+                         ("gauge-reading-", f"{MAIN}.91.1.1.1.1.4"),
+                         ("gauge-status-", f"{MAIN}.117.1.2.1.1.2"),
+                         ("gauge-power ", f"{MAIN}.117.1.1.1.1.4")):
+        assert answer.stdout.count(f"lab-switch/snmp/{what}") == len(switch.walk(column)) > 0, what
+
+
+@needs(f"{PLUGINS}/check_snmp")
+def test_the_commands_for_nagios(switch):
+    text = (INTEGRATIONS / "nagios.cfg").read_text()
+    commands = dict(re.findall(r"command_name +(\S+)\n +command_line +(.*)", text))
+
+    def judge(check):
+        name, *arguments = check.split("!")
+        line = commands[name]
+        for macro, value in (("USER1", PLUGINS), ("HOSTADDRESS", "127.0.0.1"),
+                             ("_HOSTSNMPPORT", switch.port),
+                             *((f"ARG{n}", value) for n, value in enumerate(arguments, start=1))):
+            line = line.replace(f"${macro}$", str(value))
+        return run(*line.split()).returncode
+
+    checks = re.findall(r"check_command +(.*)", text)
+    for verb, reading, light, statuses in (("repair", "45", "auto", [0, 0, 0, 0, 0]),
+                                           ("fail", "66", "none", [0, 2, 2, 1, 2])):
+        for words in ([verb, "1003"], [verb, "Fan 1/1"], ["set", "21654", "reading", reading],
+                      ["set", "Ethernet1/1", "receive-power", light]):
+            switch.order(*words)
+        wait_for(lambda: [judge(check) for check in checks] == statuses, f"verdicts {statuses}")
