@@ -147,9 +147,10 @@ int run(int argc, char** argv)
         ->type_name("SECONDS")
         ->check(CLI::Range(0.1, 3600.0))
         ->capture_default_str();
-    auto* counted = view->add_option("--count", count, "Number of updates; by default until Ctrl-C")
-                        ->type_name("N")
-                        ->check(CLI::PositiveNumber);
+    auto* counted =
+        view->add_option("--count", count, "Number of updates; by default until q or Ctrl-C")
+            ->type_name("N")
+            ->check(CLI::PositiveNumber);
     view->add_flag_callback(
             "--once", [&] { count = 1; }, "Show the state once")
         ->excludes(counted);

@@ -22,9 +22,10 @@ using Words = std::vector<std::string>;
 
 /// A command line up to the cursor.
 struct Line {
-    Words words = {""};      ///< without their quoting; the last one is to be completed
+    Words words = {""};      ///< without their quoting; the first one is the command itself
+    std::string start{};     ///< of the last word, which is to be completed and not in `words`
     char quote = '\0';       ///< the one that is open at the end
-    size_t kept = 0;         ///< bytes of the last word before what a completion replaces
+    size_t kept = 0;         ///< bytes of `start` before what a completion replaces
     bool redirected = false; ///< the last word is the file of a redirection
 };
 
@@ -65,8 +66,10 @@ Line read_line(const std::string& line, size_t replaced)
         }
         in_word = !ends_word;
     }
+    read.start = std::move(read.words.back());
+    read.words.pop_back();
     if (replaced == 0) {
-        read.kept = read.words.back().size();
+        read.kept = read.start.size();
     }
     return read;
 }
@@ -170,6 +173,20 @@ Words values_of(const CLI::Option& option, const CommandRequest& request,
     }
 }
 
+/// Those of some words that complete a line, as far as they are new to it. @param prefix of each
+Words finished(const Line& line, const std::string& prefix, const Words& all)
+{
+    Words found;
+    for (const std::string& one : all) {
+        std::string word = prefix;
+        word += one;
+        if (sim::is_same_name(word.substr(0, line.start.size()), line.start)) {
+            found.push_back(quoted(word.substr(line.kept), line.quote));
+        }
+    }
+    return found;
+}
+
 } // namespace
 
 std::optional<std::vector<std::string>>
@@ -180,46 +197,35 @@ completions(CLI::App& app, const std::map<const CLI::App*, Arguments>& requests,
     if (read.redirected) {
         return std::nullopt;
     }
-    const std::string& start = read.words.back();
-    // The first word is chmctl itself.
-    Words words(read.words.begin() + (read.words.size() > 1 ? 1 : 0), read.words.end() - 1);
+    Words words(read.words.begin() + (read.words.empty() ? 0 : 1), read.words.end());
     // An option and its value may be one word.
-    const size_t equals = start.starts_with("--") ? start.find('=') : std::string::npos;
-    const std::string option = equals == std::string::npos ? "" : start.substr(0, equals);
-    if (!option.empty()) {
-        words.push_back(option);
+    const size_t equals = read.start.starts_with("--") ? read.start.find('=') : std::string::npos;
+    const std::string prefix = equals == std::string::npos ? "" : read.start.substr(0, equals + 1);
+    if (!prefix.empty()) {
+        words.push_back(read.start.substr(0, equals));
     }
 
     const std::string last = words.empty() ? "" : words.back();
     CLI::App* command = &parse(app, {words.begin(), words.end() - (words.empty() ? 0 : 1)});
     const CLI::Option* awaited = option_named(*command, last);
-    Words all;
     if (awaited == nullptr) {
         command = &parse(app, words);
-        if (start.starts_with('-')) {
-            all = options_of(*command);
-        } else if (command == &app) {
-            all = verbs_of(app);
-        } else {
-            awaited = next_positional(*command);
+        if (read.start.starts_with('-')) {
+            return finished(read, "", options_of(*command));
         }
-    }
-    if (awaited != nullptr) {
-        if (awaited->get_name() == "FILE" || awaited->get_name() == "--socket") {
-            return std::nullopt;
+        if (command == &app) {
+            return finished(read, "", verbs_of(app));
         }
-        const auto request = requests.find(command);
-        all = values_of(*awaited, request == requests.end() ? CommandRequest{} : *request->second,
-                        find);
+        awaited = next_positional(*command);
     }
-
-    Words found;
-    for (const std::string& one : all) {
-        std::string word = option.empty() ? "" : option + "=";
-        word += one;
-        if (sim::is_same_name(word.substr(0, start.size()), start)) {
-            found.push_back(quoted(word.substr(read.kept), read.quote));
-        }
+    if (awaited == nullptr) {
+        return Words();
     }
-    return found;
+    if (awaited->get_name() == "FILE" || awaited->get_name() == "--socket") {
+        return std::nullopt;
+    }
+    const auto request = requests.find(command);
+    return finished(
+        read, prefix,
+        values_of(*awaited, request == requests.end() ? CommandRequest{} : *request->second, find));
 }

@@ -112,7 +112,8 @@ Screen::Wake Screen::wait(double seconds)
     sigdelset(&mask, SIGWINCH);
     while (true) {
         const nanoseconds left = std::max<nanoseconds>(end - steady_clock::now(), 0ns);
-        const timespec patience{.tv_sec = left / 1s, .tv_nsec = left % 1s / 1ns};
+        const timespec patience{.tv_sec = static_cast<time_t>(left / 1s),
+                                .tv_nsec = static_cast<long>(left % 1s / 1ns)};
         pollfd keys{.fd = usual_mode ? STDIN_FILENO : -1, .events = POLLIN, .revents = 0};
         const int ready = ppoll(&keys, 1, &patience, &mask);
         if (ready <= 0) {

@@ -145,7 +145,7 @@ Section notifications_section(const json& notifications)
 {
     constexpr size_t date = std::string_view("2000-01-01T").size();
     constexpr size_t time = std::string_view("00:00:00").size();
-    Section section{"Last notifications", {}};
+    Section section{"Last notifications (UTC)", {}};
     for (auto one = notifications.rbegin(); one != notifications.rend(); ++one) {
         section.rows.push_back({text_of(*one, "time").substr(date, time), notification_name(*one),
                                 text_of(*one, "about")});

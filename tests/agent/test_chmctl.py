@@ -201,6 +201,7 @@ def test_scenarios_play_and_notify(switch):
     fan = next(one for one in sent if one["name"] == "qefcFanTrayStatusChange")
     assert (fan["about"], fan["bindings"]) == (
         "Fan tray 1", [{"name": "qefcFanTrayStatus.3001", "value": "4"}])
+    assert ("linkDown", "Ethernet") in {(one["name"], one["about"][:8]) for one in sent}
     command = [BUILD / "bin/chmctl", "--socket", switch.control, "notifications", "--follow"]
     with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as following:
         changes = (line for line in following.stdout if "  entConfigChange" in line)

@@ -88,11 +88,15 @@ def test_what_a_killed_one_left_is_no_obstacle(bring_up, ready, runtime):
 def test_it_shows_notifications_by_name_and_the_death_of_its_agent(ready, runtime):
     run(SOURCE / "scripts/with-mibs", BUILD, "true")  # has the base modules installed
     process, state = ready()
+    agent = int((state / "snmpd.pid").read_text())
     run(BUILD / "bin/chmctl", "--socket", state / "control", "pull", "Module 3")
+    assert " coldStart " in next(process.stdout)
     shown = next(line for line in process.stdout if " qefcFRURemoved " in line)
     assert re.fullmatch(r"[\d:]{8} qefcFRURemoved \| entPhysicalContainedIn.1003 = 103 \| "
                         r"entPhysicalDescr.1003 = .* \| entPhysicalName.103 = Slot 3\n", shown)
-    os.kill(int((state / "snmpd.pid").read_text()), signal.SIGKILL)
+    os.kill(agent, signal.SIGHUP)
+    assert any(" nsNotifyRestart " in line for line in process.stdout)
+    os.kill(agent, signal.SIGKILL)
     _, err = process.communicate(timeout=20)
     assert process.returncode == 1 and "snmpd has ended by itself" in err
     assert not os.listdir(runtime)
