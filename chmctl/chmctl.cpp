@@ -178,6 +178,7 @@ int run(int argc, char** argv)
     CLI::App* fleet = app.add_subcommand("fleet", "Show all running switches of this user");
     fleet->group("Views and scenarios");
     fleet->final_callback([&raw] { show_fleet(raw); });
+    fleet->footer("Example:\n  chmctl fleet");
 
     // For the script of bash_completion.
     std::string line;
