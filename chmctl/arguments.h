@@ -7,12 +7,17 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 /// The request that the arguments of a command make.
-using Arguments = std::shared_ptr<nlohmann::json>;
+struct CommandRequest {
+    nlohmann::json values;
+    std::map<const CLI::Option*, std::string> keys{}; ///< of the arguments in `values`
+};
+using Arguments = std::shared_ptr<CommandRequest>;
 
 /// The names in one of the switch's tables, in its order.
 template <typename Table>
@@ -30,8 +35,10 @@ template <typename Value>
 CLI::Option* add_argument(CLI::App& command, const std::string& option, const Arguments& arguments,
                           const char* key, const std::string& help)
 {
-    return command.add_option_function<Value>(
-        option, [=](const Value& value) { (*arguments)[key] = value; }, help);
+    CLI::Option* added = command.add_option_function<Value>(
+        option, [=](const Value& value) { arguments->values[key] = value; }, help);
+    arguments->keys[added] = key;
+    return added;
 }
 
 /// Adds an argument that is a name or a number.

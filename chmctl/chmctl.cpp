@@ -14,6 +14,7 @@
 #include <csignal>
 #include <cstdio>
 #include <functional>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -79,6 +80,15 @@ void print_result(const Verb& verb, const json& result, bool raw)
     std::fflush(stdout);
 }
 
+/// Prints completions, each on a line. Fails where a file is to be named.
+int print_completions(const std::optional<std::vector<std::string>>& words)
+{
+    for (const std::string& word : words.value_or(std::vector<std::string>())) {
+        std::puts(word.c_str());
+    }
+    return words ? DONE : REFUSED;
+}
+
 int run(int argc, char** argv)
 {
     CLI::App app{"Shows and changes a running simulated switch."};
@@ -107,7 +117,7 @@ int run(int argc, char** argv)
         }
         return name.empty() ? running_switch(port) : running_switch_named(name);
     };
-    add_verbs(app, [&](const Verb& verb, json request) {
+    const auto requests = add_verbs(app, [&](const Verb& verb, json request) {
         const std::string where = chosen();
         json result = ask_switch(where, request);
         print_result(verb, result, raw);
@@ -137,9 +147,10 @@ int run(int argc, char** argv)
         ->type_name("SECONDS")
         ->check(CLI::Range(0.1, 3600.0))
         ->capture_default_str();
-    auto* counted = view->add_option("--count", count, "Number of updates; by default until Ctrl-C")
-                        ->type_name("N")
-                        ->check(CLI::PositiveNumber);
+    auto* counted =
+        view->add_option("--count", count, "Number of updates; by default until q or Ctrl-C")
+            ->type_name("N")
+            ->check(CLI::PositiveNumber);
     view->add_flag_callback(
             "--once", [&] { count = 1; }, "Show the state once")
         ->excludes(counted);
@@ -158,8 +169,8 @@ int run(int argc, char** argv)
     run_as_text(*scenario, [&] { play(file, speed, chosen()); });
     add_example(*scenario, "scenarios/fan-failure.toml --speed 2");
 
-    CLI::App* completion =
-        app.add_subcommand("completion", "Print a script for completion in bash");
+    CLI::App* completion = app.add_subcommand(
+        "completion", "Print a script that lets bash complete the words of chmctl");
     completion->group("Files");
     run_as_text(*completion, [] { std::fputs(bash_completion, stdout); });
     completion->footer("Example:\n  source <(chmctl completion)");
@@ -167,17 +178,15 @@ int run(int argc, char** argv)
     CLI::App* fleet = app.add_subcommand("fleet", "Show all running switches of this user");
     fleet->group("Views and scenarios");
     fleet->final_callback([&raw] { show_fleet(raw); });
+    fleet->footer("Example:\n  chmctl fleet");
 
     // For the script of bash_completion.
-    std::vector<std::string> words;
+    std::string line;
+    std::string word;
     CLI::App* complete = app.add_subcommand("complete", "Print completions of a word");
     complete->group("");
-    complete->add_option("WORDS", words, "The words so far");
-    complete->final_callback([&] {
-        for (const std::string& word : completions(app, words, chosen)) {
-            std::puts(word.c_str());
-        }
-    });
+    complete->add_option("LINE", line, "The command line up to the cursor")->required();
+    complete->add_option("WORD", word, "What a completion replaces of it")->required();
 
     CLI::App* check =
         app.add_subcommand("check", "Check a chassis file or a scenario; needs no switch");
@@ -195,6 +204,9 @@ int run(int argc, char** argv)
     }
     if (app.get_subcommands().empty()) {
         return complain("no command is given; see chmctl --help", WRONG_USAGE);
+    }
+    if (*complete) {
+        return print_completions(completions(app, requests, line, word.size(), chosen));
     }
     return std::fflush(stdout) == 0 ? DONE : complain("cannot write the result", REFUSED);
 }

@@ -1,150 +1,231 @@
 #include "completion.h"
 
-#include "model/fault.h"
 #include "output.h"
 #include "switch_client.h"
-#include "verb.h"
 
 #include <algorithm>
 
 using nlohmann::json;
 
+// Readline replaces the second argument. The command fails where a file is to be named.
 const char* const bash_completion = R"(_chmctl() {
-    local IFS=$'\n' word
-    COMPREPLY=()
-    for word in $("${COMP_WORDS[0]}" complete -- "${COMP_WORDS[@]:1:COMP_CWORD}" 2>/dev/null); do
-        COMPREPLY+=("$word")
-    done
+    local words
+    words=$("$1" complete -- "${COMP_LINE:0:COMP_POINT}" "$2" 2>/dev/null) || compopt -o default
+    [[ -z $words ]] || mapfile -t COMPREPLY <<<"$words"
 }
-complete -o default -F _chmctl chmctl
+complete -F _chmctl chmctl
 )";
 
 namespace {
 
-/// A word as typed so far, its quoting taken away.
-std::string unquoted(std::string word)
+using Words = std::vector<std::string>;
+
+/// A command line up to the cursor.
+struct Line {
+    Words words = {""};      ///< without their quoting; the first one is the command itself
+    std::string start{};     ///< of the last word, which is to be completed and not in `words`
+    char quote = '\0';       ///< the one that is open at the end
+    size_t kept = 0;         ///< bytes of `start` before what a completion replaces
+    bool redirected = false; ///< the last word is the file of a redirection
+};
+
+constexpr std::string_view specials_in_quotes = "\\\"$`";
+
+bool in(std::string_view characters, char c)
 {
-    std::erase_if(word, [](char c) { return c == '"' || c == '\'' || c == '\\'; });
-    return word;
+    return characters.find(c) != std::string_view::npos;
 }
 
-/// A word as a shell reads it back.
-std::string quoted(const std::string& word)
+Line read_line(const std::string& line, size_t replaced)
 {
-    std::string text;
-    for (const char c : word) {
-        if (std::string_view(" \t\"'\\$`&|;<>()*?[]#~!{}").find(c) != std::string_view::npos) {
-            text += '\\';
+    Line read;
+    bool in_word = false;
+    for (size_t i = 0; i < line.size(); ++i) {
+        std::string& word = read.words.back();
+        if (i + replaced == line.size()) {
+            read.kept = word.size();
         }
-        text += c;
+        const char c = line[i];
+        const char next = i + 1 < line.size() ? line[i + 1] : '\0';
+        const bool open = read.quote != '\0';
+        const bool escapes = c == '\\' && (read.quote == '\0' ||
+                                           (read.quote == '"' && in(specials_in_quotes, next)));
+        const bool ends_word = !open && in(" \t<>", c);
+        if (escapes && next != '\0') {
+            word += next;
+            ++i;
+        } else if (open ? c == read.quote : in("'\"", c)) {
+            read.quote = open ? '\0' : c;
+        } else if (ends_word && (read.redirected || in("<>", c))) {
+            word.clear(); // a file, or the number of a descriptor
+            read.redirected = in("<>", c) || !in_word;
+        } else if (ends_word && in_word) {
+            read.words.emplace_back();
+        } else if (!ends_word && !escapes) {
+            word += c;
+        }
+        in_word = !ends_word;
     }
-    return text;
+    read.start = std::move(read.words.back());
+    read.words.pop_back();
+    if (replaced == 0) {
+        read.kept = read.start.size();
+    }
+    return read;
 }
 
-std::vector<std::string> entity_names(const std::function<std::string()>& find)
+/// A text as a shell reads it back, within a quote that is open.
+std::string quoted(const std::string& text, char quote)
 {
-    std::vector<std::string> names;
+    if (quote == '\'') {
+        return CLI::detail::find_and_replace(text, "'", R"('\'')");
+    }
+    const std::string_view special =
+        quote == '"' ? specials_in_quotes : " \t\"'\\$`&|;<>()*?[]#~!{}";
+    std::string result;
+    for (const char c : text) {
+        result.append(in(special, c) ? 1 : 0, '\\');
+        result += c;
+    }
+    return result;
+}
+
+/// Sets the options as the words do, and runs nothing. @return the command that they give
+CLI::App& parse(CLI::App& app, Words words)
+{
+    for (CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+        command->final_callback(nullptr);
+    }
+    std::ranges::reverse(words); // as the parser takes them
     try {
-        for (const json& entity : ask_switch(find(), {{"verb", "inventory"}})) {
-            names.push_back(text_of(entity, "name"));
+        app.parse(std::move(words));
+    } catch (const CLI::Error&) {
+        // Most lines are not complete.
+    }
+    const auto given = app.get_subcommands();
+    return given.empty() ? app : *given.front();
+}
+
+/// The option of a name that takes a value, or null.
+const CLI::Option* option_named(const CLI::App& command, const std::string& name)
+{
+    const CLI::Option* option = nullptr;
+    for (const CLI::App* app = &command; app != nullptr && option == nullptr;
+         app = app->get_parent()) {
+        option = name.starts_with("--") ? app->get_option_no_throw(name) : nullptr;
+    }
+    return option != nullptr && option->get_expected_max() > 0 ? option : nullptr;
+}
+
+const CLI::Option* next_positional(const CLI::App& command)
+{
+    const auto options = command.get_options(
+        [](const CLI::Option* option) { return option->get_positional() && option->count() == 0; });
+    return options.empty() ? nullptr : options.front();
+}
+
+Words verbs_of(const CLI::App& app)
+{
+    Words names;
+    for (const CLI::App* one : app.get_subcommands([](const CLI::App*) { return true; })) {
+        if (!one->get_group().empty()) { // else it is hidden
+            names.push_back(one->get_name());
         }
-    } catch (const std::exception&) {
-        names.clear(); // no completions
     }
     return names;
 }
 
-/// The values that an argument may have, from the check that its help shows, or the entities.
-std::vector<std::string> values_of(const CLI::Option& option,
-                                   const std::function<std::string()>& find)
+/// The options that a command may still be given.
+Words options_of(const CLI::App& command)
 {
-    const std::string name = option.get_name();
-    if (name == "ENTITY" || name == "UNIT" || name == "PLACE" || name == "PORT") {
-        return entity_names(find);
+    Words names;
+    for (const CLI::App* app = &command; app != nullptr; app = app->get_parent()) {
+        for (const CLI::Option* option : app->get_options()) {
+            if (!option->get_positional() && option->count() == 0) {
+                names.push_back(option->get_name());
+            }
+        }
     }
-    if (name == "REQUEST") {
-        return keys_of(sim::request_names);
-    }
-    if (name == "FIELD") {
-        return settable_fields();
-    }
+    return names;
+}
+
+/// The values of an argument, from the check that its help shows or from the switch.
+Words values_of(const CLI::Option& option, const CommandRequest& request,
+                const std::function<std::string()>& find)
+{
     const std::string type = option.get_type_name();
     const size_t start = type.find('{');
-    const size_t end = type.find('}');
-    std::vector<std::string> values;
-    if (start != std::string::npos && end != std::string::npos) {
-        values = CLI::detail::split(type.substr(start + 1, end - start - 1), ',');
+    if (start != std::string::npos) {
+        return CLI::detail::split(type.substr(start + 1, type.find('}') - start - 1), ',');
     }
-    return values;
+    const auto key = request.keys.find(&option);
+    if (key == request.keys.end()) {
+        return {};
+    }
+    try {
+        const json question = {
+            {"verb", "choices"}, {"for", request.values}, {"argument", key->second}};
+        auto values = ask_switch(find(), question).get<Words>();
+        std::ranges::transform(values, values.begin(), printable);
+        return values;
+    } catch (const std::exception&) {
+        return {}; // a line that is to be completed is no place for an error
+    }
 }
 
-const CLI::App* verb_named(const CLI::App& app, const std::string& word)
+/// Those of some words that complete a line, as far as they are new to it. @param prefix of each
+Words finished(const Line& line, const std::string& prefix, const Words& all)
 {
-    const auto found =
-        app.get_subcommands([&](const CLI::App* one) { return one->check_name(word); });
-    return found.empty() ? nullptr : found.front();
-}
-
-const CLI::Option* option_named(const CLI::App& app, const std::string& word)
-{
-    return word.starts_with("--") ? app.get_option_no_throw(word) : nullptr;
+    Words found;
+    for (const std::string& one : all) {
+        std::string word = prefix;
+        word += one;
+        if (sim::is_same_name(word.substr(0, line.start.size()), line.start)) {
+            found.push_back(quoted(word.substr(line.kept), line.quote));
+        }
+    }
+    return found;
 }
 
 } // namespace
 
-std::vector<std::string> completions(const CLI::App& app, const std::vector<std::string>& words,
-                                     std::function<std::string()> find)
+std::optional<std::vector<std::string>>
+completions(CLI::App& app, const std::map<const CLI::App*, Arguments>& requests,
+            const std::string& line, size_t replaced, const std::function<std::string()>& find)
 {
-    const CLI::App* command = &app;
-    const CLI::Option* awaited = nullptr; // the option whose value comes next
-    size_t positional = 0;
-    for (size_t i = 0; i + 1 < words.size(); ++i) {
-        const CLI::Option* option = option_named(*command, words[i]);
-        option = option == nullptr ? option_named(app, words[i]) : option;
-        if (awaited != nullptr) {
-            if (awaited->get_name() == "--socket") {
-                find = [socket = unquoted(words[i])] { return socket; };
-            } else if (awaited->get_name() == "--port") {
-                find = [port = words[i]] {
-                    return running_switch(static_cast<uint32_t>(std::stoul(port)));
-                };
-            }
-            awaited = nullptr;
-        } else if (option != nullptr) {
-            awaited = option->get_expected_max() > 0 ? option : nullptr;
-        } else if (const CLI::App* verb = verb_named(*command, words[i]); verb != nullptr) {
-            command = verb;
-        } else {
-            ++positional;
-        }
+    const Line read = read_line(line, replaced);
+    if (read.redirected) {
+        return std::nullopt;
     }
-    const std::string start = words.empty() ? "" : unquoted(words.back());
-    const auto verbs = command->get_subcommands([](const CLI::App*) { return true; });
-    std::vector<std::string> all;
-    if (awaited != nullptr) {
-        all = values_of(*awaited, find);
-    } else if (start.starts_with("-")) {
-        for (const CLI::App* one : {command, &app}) {
-            for (const CLI::Option* option : one->get_options()) {
-                all.push_back(option->get_positional() ? "" : option->get_name());
-            }
-        }
-    } else if (!verbs.empty()) {
-        for (const CLI::App* one : verbs) {
-            all.push_back(one->get_group().empty() ? "" : one->get_name());
-        }
-    } else {
-        for (const CLI::Option* option : command->get_options()) {
-            if (option->get_positional() && positional-- == 0) {
-                all = values_of(*option, find);
-                break;
-            }
-        }
+    Words words(read.words.begin() + (read.words.empty() ? 0 : 1), read.words.end());
+    // An option and its value may be one word.
+    const size_t equals = read.start.starts_with("--") ? read.start.find('=') : std::string::npos;
+    const std::string prefix = equals == std::string::npos ? "" : read.start.substr(0, equals + 1);
+    if (!prefix.empty()) {
+        words.push_back(read.start.substr(0, equals));
     }
-    std::erase_if(all,
-                  [&](const std::string& one) { return one.empty() || !one.starts_with(start); });
-    std::ranges::sort(all);
-    all.erase(std::unique(all.begin(), all.end()), all.end());
-    std::ranges::transform(all, all.begin(), quoted);
-    return all;
+
+    const std::string last = words.empty() ? "" : words.back();
+    CLI::App* command = &parse(app, {words.begin(), words.end() - (words.empty() ? 0 : 1)});
+    const CLI::Option* awaited = option_named(*command, last);
+    if (awaited == nullptr) {
+        command = &parse(app, words);
+        if (read.start.starts_with('-')) {
+            return finished(read, "", options_of(*command));
+        }
+        if (command == &app) {
+            return finished(read, "", verbs_of(app));
+        }
+        awaited = next_positional(*command);
+    }
+    if (awaited == nullptr) {
+        return Words();
+    }
+    if (awaited->get_name() == "FILE" || awaited->get_name() == "--socket") {
+        return std::nullopt;
+    }
+    const auto request = requests.find(command);
+    return finished(
+        read, prefix,
+        values_of(*awaited, request == requests.end() ? CommandRequest{} : *request->second, find));
 }

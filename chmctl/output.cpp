@@ -5,41 +5,99 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <cwchar>
+#include <locale.h>
+#include <numeric>
+#include <string_view>
 #include <unistd.h>
 
 using nlohmann::json;
 
 namespace {
 
-bool has_colours()
+/// The value of a variable of the environment, empty if there is none.
+std::string_view environment(const char* name)
 {
-    const auto is_set = [](const char* value) { return value != nullptr && *value != '\0'; };
-    const char* terminal = std::getenv("TERM");
-    return isatty(STDOUT_FILENO) == 1 && !is_set(std::getenv("NO_COLOR")) && is_set(terminal) &&
-           std::strcmp(terminal, "dumb") != 0;
+    const char* value = std::getenv(name);
+    return value == nullptr ? "" : value;
 }
 
-/// Columns that a UTF-8 text takes, its colours left out.
+/// A character of a text, or what sets a colour.
+struct Character {
+    size_t bytes;
+    int columns; ///< that it takes, negative for what a terminal cannot show
+};
+
+Character character_at(const std::string& text, size_t at)
+{
+    static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    const size_t end = text.find('m', at);
+    if (text.compare(at, 2, "\x1b[") == 0 && end != std::string::npos) {
+        return {end + 1 - at, 0};
+    }
+    const locale_t before = uselocale(utf8);
+    wchar_t character = 0;
+    mbstate_t state{};
+    const size_t bytes = std::mbrtowc(&character, text.data() + at, text.size() - at, &state);
+    const bool valid = bytes != 0 && bytes <= text.size() - at;
+    const Character result = valid ? Character{bytes, wcwidth(character)} : Character{1, -1};
+    uselocale(before);
+    return result;
+}
+
+/// Columns that a text takes.
 size_t width(const std::string& text)
 {
     size_t columns = 0;
-    bool escape = false;
-    for (const char c : text) {
-        escape = escape || c == '\x1b';
-        columns += !escape && (c & 0xc0) != 0x80 ? 1 : 0;
-        escape = escape && c != 'm';
+    for (size_t at = 0; at < text.size();) {
+        const Character character = character_at(text, at);
+        columns += static_cast<size_t>(std::max(character.columns, 0));
+        at += character.bytes;
     }
     return columns;
 }
 
 } // namespace
 
-std::string printable(std::string text)
+std::string printable(const std::string& text)
 {
-    std::ranges::replace_if(
-        text, [](unsigned char c) { return c < ' ' || c == 0x7f; }, '?');
-    return text;
+    std::string result;
+    for (size_t at = 0; at < text.size();) {
+        const Character character = text[at] == '\x1b' ? Character{1, -1} : character_at(text, at);
+        result += character.columns < 0 ? "?" : text.substr(at, character.bytes);
+        at += character.bytes;
+    }
+    return result;
+}
+
+bool is_screen()
+{
+    const std::string_view terminal = environment("TERM");
+    return isatty(STDOUT_FILENO) == 1 && !terminal.empty() && terminal != "dumb";
+}
+
+std::string fitted(const std::string& text, size_t columns)
+{
+    const size_t whole = width(text);
+    if (whole <= columns) {
+        return text + std::string(columns - whole, ' ');
+    }
+    std::string result;
+    size_t room = columns - std::min<size_t>(columns, 1); // the last one shows the cut
+    bool coloured = false;
+    for (size_t at = 0; at < text.size();) {
+        const Character character = character_at(text, at);
+        const auto taken = static_cast<size_t>(std::max(character.columns, 0));
+        if (taken > room) {
+            break;
+        }
+        coloured = coloured || text[at] == '\x1b';
+        result += text.substr(at, character.bytes);
+        room -= taken;
+        at += character.bytes;
+    }
+    result += columns == 0 ? "" : "…";
+    return result + (coloured ? "\x1b[0m" : "") + std::string(room, ' ');
 }
 
 std::string text_of(const json& object, const char* key)
@@ -62,6 +120,22 @@ std::string status_of(const json& object, const char* key)
         return paint(Paint::bad, status);
     }
     return paint(is(EntityStatus::starting) ? Paint::warning : Paint::faint, status);
+}
+
+std::string role_of(const json& unit)
+{
+    for (const char* role : {"active", "standby"}) {
+        if (unit.at(role).get<bool>()) {
+            return role;
+        }
+    }
+    return "";
+}
+
+std::string notification_name(const json& notification)
+{
+    const std::string name = text_of(notification, "name");
+    return name.empty() ? text_of(notification, "oid") : name;
 }
 
 std::string right_aligned(uint32_t number, size_t columns)
@@ -88,7 +162,7 @@ std::string quantity(const json& value, const std::string& unit)
 
 std::string paint(Paint paint, const std::string& text)
 {
-    static const bool coloured = has_colours();
+    static const bool coloured = is_screen() && environment("NO_COLOR").empty();
     // In the order of Paint.
     constexpr const char* codes[] = {"32", "33", "31", "2", "1"};
     return coloured
@@ -105,13 +179,28 @@ void Columns::add(std::vector<std::string> line)
     lines_.push_back(std::move(line));
 }
 
+std::vector<std::string> Columns::lines(size_t most) const
+{
+    std::vector<size_t> widths = widths_;
+    const size_t gaps = 2 * (widths.size() - std::min<size_t>(widths.size(), 1));
+    const auto total = [&] { return std::accumulate(widths.begin(), widths.end(), gaps); };
+    while (total() > most && *std::ranges::max_element(widths) > 1) {
+        --*std::ranges::max_element(widths);
+    }
+    std::vector<std::string> result;
+    for (const auto& line : lines_) {
+        std::string& text = result.emplace_back();
+        for (size_t i = 0; i < line.size(); ++i) {
+            text += fitted(line[i], widths[i]) + "  ";
+        }
+        text.erase(text.find_last_not_of(' ') + 1);
+    }
+    return result;
+}
+
 void Columns::print() const
 {
-    for (const auto& line : lines_) {
-        std::string text;
-        for (size_t i = 0; i < line.size(); ++i) {
-            text += line[i] + std::string(widths_[i] - width(line[i]) + 2, ' ');
-        }
-        std::puts(text.substr(0, text.find_last_not_of(' ') + 1).c_str());
+    for (const std::string& line : lines()) {
+        std::puts(line.c_str());
     }
 }

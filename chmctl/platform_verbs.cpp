@@ -51,10 +51,8 @@ void print_status(const json& status)
 void print_notifications(const json& notifications)
 {
     for (const json& one : notifications) {
-        const std::string name = text_of(one, "name");
         const std::string about = text_of(one, "about");
-        std::printf("%s  %s%s%s\n", text_of(one, "time").c_str(),
-                    name.empty() ? text_of(one, "oid").c_str() : name.c_str(),
+        std::printf("%s  %s%s%s\n", text_of(one, "time").c_str(), notification_name(one).c_str(),
                     about.empty() ? "" : "  ", about.c_str());
         for (const json& binding : one.at("bindings")) {
             std::printf("    %s = %s\n", text_of(binding, "name").c_str(),
@@ -106,7 +104,7 @@ void trace_options(CLI::App& command, const Arguments& arguments)
 
 void history_options(CLI::App& command, const Arguments& arguments)
 {
-    (*arguments)["last"] = 50;
+    arguments->values["last"] = 50;
     add_argument<uint32_t>(command, "--last", arguments, "last", "Number of records")
         ->type_name("N")
         ->default_str("50");
@@ -115,7 +113,8 @@ void history_options(CLI::App& command, const Arguments& arguments)
 void follow_option(CLI::App& command, const Arguments& arguments)
 {
     command.add_flag_callback(
-        "--follow", [=] { (*arguments)["after"] = 0; }, "Also show those to come, until Ctrl-C");
+        "--follow", [=] { arguments->values["after"] = 0; },
+        "Also show those to come, until Ctrl-C");
 }
 
 void fault_options(CLI::App& command, const Arguments& arguments)

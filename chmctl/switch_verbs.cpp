@@ -46,7 +46,7 @@ void print_terminals(const json& messages)
 
 void switchover_options(CLI::App& command, const Arguments& arguments)
 {
-    (*arguments)["reason"] = sim::switchover_requested;
+    arguments->values["reason"] = sim::switchover_requested;
     add_argument<int32_t>(command, "--reason", arguments, "reason",
                           "Reason code of the high-availability manager")
         ->type_name("CODE")

@@ -45,7 +45,7 @@ void print_units(const json& units)
         columns.add({right_aligned(unit.at("index").get<uint32_t>(), 5), text_of(unit, "name"),
                      status_of(unit, "status"), text_of(unit, "admin-status"),
                      right_aligned(unit.at("watts").get<uint32_t>(), 6),
-                     unit.at("active").get<bool>() ? "active supervisor" : ""});
+                     role_of(unit).empty() ? "" : role_of(unit) + " supervisor"});
     }
     columns.print();
 }
@@ -133,19 +133,5 @@ constexpr Verb unit_table[] = {
 };
 
 } // namespace
-
-std::vector<std::string> settable_fields()
-{
-    std::vector<std::string> fields = {"reading", "output", "type-code", "supervisor-state"};
-    for (const sim::EntityText& text : sim::entity_texts) {
-        if (sim::chmctl_sets(text)) {
-            fields.emplace_back(text.key);
-        }
-    }
-    for (const auto& keys : {keys_of(sim::quantities), keys_of(sim::led_names)}) {
-        fields.insert(fields.end(), keys.begin(), keys.end());
-    }
-    return fields;
-}
 
 const VerbGroup unit_verbs{"Chassis and units", unit_table};

@@ -4,6 +4,7 @@
 #include "arguments.h"
 
 #include <functional>
+#include <map>
 #include <span>
 
 /// A command that sends a request: its verb, its arguments, and how to print the result.
@@ -31,15 +32,14 @@ extern const VerbGroup switch_verbs;
 extern const VerbGroup platform_verbs;
 
 /// Adds every verb as a command. @param run is called with the verb that was given and its request
-void add_verbs(CLI::App& app,
-               const std::function<void(const Verb& verb, const nlohmann::json& request)>& run);
+/// @return the requests of the commands
+std::map<const CLI::App*, Arguments>
+add_verbs(CLI::App& app,
+          const std::function<void(const Verb& verb, const nlohmann::json& request)>& run);
 
 /// An error of the command line as text, with what may be meant.
 /// @param app the parser that refused it
 std::string usage_error(const CLI::App& app, const CLI::ParseError& error);
-
-/// The fields that `set` knows, of entities of any kind.
-std::vector<std::string> settable_fields();
 
 /// Ends the help of a command with an example. @param arguments of the command
 void add_example(CLI::App& command, const std::string& arguments);

@@ -4,5 +4,7 @@
 #include <cstdint>
 #include <string>
 
-/// Draws the screen every `seconds`, in place on a terminal. @param count how often, 0 for ever
+/// Shows the status every `seconds`: on a terminal as much as fits its window, in place until q is
+/// pressed, elsewhere or once as plain text. Throws std::runtime_error when the switch goes away.
+/// @param count how often, 0 for ever
 void watch(const std::string& socket, double seconds, uint32_t count);

@@ -4,9 +4,9 @@
 # The agent is in /usr/sbin, which is not on every user's path.
 PATH=$PATH:/usr/sbin:/sbin
 source_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-# Where scripts/npm-net-snmp puts the base modules of the MIB files.
+# Where scripts/chmsnmp-base-mibs puts the base modules of the MIB files.
 # shellcheck disable=SC2034
-npm_dir=$source_dir/build/npm
+base_mibs=$source_dir/build/mibs
 
 # Options of the SNMP tools for the lab's SNMPv3 user with all rights.
 lab_authentication=lab-authentication lab_encryption=lab-encryption

@@ -12,6 +12,8 @@ import time
 from contextlib import ExitStack
 from pathlib import Path
 
+import pytest
+
 SOURCE = Path(__file__).resolve().parents[2]
 BUILD = Path(os.environ.get("CHM_BUILD_DIR", SOURCE / "build" / "release"))
 # No configuration of the machine or of its user reaches the tools.
@@ -56,9 +58,17 @@ def free_port(following=0):
                 pass
 
 
+def needs(program):
+    return pytest.mark.skipif(not shutil.which(program), reason=f"{program} is not installed")
+
+
 def run(*command, **options):
     return subprocess.run([str(word) for word in command], capture_output=True, text=True,
                           env=ENVIRONMENT, timeout=60, **options)
+
+
+needs_terminal = pytest.mark.skipif(run("script", "-qec", "true", "/dev/null").returncode != 0,
+                                    reason="no pseudo-terminals")
 
 
 def wait_for(condition, what, seconds=20):

@@ -1,4 +1,4 @@
-"""SNMP clients other than the agent's own tools, as docs/clients.md tells to use them."""
+"""SNMP clients other than the agent's own tools, as docs/clients.md shows."""
 
 import re
 import shutil
@@ -10,17 +10,12 @@ from pathlib import Path
 import pytest
 
 from lab import (
-    ALIAS, ENT_CONFIG_CHANGE, ENVIRONMENT, NAME, OPERATOR, SERIAL_NUM, SOURCE, UPTIME, Switch, free_port,
-    run, wait_for)
+    ALIAS, BUILD, ENT_CONFIG_CHANGE, ENVIRONMENT, NAME, OPERATOR, SERIAL_NUM, SOURCE, UPTIME, Switch,
+    TrapReceiver, free_port, needs, run, wait_for)
 
 INTEGRATIONS, NPM = SOURCE / "integrations", SOURCE / "build/npm"
 PLUGINS = "/usr/lib/nagios/plugins"
-CHECK_SNMP = f"{PLUGINS}/check_snmp"
 MAIN = "1.3.6.1.4.1.32473.9"
-
-
-def needs(program):
-    return pytest.mark.skipif(not shutil.which(program), reason=f"{program} is not installed")
 
 
 @pytest.fixture(scope="module")
@@ -69,46 +64,63 @@ def test_a_client_receives_notifications(node, protocol, sink):
     assert f"1.3.6.1.6.3.1.1.4.1.0 {ENT_CONFIG_CHANGE[1:]}" in line
 
 
+@needs("snmptt")
+def test_snmptt_knows_the_notifications(tmp_path):
+    file, configuration, log = INTEGRATIONS / "snmptt.conf", tmp_path / "ini", tmp_path / "log"
+    served = {tuple(line.split()[1:]) for line in (
+        BUILD / "share/chmsnmp/served-objects").read_text().splitlines()
+        if line.startswith("notification ")}
+    assert served < set(re.findall(r"^EVENT (\w+) \.(\S+)", file.read_text(), re.M))
+    configuration.write_text(
+        f"[General]\nmode = standalone\n[Logging]\nlog_enable = 1\nlog_file = {log}\n"
+        f"[TrapFiles]\nsnmptt_conf_files = <<END\n{file}\nEND\n")
+    with TrapReceiver(["disableAuthorization yes",
+                       f"traphandle default {shutil.which('snmptt')} --ini={configuration}"]
+                      ) as receiver, Switch(sink=receiver) as switch:
+        switch.order("fail", "Fan 1/2")
+        switch.order("pull", "Power supply 2")
+        for line in ('Major "Fans" localhost - Fan tray 3001 has status 4',
+                     'Normal "Switch" localhost - The switch as a whole is ok',
+                     'Major "Power" localhost - Power supply 2 delivers nothing',
+                     'Minor "Inventory" localhost - Power supply bay 2: removed'):
+            wait_for(lambda: log.exists() and line in log.read_text(), line)
+
+
 @needs("prometheus-snmp-exporter")
 def test_metrics_of_the_exporter(switch):
     port = free_port()
-    url = f"http://127.0.0.1:{port}/snmp?module=switch&target=127.0.0.1:{switch.port}"
+
+    def series(module):
+        url = f"http://127.0.0.1:{port}/snmp?module={module}&target=127.0.0.1:{switch.port}"
+        metrics = urllib.request.urlopen(url, timeout=20).read().decode()
+        return {(name, labels): value for name, labels, value in re.findall(
+            r"^(?!snmp_)(\w+)(\{.*\})? (\S+)$", metrics, re.M)}
+
     with subprocess.Popen(["prometheus-snmp-exporter",
-                           f"--config.file={INTEGRATIONS / 'snmp-exporter.yml'}",
+                           f"--config.file={INTEGRATIONS / 'prometheus/snmp-flat.yml'}",
                            f"--web.listen-address=127.0.0.1:{port}"],
                           stderr=subprocess.DEVNULL) as exporter:
         try:
             wait_for(lambda: not socket.socket().connect_ex(("127.0.0.1", port)), "exporter")
             switch.order("fail", "1003")
-            before = urllib.request.urlopen(url, timeout=20).read().decode()
-            metrics = urllib.request.urlopen(url, timeout=20).read().decode()
+            chassis, interfaces, both = map(series, ("chassis", "interfaces", "switch"))
         finally:
             exporter.kill()
-    series = re.findall(r"^(\w+)(\{.*\})? (\S+)$", metrics, re.M)
+    assert both.keys() == chassis.keys() | interfaces.keys() and interfaces
+    module_3 = 'entPhysicalContainedIn="Slot 3",entPhysicalIndex="1003",entPhysicalName="Module 3"'
+    port_48 = 'ifAlias="spare",ifIndex="436219648",ifName="Ethernet1/48"'
     assert {
-        ("qefcModuleOperationalStatus", '{entity="1003",slot="3",unit="Module 3"}', "4"),
-        ("qefcFanTrayStatus", '{entity="3002",unit="Fan tray 2"}', "2"),
-        ("qefcFRUPowerDrawnWatts", '{entity="1003",unit="Module 3"}', "0"),
-        ("qefcPowerDrawnWatts", '{group="1"}', "4700"),
-        ("qRFActiveSlot", "", "5"),
-        ("entPhysicalClass_info",
-         '{container="Module 3",description="Ethernet port",entPhysicalClass="port",'
-         'entity="5307",model="",name="Ethernet3/7",position="7",serial=""}', "1"),
-        ("ifOperStatus", '{alias="",ifIndex="436338688",interface="Ethernet3/1"}', "2"),
-        ("ifOperStatus", '{alias="spare",ifIndex="436219648",interface="Ethernet1/48"}', "2"),
-        ("ifHighSpeed", '{alias="",ifIndex="436207616",interface="Ethernet1/1"}', "10000"),
-    } <= set(series)
-    octets = re.compile('ifHCInOctets.*Ethernet1/1".* (.*)')
-    assert float(octets.search(metrics)[1]) > float(octets.search(before)[1]) > 0
-    # One query joins optics and interfaces.
-    interfaces = {re.search('interface="(.*?)"', labels)[1] for name, labels, _ in series
-                  if name == "ifOperStatus"}
-    lit = {re.match(r'.*sensor="(Ethernet[^(]*)\(', labels)[1] for name, labels, _ in series
-           if name == "entSensorValue" and "Ethernet" in labels}
-    assert len(lit) == 72 and lit < interfaces
-    sensors = [labels for name, labels, _ in series if name == "entSensorValue"]
+        ("qefcModuleOperationalStatus", f"{{{module_3}}}"): "4",
+        ("entPhysicalClass_info", f'{{entPhysicalClass="module",{module_3}}}'): "1",
+        ("qRFStatus1", ""): "5",
+        ("ifOperStatus", f"{{{port_48}}}"): "2",
+        ("ifHighSpeed", f"{{{port_48}}}"): "10000",
+    }.items() <= both.items()
+    load = next(key for key in both if key[0] == "ifHCInOctets" and '"Ethernet1/1"' in key[1])
+    assert float(both[load]) > float(interfaces[load]) > 0
+    sensors = [labels for name, labels in both if name == "entSensorValue"]
     assert len(sensors) == len(switch.walk(f"{MAIN}.91.1.1.1.1.1"))
-    assert all('sensor="' in labels for labels in sensors)
+    assert all('entPhysicalName="' in labels for labels in sensors)
 
 
 @needs(f"{PLUGINS}/check_ifoperstatus")
@@ -149,11 +161,37 @@ def test_the_agent_hangs_on_an_answer_that_exceeds_the_clients_message_size():
             pytest.skip("this agent does not have the fault")
 
 
-@needs(CHECK_SNMP)
-def test_a_monitoring_plugin_judges_the_modules(switch):
-    for verb, status, word in (("repair", 0, "OK"), ("fail", 2, "CRITICAL")):
-        switch.order(verb, "1002")
-        answer = run(CHECK_SNMP, "-H", "127.0.0.1", "-p", switch.port, "-P", "3", "-L",
-                     "authNoPriv", "-U", "monitor", "-a", "SHA", "-A", "lab-authentication",
-                     "-o", f"{MAIN}.117.1.2.1.1.2.1002", "-c", "2:2")
-        assert (answer.returncode, answer.stdout.split(" ")[1]) == (status, word)
+@needs("collectd")
+def test_collectd_reads_every_table(switch, tmp_path):
+    configuration = tmp_path / "collectd.conf"
+    configuration.write_text((INTEGRATIONS / "collectd.conf").read_text().replace(
+        ":1161", f":{switch.port}"))
+    answer = run("collectd", "-T", "-C", configuration)
+    for what, column in (("if_octets-", "1.3.6.1.2.1.31.1.1.1.6"),
+                         ("gauge-reading-", f"{MAIN}.91.1.1.1.1.4"),
+                         ("gauge-status-", f"{MAIN}.117.1.2.1.1.2"),
+                         ("gauge-power ", f"{MAIN}.117.1.1.1.1.4")):
+        assert answer.stdout.count(f"lab-switch/snmp/{what}") == len(switch.walk(column)) > 0, what
+
+
+@needs(f"{PLUGINS}/check_snmp")
+def test_the_commands_for_nagios(switch):
+    text = (INTEGRATIONS / "nagios.cfg").read_text()
+    commands = dict(re.findall(r"command_name +(\S+)\n +command_line +(.*)", text))
+
+    def judge(check):
+        name, *arguments = check.split("!")
+        line = commands[name]
+        for macro, value in (("USER1", PLUGINS), ("HOSTADDRESS", "127.0.0.1"),
+                             ("_HOSTSNMPPORT", switch.port),
+                             *((f"ARG{n}", value) for n, value in enumerate(arguments, start=1))):
+            line = line.replace(f"${macro}$", str(value))
+        return run(*line.split()).returncode
+
+    checks = re.findall(r"check_command +(.*)", text)
+    for verb, reading, light, statuses in (("repair", "45", "auto", [0, 0, 0, 0, 0]),
+                                           ("fail", "66", "none", [0, 2, 2, 1, 2])):
+        for words in ([verb, "1003"], [verb, "Fan 1/1"], ["set", "21654", "reading", reading],
+                      ["set", "Ethernet1/1", "receive-power", light]):
+            switch.order(*words)
+        wait_for(lambda: [judge(check) for check in checks] == statuses, f"verdicts {statuses}")

@@ -70,6 +70,14 @@ def test_every_instance_has_name_index_and_type(switch, definitions):
                 assert re.search(r"\w\(\d+\)$", found[3]), line
 
 
+@pytest.mark.parametrize("chassis", ["ten-slot", "small", "eighteen-slot"])
+def test_vendor_types_have_names(chassis):
+    with Switch(chassis) as switch:
+        types = set(with_mibs("snmpbulkwalk", *READER, "-Oqv", f"127.0.0.1:{switch.port}",
+                              "entPhysicalVendorType").stdout.split())
+    assert len(types) > 9 and not [name for name in types if "." in name]
+
+
 def test_who_may_write_what(switch, definitions):
     for name, oid in SERVED.items():
         kind = KINDS[told(definitions[name], "SYNTAX").split()[0]]

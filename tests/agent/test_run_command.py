@@ -10,7 +10,7 @@ import pytest
 
 from lab import (
     ALIAS, BUILD, DESCR, ENT_CONFIG_CHANGE, ENVIRONMENT, OPERATOR, READER, SOURCE, WRITER, TrapReceiver,
-    free_port, run, wait_for)
+    free_port, needs_terminal, run, wait_for)
 
 ENGINE_BOOTS = "1.3.6.1.6.3.10.2.1.2.0"
 
@@ -88,11 +88,15 @@ def test_what_a_killed_one_left_is_no_obstacle(bring_up, ready, runtime):
 def test_it_shows_notifications_by_name_and_the_death_of_its_agent(ready, runtime):
     run(SOURCE / "scripts/with-mibs", BUILD, "true")  # has the base modules installed
     process, state = ready()
+    agent = int((state / "snmpd.pid").read_text())
     run(BUILD / "bin/chmctl", "--socket", state / "control", "pull", "Module 3")
+    assert " coldStart " in next(process.stdout)
     shown = next(line for line in process.stdout if " qefcFRURemoved " in line)
     assert re.fullmatch(r"[\d:]{8} qefcFRURemoved \| entPhysicalContainedIn.1003 = 103 \| "
                         r"entPhysicalDescr.1003 = .* \| entPhysicalName.103 = Slot 3\n", shown)
-    os.kill(int((state / "snmpd.pid").read_text()), signal.SIGKILL)
+    os.kill(agent, signal.SIGHUP)
+    assert any(" nsNotifyRestart " in line for line in process.stdout)
+    os.kill(agent, signal.SIGKILL)
     _, err = process.communicate(timeout=20)
     assert process.returncode == 1 and "snmpd has ended by itself" in err
     assert not os.listdir(runtime)
@@ -208,8 +212,7 @@ def test_the_check_shows_every_row(bring_up, tmp_path, name):
     assert announced == len(shown) == len(set(shown)) > 10
 
 
-@pytest.mark.skipif(run("script", "-qec", "true", "/dev/null").returncode != 0,
-                    reason="no pseudo-terminals")
+@needs_terminal
 def test_the_check_of_a_bare_chassis_fits_the_window(bring_up, tmp_path):
     chassis = tmp_path / "bare.toml"
     chassis.write_text('[chassis]\nserial = "S1"\nslots = 1\n[[module]]\nslot = 1\n')

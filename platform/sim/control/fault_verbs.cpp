@@ -77,10 +77,26 @@ json clear_faults(const json& arguments)
     return show_faults(arguments);
 }
 
+std::vector<std::string> requests_to_inject(const json& /*arguments*/, std::string_view argument)
+{
+    const auto names = keys_in(request_names);
+    return argument == "request" ? std::vector<std::string>(names.begin(), names.end())
+                                 : std::vector<std::string>();
+}
+
+std::vector<std::string> faults_to_clear(const json& /*arguments*/, std::string_view /*argument*/)
+{
+    std::vector<std::string> numbers;
+    for (const Fault& fault : the_chassis().faults()) {
+        numbers.push_back(std::to_string(fault.number));
+    }
+    return numbers;
+}
+
 constexpr Verb fault_table[] = {
-    {"inject-fault", inject_fault},
+    {"inject-fault", inject_fault, requests_to_inject},
     {"faults", show_faults},
-    {"clear-faults", clear_faults},
+    {"clear-faults", clear_faults, faults_to_clear},
 };
 
 } // namespace

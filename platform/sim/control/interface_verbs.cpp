@@ -88,7 +88,16 @@ json load(const json& arguments)
     return {{"if-index", port.port->if_index}};
 }
 
-constexpr Verb interface_table[] = {{"interfaces", interfaces}, {"load", load}};
+std::vector<std::string> interfaces_to_load(const json& arguments, std::string_view argument)
+{
+    std::vector<std::string> names;
+    for (const json& one : argument == "entity" ? interfaces(arguments) : json::array()) {
+        names.push_back(one.at("name"));
+    }
+    return names;
+}
+
+constexpr Verb interface_table[] = {{"interfaces", interfaces}, {"load", load, interfaces_to_load}};
 
 } // namespace
 

@@ -6,6 +6,7 @@
 #include "libraries/heartbeat.h"
 #include "libraries/notification_log.h"
 #include "libraries/platform_manager.h"
+#include "model/ports.h"
 
 #include <net-snmp/net-snmp-config.h>
 
@@ -109,6 +110,7 @@ json notifications(const json& arguments)
             continue;
         }
         const Entity* entity = chassis.find(one.about);
+        entity = entity == nullptr ? find_interface(chassis, one.about) : entity;
         list.push_back({{"number", one.number},
                         {"time", time_text(one.time)},
                         {"oid", one.oid},

@@ -117,7 +117,8 @@ json transceivers(const json& arguments)
     return list;
 }
 
-constexpr Verb reading_table[] = {{"sensors", sensors}, {"transceivers", transceivers}};
+constexpr Verb reading_table[] = {{"sensors", sensors, entities_of_list},
+                                  {"transceivers", transceivers, entities_of_list}};
 
 } // namespace
 

@@ -22,8 +22,9 @@ constexpr std::string_view automatic = "auto"; ///< ends an override
 /// A field that an entity has.
 struct Setting {
     std::string_view field;
-    std::string values; ///< those that it takes, for errors
+    std::string values; ///< the numbers or texts that it takes, for errors
     std::function<void(Chassis& chassis, const json& value)> set;
+    std::vector<std::string_view> words{}; ///< that it takes besides
 };
 
 /// A value that a field does not take; the error then says which ones it takes.
@@ -101,27 +102,28 @@ void add_readings(std::vector<Setting>& settings, const Entity& entity)
     const uint32_t index = entity.index;
     if (entity.sensor) {
         const double most = most_reading(entity.sensor->scale, entity.sensor->precision);
-        settings.push_back({"reading", range(-most, most, entity.sensor->kind->unit) + " or auto",
+        settings.push_back({"reading",
+                            range(-most, most, entity.sensor->kind->unit),
                             [=](Chassis& chassis, const json& value) {
                                 const auto reading = by_hand(value, number_of);
                                 if (reading && std::abs(*reading) > most) {
                                     throw InvalidValue();
                                 }
                                 chassis.set_reading(index, reading);
-                            }});
+                            },
+                            {automatic}});
     }
     for (size_t i = 0; entity.port && i < quantities.size(); ++i) {
-        settings.push_back(
-            {quantities[i].key,
-             "a number of " + std::string(quantities[i].unit) +
-                 (quantities[i].logarithmic ? ", none for no light" : "") + " or auto",
-             [=](Chassis& chassis, const json& value) {
-                 chassis.set_transceiver_reading(index, i, by_hand(value, [](const json& reading) {
-                                                     return reading == no_light_key
-                                                                ? no_light
-                                                                : number_of(reading);
-                                                 }));
-             }});
+        settings.push_back({quantities[i].key, "a number of " + std::string(quantities[i].unit),
+                            [=](Chassis& chassis, const json& value) {
+                                chassis.set_transceiver_reading(
+                                    index, i, by_hand(value, [](const json& reading) {
+                                        return reading == no_light_key ? no_light
+                                                                       : number_of(reading);
+                                    }));
+                            },
+                            quantities[i].logarithmic ? std::vector{no_light_key, automatic}
+                                                      : std::vector{automatic}});
     }
 }
 
@@ -136,12 +138,15 @@ int32_t colour_of(const json& value)
 
 void add_leds(std::vector<Setting>& settings, const Chassis& chassis, uint32_t index)
 {
+    std::vector<std::string_view> words = keys_in(led_colours);
+    words.push_back(automatic);
     for (const Named<uint32_t>& led : led_names) {
         if (find_led(chassis, index, led.value)) {
-            settings.push_back({led.key, listed(keys_in(led_colours)) + ", a number, or auto",
+            settings.push_back({led.key, "a number",
                                 [=](Chassis& changed, const json& value) {
                                     set_led(changed, index, led.value, by_hand(value, colour_of));
-                                }});
+                                },
+                                words});
         }
     }
 }
@@ -152,12 +157,14 @@ void add_codes(std::vector<Setting>& settings)
                             chassis.settings().type_code =
                                 whole_number_of<uint32_t>(value, 0, UINT32_MAX);
                         }});
-    settings.push_back({"supervisor-state", range(INT32_MIN, INT32_MAX) + " or auto",
+    settings.push_back({"supervisor-state",
+                        range(INT32_MIN, INT32_MAX),
                         [](Chassis& chassis, const json& value) {
                             chassis.set_supervisor_state(by_hand(value, [](const json& state) {
                                 return whole_number_of<int32_t>(state, INT32_MIN, INT32_MAX);
                             }));
-                        }});
+                        },
+                        {automatic}});
 }
 
 /// The fields of an entity.
@@ -199,12 +206,33 @@ json set(const json& arguments)
     try {
         setting->set(chassis, value);
     } catch (const InvalidValue&) {
-        throw std::runtime_error("'" + field + "' takes " + setting->values);
+        std::vector<std::string_view> all = setting->words;
+        all.insert(all.begin(), setting->values);
+        throw std::runtime_error("'" + field + "' takes " + listed(all));
     }
     return {{"index", entity.index}};
 }
 
-constexpr Verb setting_table[] = {{"set", set}};
+/// Entities, then the fields of the one given, then the words that the field given takes.
+std::vector<std::string> choices_to_set(const json& arguments, std::string_view asked)
+{
+    if (asked == "entity") {
+        return names_of_entities([](const Entity& /*any*/) { return true; });
+    }
+    const Chassis& chassis = the_chassis();
+    std::vector<std::string> words;
+    for (const Setting& one :
+         settings_of(chassis, chassis.entities().at(named_entity(arguments)))) {
+        if (asked == "field") {
+            words.emplace_back(one.field);
+        } else if (one.field == argument<std::string>(arguments, "field")) {
+            words.assign(one.words.begin(), one.words.end());
+        }
+    }
+    return words;
+}
+
+constexpr Verb setting_table[] = {{"set", set, choices_to_set}};
 
 } // namespace
 

@@ -67,7 +67,7 @@ json terminal_messages(const json& /*arguments*/)
 constexpr Verb switch_table[] = {
     {"redundancy", redundancy},
     {"switchover", switchover},
-    {"leds", leds},
+    {"leds", leds, entities_of_list},
     {"terminals", terminal_messages},
 };
 

@@ -56,6 +56,7 @@ json list_units(const json& arguments)
                         {"name", chassis.entities().at(index).name},
                         {"type", key_of(unit_types, unit.type)},
                         {"active", &unit == active_supervisor(chassis)},
+                        {"standby", &unit == standby_supervisor(chassis)},
                         {"admin-status", admin_name(unit)},
                         {"status", key_of(entity_statuses, unit.status)},
                         {"watts", watts_now(unit)}});
@@ -117,10 +118,55 @@ json export_file(const json& /*arguments*/)
     return {{"toml", export_chassis(the_chassis())}};
 }
 
+using Names = std::vector<std::string>;
+
+Names units_to_pull(const json& /*arguments*/, std::string_view /*argument*/)
+{
+    const Chassis& chassis = the_chassis();
+    return names_of_entities([&](const Entity& entity) {
+        const Unit* unit = chassis.find_unit(entity.index);
+        const bool in_place = entity.replaceable && chassis.places().contains(entity.contained_in);
+        const bool active = unit != nullptr && unit == active_supervisor(chassis);
+        return entity.port ? entity.port->transceiver.has_value() : in_place && !active;
+    });
+}
+
+Names choices_to_insert(const json& arguments, std::string_view argument)
+{
+    const Chassis& chassis = the_chassis();
+    if (argument == "type") {
+        return fitting_types(chassis, chassis.entities().at(named_entity(arguments)));
+    }
+    return names_of_entities([&](const Entity& entity) {
+        const auto place = chassis.places().find(entity.index);
+        return entity.port ? entity.port->has_cage && !entity.port->transceiver
+                           : place != chassis.places().end() &&
+                                 chassis.find(place->second.unit_index) == nullptr;
+    });
+}
+
+Names units_to_fail(const json& /*arguments*/, std::string_view /*argument*/)
+{
+    return names_of_entities([](const Entity& entity) {
+        return !entity.failed && (entity.entity_class == EntityClass::fan ||
+                                  the_chassis().find_unit(entity.index) != nullptr);
+    });
+}
+
+/// A fan tray has failed with its fans, and is repaired with them.
+Names units_to_repair(const json& /*arguments*/, std::string_view /*argument*/)
+{
+    return names_of_entities([](const Entity& entity) {
+        return entity.failed || (the_chassis().find_unit(entity.index) != nullptr &&
+                                 the_chassis().status(entity) == EntityStatus::failed);
+    });
+}
+
 constexpr Verb unit_table[] = {
-    {"inventory", inventory}, {"units", list_units},   {"announce-change", announce_change},
-    {"pull", pull},           {"insert", insert},      {"fail", fail},
-    {"repair", repair},       {"export", export_file},
+    {"inventory", inventory, entities_of_list}, {"units", list_units, entities_of_list},
+    {"announce-change", announce_change},       {"pull", pull, units_to_pull},
+    {"insert", insert, choices_to_insert},      {"fail", fail, units_to_fail},
+    {"repair", repair, units_to_repair},        {"export", export_file},
 };
 
 } // namespace

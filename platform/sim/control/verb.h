@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace sim {
 
@@ -17,6 +18,11 @@ namespace sim {
 struct Verb {
     std::string_view name;
     nlohmann::json (*run)(const nlohmann::json& arguments);
+
+    /// What an argument can be, by the other arguments of the request, for completion: names of
+    /// entities, other words, numbers. Null for a verb without such an argument.
+    std::vector<std::string> (*choices)(const nlohmann::json& arguments,
+                                        std::string_view argument) = nullptr;
 };
 
 extern const std::span<const Verb> unit_verbs;
@@ -26,6 +32,10 @@ extern const std::span<const Verb> setting_verbs;
 extern const std::span<const Verb> switch_verbs;
 extern const std::span<const Verb> platform_verbs;
 extern const std::span<const Verb> fault_verbs;
+extern const std::span<const Verb> choice_verbs;
+
+/// Runs the verb of a request.
+nlohmann::json run_verb(const nlohmann::json& request);
 
 /// The chassis in place. Throws std::runtime_error when there is none.
 Chassis& the_chassis();

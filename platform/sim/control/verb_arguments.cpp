@@ -3,6 +3,7 @@
 #include "model/nearest.h"
 
 #include <iterator>
+#include <set>
 
 namespace sim {
 
@@ -35,6 +36,19 @@ namespace {
 bool is_flagged(const json& arguments, const char* name)
 {
     return arguments.contains(name) && argument<bool>(arguments, name);
+}
+
+std::vector<std::string> entities_of_list(const json& arguments, std::string_view /*argument*/)
+{
+    const Chassis& chassis = the_chassis();
+    std::set<uint32_t> indexes;
+    for (const json& listed : run_verb(arguments)) {
+        const Entity* entity = chassis.find(listed.at("index").get<uint32_t>());
+        while (entity != nullptr && indexes.insert(entity->index).second) {
+            entity = chassis.find(entity->contained_in);
+        }
+    }
+    return names_of_entities([&](const Entity& entity) { return indexes.contains(entity.index); });
 }
 
 Filter::Filter(const json& arguments)

@@ -78,6 +78,24 @@ uint32_t named_entity(const nlohmann::json& arguments);
 /// Whether a request has a flag set.
 bool is_flagged(const nlohmann::json& arguments, const char* name);
 
+/// The names of the entities that fit.
+template <typename Fits>
+std::vector<std::string> names_of_entities(Fits fits)
+{
+    std::vector<std::string> names;
+    for (const auto& [index, entity] : the_chassis().entities()) {
+        if (fits(entity)) {
+            names.push_back(entity.name);
+        }
+    }
+    return names;
+}
+
+/// The entities to which the list of a request can be restricted: those listed without that, and
+/// what they are in.
+std::vector<std::string> entities_of_list(const nlohmann::json& arguments,
+                                          std::string_view argument);
+
 /// What a request lists: all, or only what is in the entity that it names, what has failed, or what
 /// is beyond a threshold.
 class Filter {

@@ -65,33 +65,31 @@ public:
     {
         read_places();
         forget_entries(); // they belong to the units of the file
-        const auto in_place = [&](const UnitKind& kind) {
-            return place > kind.place_base && place <= kind.place_base + kind.max_places;
-        };
-        const auto* kind = std::ranges::find_if(unit_kinds, in_place);
-        if (kind == std::end(unit_kinds)) {
-            throw FileError(concat(file(), ": no unit fits into ", place));
-        }
-        const auto fits = [&](const toml::table& table) {
-            return unknown_key(table, unit_keys(*kind)) == nullptr;
-        };
-        const toml::table& wanted = required_type("types", type, fits);
-        if (!fits(wanted)) {
+        const UnitKind& kind = kind_in(place);
+        const Keys fitting = types_of(kind);
+        const toml::table& wanted = required_type("types", type, fitting);
+        if (std::ranges::find(fitting, type) == fitting.end()) {
             fail(wanted.source(), "[types.", type, "] does not fit: the place takes a ",
-                 key_of(unit_types, kind->type));
+                 key_of(unit_types, kind.type));
         }
         const toml::table entry{{"type", type}};
-        const InheritingTable table = table_of(*kind, entry);
-        return make_unit(*kind, place - kind->place_base, table);
+        const InheritingTable table = table_of(kind, entry);
+        return make_unit(kind, place - kind.place_base, table);
     }
 
     Transceiver read_transceiver(const Entity& port, const std::string& type)
     {
         read_places();
-        required_type("transceivers", type, [](const toml::table&) { return true; });
+        required_type("transceivers", type, transceiver_types());
         const toml::table entry{{"type", type}};
         const InheritingTable table = with_type(entry, "transceivers");
         return make_transceiver(table, port);
+    }
+
+    std::vector<std::string> fitting_types(const Entity& place) const
+    {
+        const Keys names = place.port ? transceiver_types() : types_of(kind_in(place.index));
+        return {names.begin(), names.end()};
     }
 
     toml::table read_types()
@@ -143,21 +141,48 @@ private:
         });
     }
 
+    /// The kind of the units that a place takes.
+    const UnitKind& kind_in(uint32_t place) const
+    {
+        const auto* kind = std::ranges::find_if(unit_kinds, [&](const UnitKind& one) {
+            return place > one.place_base && place <= one.place_base + one.max_places;
+        });
+        if (kind == std::end(unit_kinds)) {
+            throw FileError(concat(file(), ": no unit fits into ", place));
+        }
+        return *kind;
+    }
+
+    /// The names of the types of a kind of units.
+    Keys types_of(const UnitKind& kind) const
+    {
+        Keys names;
+        for_each_type("types", [&](const toml::table& table, std::string_view name) {
+            if (unknown_key(table, unit_keys(kind)) == nullptr) {
+                names.push_back(name);
+            }
+        });
+        return names;
+    }
+
+    Keys transceiver_types() const
+    {
+        Keys names;
+        for_each_type("transceivers", [&](const toml::table& /*type*/, std::string_view name) {
+            names.push_back(name);
+        });
+        return names;
+    }
+
     /// The table of a type. The error of a missing one lists those that fit.
     const toml::table& required_type(std::string_view types, const std::string& type,
-                                     auto&& fits) const
+                                     const Keys& fitting) const
     {
         if (const toml::table* table = root()[types][type].as_table()) {
             return *table;
         }
-        Keys names;
-        for_each_type(types, [&](const toml::table& table, std::string_view name) {
-            if (fits(table)) {
-                names.push_back(name);
-            }
-        });
         throw FileError(concat(file(), ": there is no [", types, ".", type, "]",
-                               names.empty() ? "" : "; there is ", listed(names)));
+                               fitting.empty() ? "" : "; there is ", listed(fitting)));
     }
 
     /// Calls `use` with each table of types and its name.
@@ -459,6 +484,11 @@ toml::table read_types(const std::string& file)
 Assembly load_unit(const Chassis& chassis, uint32_t place, const std::string& type)
 {
     return Reader(chassis.file(), chassis.settings().individual).read_unit(place, type);
+}
+
+std::vector<std::string> fitting_types(const Chassis& chassis, const Entity& place)
+{
+    return Reader(chassis.file(), chassis.settings().individual).fitting_types(place);
 }
 
 Transceiver load_transceiver(const Chassis& chassis, const Entity& port, const std::string& type)

@@ -7,7 +7,9 @@ namespace sim {
 namespace {
 
 #define NAMED(name, oid) {#name, oid},
-constexpr Named<std::string_view> names[] = {NOTIFICATIONS(NAMED)};
+constexpr Named<std::string_view> names[] = {NOTIFICATIONS(NAMED) // and IF-MIB's
+                                             {"linkDown", "1.3.6.1.6.3.1.1.5.3"},
+                                             {"linkUp", "1.3.6.1.6.3.1.1.5.4"}};
 
 #define NAMED_OBJECT(table, name, oid) {#name, oid},
 constexpr Named<std::string_view> objects[] = {SERVED_OBJECTS(NAMED_OBJECT)};

@@ -19,9 +19,9 @@ struct SentBinding {
 struct SentNotification {
     uint64_t number; ///< of the switch's notifications, counted from 1
     std::chrono::system_clock::time_point time;
-    std::string_view name; ///< in the MIB files, empty if it is not in them
+    std::string_view name; ///< in the MIB files or IF-MIB, empty if it is not in them
     std::string oid;
-    uint32_t about; ///< last sub-identifier of the last binding's name, 0 for none
+    uint32_t about; ///< last sub-identifier of the last binding of a row, 0 for none
     std::vector<SentBinding> bindings;
 };
 

@@ -53,7 +53,8 @@ void send_notification(const oid* name, size_t length, Bindings bindings)
     std::vector<SentBinding> sent;
     for (const netsnmp_variable_list* one = bindings.get(); one != nullptr;
          one = one->next_variable) {
-        about = static_cast<uint32_t>(one->name[one->name_length - 1]);
+        const auto row = static_cast<uint32_t>(one->name[one->name_length - 1]);
+        about = row == 0 ? about : row;
         sent.push_back({text_of({one->name, one->name_length}), value_of(*one)});
     }
     log_notification(text_of({name, length}), about, std::move(sent));
