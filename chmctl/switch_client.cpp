@@ -24,7 +24,7 @@ public:
         if (!address) {
             throw NoSwitch("'" + path + "' is empty or too long for a socket's path");
         }
-        const timeval limit{.tv_sec = patience.count(), .tv_usec = 0};
+        const timeval limit{.tv_sec = static_cast<time_t>(patience.count()), .tv_usec = 0};
         setsockopt(socket_.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
         setsockopt(socket_.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
         if (sim::connect_to(socket_, *address) != 0) {

@@ -36,8 +36,8 @@ sigset_t watched_signals()
 int next_signal(std::chrono::milliseconds longest)
 {
     const sigset_t signals = watched_signals();
-    const timespec time{.tv_sec = longest.count() / 1000,
-                        .tv_nsec = longest.count() % 1000 * 1000000};
+    const timespec time{.tv_sec = static_cast<time_t>(longest.count() / 1000),
+                        .tv_nsec = static_cast<long>(longest.count() % 1000 * 1000000)};
     return std::max(sigtimedwait(&signals, nullptr, &time), 0);
 }
 
@@ -242,7 +242,8 @@ private:
             fail_start(member, "it is not ready after " + std::to_string(start_limit) + " seconds");
         } else if (member.phase == Phase::running &&
                    stat(member.state.file("heartbeat").c_str(), &status) == 0) {
-            const int64_t beat = status.st_mtim.tv_sec * 1000000000 + status.st_mtim.tv_nsec;
+            const int64_t beat =
+                int64_t{status.st_mtim.tv_sec} * 1000000000 + status.st_mtim.tv_nsec;
             member.silent = beat == member.heartbeat ? member.silent + 1 : 0;
             member.heartbeat = beat;
             if (member.silent == hung_after) {
