@@ -198,6 +198,7 @@ int run(int argc, char** argv)
     app.add_option("--address-port", options.address_port)->check(ports);
     app.add_option("--reach", options.ways)
         ->delimiter(',')
+        ->allow_extra_args(false)
         ->check(CLI::IsMember({"port", "address", "context"}));
     app.add_option("--trap-sink", options.trap_sink)->check([](const std::string& sink) {
         const size_t colon = sink.rfind(':');

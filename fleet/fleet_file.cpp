@@ -63,6 +63,9 @@ private:
             plan.individual.serial = serial.empty() ? plan.name : numbered(serial, number);
             add(group, std::move(plan));
         }
+        if (!std::filesystem::exists(common.chassis)) {
+            fail(group.get("chassis")->source(), "there is no chassis file ", common.chassis);
+        }
     }
 
     /// A text that differs between the switches of a group, empty for a missing one.

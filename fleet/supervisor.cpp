@@ -1,7 +1,6 @@
 #include "supervisor.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -62,7 +61,7 @@ void report(const std::string& text)
 }
 
 /// The last line of a log, or the first one that reports an error of the configuration.
-std::string telling_line(const Member& member, bool only_errors)
+std::string cause_in_log(const Member& member, bool only_errors)
 {
     std::ifstream log(member.state.file("snmpd.log"));
     std::string last;
@@ -102,7 +101,7 @@ public:
     /// Returns the exit status.
     int run()
     {
-        for (auto next_tick = steady_clock::now(); !failed_;) {
+        for (auto next_tick = steady_clock::now(); !failed_ && !is_over();) {
             const bool starts = start_some();
             const int signal = next_signal(std::chrono::milliseconds(starts ? 20 : 1000));
             if (signal != 0 && signal != SIGCHLD) {
@@ -125,6 +124,16 @@ private:
     size_t count(Phase phase) const
     {
         return static_cast<size_t>(std::ranges::count(members_, phase, &Member::phase));
+    }
+
+    bool may_restart(const Member& member) const { return restarts_ && member.was_running; }
+
+    /// Whether all members have ended for good.
+    bool is_over() const
+    {
+        return std::ranges::all_of(members_, [this](const Member& member) {
+            return member.phase == Phase::ended && !may_restart(member);
+        });
     }
 
     /// Starts waiting members. Returns whether any member is starting.
@@ -172,7 +181,7 @@ private:
             }
             member->process = 0;
             if (member->phase == Phase::starting) {
-                fail_start(*member, telling_line(*member, false));
+                fail_start(*member, cause_in_log(*member, false));
             } else if (member->phase == Phase::running) {
                 lose(*member, ending_of(status));
             }
@@ -183,7 +192,6 @@ private:
     {
         report(member.name + " " + how + (restarts_ ? "; starting it again" : ""));
         member.phase = Phase::ended;
-        failed_ = !restarts_ && count(Phase::ended) == members_.size();
     }
 
     /// One that has never run ends the fleet: the cause is in what was asked for.
@@ -210,7 +218,7 @@ private:
             access(member.state.file("snmpd.pid").c_str(), F_OK)) {
             return;
         }
-        const std::string error = telling_line(member, true);
+        const std::string error = cause_in_log(member, true);
         if (!error.empty()) {
             fail_start(member, error);
             return;
@@ -228,7 +236,7 @@ private:
         limit_log(member.state.file("snmpd.log"));
         struct stat status {};
         if (member.phase == Phase::ended) {
-            const bool again = restarts_ && member.was_running && member.process == 0;
+            const bool again = may_restart(member) && member.process == 0;
             member.phase = again ? Phase::waiting : Phase::ended;
         } else if (member.phase == Phase::starting && ++member.silent == start_limit) {
             fail_start(member, "it is not ready after " + std::to_string(start_limit) + " seconds");

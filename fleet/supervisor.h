@@ -22,5 +22,5 @@ struct Member {
 /// Starts all members, as many at once as the machine has use for, shows the progress, and prints
 /// `greeting` when all are ready. From then on it reports each member that ends or hangs, and
 /// starts it again if `restarts`. Returns the exit status of the command when a signal ends it or
-/// no switch is left; all processes and state directories are gone then.
+/// no member is left; all processes and state directories are gone then.
 int supervise(std::vector<Member> members, const std::string& greeting, bool restarts);

@@ -159,6 +159,7 @@ def test_a_fleet_leaves_nothing_behind(tmp_path, victim, goodbye, status):
 
 @pytest.mark.parametrize("text, error", [
     ('name = "a b"', ":2: 'a b' is not a name of"),
+    ('name = "a"', ":3: there is no chassis file "),
     ('name = "a"\ncount = 2', ":2: 'name' of 2 switches has no %"),
     ('name = "a"\nload = 101', ":3: 'load' is 101, not within 0 to 100"),
     ('name = "a"\nname-of = "b"', ":3: unknown key 'name-of'"),
