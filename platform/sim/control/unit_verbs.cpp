@@ -85,12 +85,11 @@ json insert(const json& arguments)
         if (is_flagged(arguments, "unknown")) {
             chassis.plug_unknown(index);
         } else if (entity.port) {
-            chassis.plug(index, type
-                                    ? std::optional(load_transceiver(chassis, entity, *type))
-                                    : std::nullopt);
+            chassis.plug(index, type ? std::optional(load_transceiver(chassis, entity, *type))
+                                     : std::nullopt);
         } else {
-            chassis.insert(index, type ? std::optional(load_unit(chassis, index, *type))
-                                       : std::nullopt);
+            chassis.insert(index,
+                           type ? std::optional(load_unit(chassis, index, *type)) : std::nullopt);
         }
     });
 }
