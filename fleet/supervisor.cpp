@@ -188,7 +188,7 @@ private:
         }
     }
 
-    void lose(Member& member, const std::string& how)
+    void lose(Member& member, const std::string& how) const
     {
         report(member.name + " " + how + (restarts_ ? "; starting it again" : ""));
         member.phase = Phase::ended;
@@ -252,7 +252,7 @@ private:
         }
     }
 
-    void on_hang(Member& member)
+    void on_hang(Member& member) const
     {
         const std::string how = "has not responded for " + std::to_string(hung_after) + " seconds";
         if (restarts_) {
