@@ -112,9 +112,10 @@ def test_chmctl_finds_the_running_switches(ready, runtime):
     assert chmctl("status").returncode == 0
     other = runtime / f"chm-lab-{os.geteuid()}-{second}"
     other.mkdir()
-    with socket.socket(socket.AF_UNIX) as listener:
+    with socket.socket(socket.AF_UNIX) as listener, socket.socket(socket.AF_UNIX) as queue:
         listener.bind(str(other / "control"))
-        listener.listen()
+        listener.listen(0)
+        queue.connect(str(other / "control"))  # is full now, as that of a hung switch
         names = {first: f"lab-switch-{first} ({first})", second: f"? ({second})"}
         assert chmctl("status").stderr == (
             "chmctl: several switches run; choose one with --switch or --port: "
