@@ -165,7 +165,8 @@ Words values_of(const CLI::Option& option, const CommandRequest& request,
     try {
         const json question = {
             {"verb", "choices"}, {"for", request.values}, {"argument", key->second}};
-        auto values = ask_switch(find(), question).get<Words>();
+        constexpr std::chrono::seconds patience(1);
+        auto values = ask_switch(find(), question, patience).get<Words>();
         std::ranges::transform(values, values.begin(), printable);
         return values;
     } catch (const std::exception&) {

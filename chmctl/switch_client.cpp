@@ -10,7 +10,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sys/stat.h>
 #include <sys/time.h>
+#include <unistd.h>
 
 using nlohmann::json;
 
@@ -28,7 +30,7 @@ public:
         setsockopt(socket_.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
         setsockopt(socket_.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
         if (sim::connect_to(socket_, *address) != 0) {
-            fail("no switch listens");
+            fail(errno == EAGAIN ? "the switch does not answer" : "no switch listens");
         }
     }
 
@@ -87,10 +89,12 @@ std::string bounded_list(const std::vector<RunningSwitch>& switches)
                : list + " and " + std::to_string(switches.size() - most) + " more";
 }
 
+/// Does not wait for a hung switch whose queue of connections is full: that listens, too.
 bool listens(const std::string& path)
 {
     const auto address = sim::unix_address(path);
-    return address && sim::connect_to(sim::new_unix_socket(), *address) == 0;
+    return address &&
+           (sim::connect_to(sim::new_unix_socket(SOCK_NONBLOCK), *address) == 0 || errno == EAGAIN);
 }
 
 /// Adds the switches that have a directory whose name is `start` and their port.
@@ -132,6 +136,12 @@ std::vector<RunningSwitch> candidates()
 {
     std::vector<RunningSwitch> switches;
     add_switches(switches, sim::state_directory(), sim::state_name());
+    // Others may make a directory of such a name in /tmp.
+    std::erase_if(switches, [](const RunningSwitch& one) {
+        struct stat status {};
+        const std::string directory = std::filesystem::path(one.socket).parent_path();
+        return lstat(directory.c_str(), &status) != 0 || status.st_uid != geteuid();
+    });
     add_switches(switches, "/run/chmsnmp-lab", "");
     std::ranges::sort(switches, {}, &RunningSwitch::port);
     std::ranges::for_each(switches, describe);

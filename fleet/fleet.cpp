@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <set>
 #include <sstream>
@@ -155,7 +154,7 @@ int bring_up(Options options)
 {
     const std::vector<SwitchPlan> plans = planned(options);
     if (plans.empty()) {
-        throw CLI::ValidationError("no number of switches and no file is given");
+        throw CLI::ValidationError("no switch: give a number of them, or a file with some");
     }
     if (plans.size() > max_switches) {
         throw CLI::ValidationError("more than " + std::to_string(max_switches) + " switches");
@@ -166,6 +165,7 @@ int bring_up(Options options)
     }
     options.address_port = options.address_port == 0 ? options.port : options.address_port;
     check_chassis(plans);
+    hold_signals();
     std::vector<Member> members;
     if (options.has("context")) {
         members.push_back(front_agent(options, plans));
@@ -174,15 +174,6 @@ int bring_up(Options options)
         members.push_back(switch_of(options, plans[number - 1], number));
     }
     return supervise(std::move(members), greeting(options, plans), options.restarts);
-}
-
-int complain(const std::string& what, ExitCode code)
-{
-    std::istringstream lines(what);
-    for (std::string line; std::getline(lines, line);) {
-        std::fprintf(stderr, "fleet: %s\n", line.c_str());
-    }
-    return code;
 }
 
 int run(int argc, char** argv)
@@ -219,8 +210,10 @@ int main(int argc, char** argv)
     try {
         return run(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return complain(std::string(error.what()) + " (see scripts/fleet --help)", WRONG_USAGE);
+        report(std::string(error.what()) + " (see scripts/fleet --help)");
+        return WRONG_USAGE;
     } catch (const std::exception& error) {
-        return complain(error.what(), FAILED);
+        report(error.what());
+        return FAILED;
     }
 }

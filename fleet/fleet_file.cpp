@@ -3,6 +3,8 @@
 #include "files/toml_reader.h"
 #include "model/interface.h"
 
+#include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <map>
 
@@ -99,8 +101,10 @@ private:
             fail(at("name"), "'", plan.name, "' is not a name of 1 to ", max_name,
                  " letters, digits, dots, dashes and underscores");
         }
-        if (serial.size() > sim::max_own_serial) {
-            fail(at("serial"), "'", serial, "' has more than ", sim::max_own_serial, " bytes");
+        const auto is_control = [](unsigned char c) { return std::iscntrl(c) != 0; };
+        if (serial.size() > sim::max_own_serial || std::ranges::any_of(serial, is_control)) {
+            fail(at("serial"), "'", serial, "' is not a serial number of 1 to ",
+                 sim::max_own_serial, " bytes without control characters");
         }
         if (!plan.state.empty() &&
             !std::filesystem::is_directory(std::filesystem::path(plan.state).parent_path())) {

@@ -2,6 +2,8 @@
 
 #include "control/state_path.h"
 
+#include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <stdexcept>
@@ -25,10 +27,13 @@ std::string made(std::string path)
     return path;
 }
 
-/// Opens and locks a file; none if another process has locked it.
+/// Opens and locks a file; none if another process has locked it. Throws std::runtime_error.
 sim::Descriptor locked(const std::string& path)
 {
     sim::Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    if (file.get() < 0) {
+        throw std::runtime_error(path + ": " + std::strerror(errno));
+    }
     return flock(file.get(), LOCK_EX | LOCK_NB) == 0 ? std::move(file) : sim::Descriptor(-1);
 }
 

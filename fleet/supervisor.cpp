@@ -1,15 +1,19 @@
 #include "supervisor.h"
 
 #include <algorithm>
+#include <cctype>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <thread>
 
 namespace {
@@ -41,11 +45,15 @@ int next_signal(std::chrono::milliseconds longest)
     return std::max(sigtimedwait(&signals, nullptr, &time), 0);
 }
 
-/// Forks. The child gets SIGTERM when its parent ends, however that happens.
+/// Forks. The child gets SIGTERM when its parent ends, however that happens. Throws
+/// std::system_error.
 pid_t fork_dependent()
 {
     const pid_t parent = getpid();
     const pid_t child = fork();
+    if (child < 0) {
+        throw std::system_error(errno, std::generic_category(), "no new process");
+    }
     if (child == 0) {
         prctl(PR_SET_PDEATHSIG, SIGTERM);
         if (getppid() != parent) {
@@ -53,11 +61,6 @@ pid_t fork_dependent()
         }
     }
     return child;
-}
-
-void report(const std::string& text)
-{
-    std::fprintf(stderr, "fleet: %s\n", text.c_str());
 }
 
 /// The last line of a log, or the first one that reports an error of the configuration.
@@ -143,11 +146,20 @@ private:
         size_t starting = count(Phase::starting);
         for (Member& member : members_) {
             if (starting < most && member.phase == Phase::waiting) {
-                start(member);
+                try_start(member);
                 ++starting;
             }
         }
         return starting != 0;
+    }
+
+    void try_start(Member& member)
+    {
+        try {
+            start(member);
+        } catch (const std::system_error& error) {
+            fail_start(member, error.what());
+        }
     }
 
     static void start(Member& member)
@@ -181,7 +193,8 @@ private:
             }
             member->process = 0;
             if (member->phase == Phase::starting) {
-                fail_start(*member, cause_in_log(*member, false));
+                const std::string cause = cause_in_log(*member, false);
+                fail_start(*member, cause.empty() ? "it " + ending_of(status) : cause);
             } else if (member->phase == Phase::running) {
                 lose(*member, ending_of(status));
             }
@@ -227,6 +240,7 @@ private:
             report(member.name + " runs again");
         }
         member.phase = Phase::running;
+        member.silent = 0;
         member.was_running = true;
     }
 
@@ -330,16 +344,31 @@ void end_all(std::vector<Member>& members)
 
 } // namespace
 
+void report(const std::string& text)
+{
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        std::ranges::replace_if(
+            line, [](unsigned char c) { return std::iscntrl(c) != 0; }, '?');
+        std::fprintf(stderr, "fleet: %s\n", line.c_str());
+    }
+}
+
+void hold_signals()
+{
+    const sigset_t signals = watched_signals();
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+}
+
 /// Two processes: one supervises, and ends the fleet when it is asked to. The other one waits for
 /// it and outlives its violent death; the members, which that ends, become its children then.
 int supervise(std::vector<Member> members, const std::string& greeting, bool restarts)
 {
-    const sigset_t signals = watched_signals();
-    sigprocmask(SIG_BLOCK, &signals, nullptr);
     prctl(PR_SET_CHILD_SUBREAPER, 1);
     const pid_t supervisor = fork_dependent();
     if (supervisor == 0) {
-        setpgid(0, 0); // the other one passes a Ctrl-C on
+        setpgid(0, 0);                 // the other one passes a Ctrl-C on
+        std::signal(SIGTTOU, SIG_IGN); // not stopped by `stty tostop` when it reports
         prctl(PR_SET_CHILD_SUBREAPER, 1);
         const int status = Supervisor(members, greeting, restarts).run();
         end_all(members);

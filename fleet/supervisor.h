@@ -19,8 +19,16 @@ struct Member {
     bool was_running = false; ///< at any time
 };
 
+/// Prints a text on standard error, control characters replaced, with the name of the command
+/// before each line.
+void report(const std::string& text);
+
+/// Keeps the signals that end a fleet pending until supervise() takes them: to be called before
+/// there is a state directory, which they would leave behind.
+void hold_signals();
+
 /// Starts all members, as many at once as the machine has use for, shows the progress, and prints
 /// `greeting` when all are ready. From then on it reports each member that ends or hangs, and
 /// starts it again if `restarts`. Returns the exit status of the command when a signal ends it or
-/// no member is left; all processes and state directories are gone then.
+/// no member is left; all processes and state directories are gone then. Throws std::system_error.
 int supervise(std::vector<Member> members, const std::string& greeting, bool restarts);

@@ -164,6 +164,7 @@ def test_a_fleet_leaves_nothing_behind(tmp_path, victim, goodbye, status):
     ('name = "a"\nload = 101', ":3: 'load' is 101, not within 0 to 100"),
     ('name = "a"\nname-of = "b"', ":3: unknown key 'name-of'"),
     ('name = "a"\nstate = "missing/a.toml"', ":3: there is no directory for "),
+    ('name = "a"\nserial = "7\\u001b"', ":3: '7?' is not a serial number of "),
     ('name = "a%"\ncount = 501', ":3: 'count' is 501, not within 1 to 500"),
     ('name = "a"\n[[switch]]\nchassis = "c"\nname = "a"', ":6: 'a' is that of another switch"),
     ('name = "a"\nserial = "%"\n[[switch]]\nchassis = "c"\nname = "1"',

@@ -89,11 +89,12 @@ def test_it_shows_notifications_by_name_and_the_death_of_its_agent(ready, runtim
     run(SOURCE / "scripts/with-mibs", BUILD, "true")  # has the base modules installed
     process, state = ready()
     agent = int((state / "snmpd.pid").read_text())
-    run(BUILD / "bin/chmctl", "--socket", state / "control", "pull", "Module 3")
+    for words in ("set", "Module 3", "description", "\x1b[2J"), ("pull", "Module 3"):
+        run(BUILD / "bin/chmctl", "--socket", state / "control", *words)
     assert " coldStart " in next(process.stdout)
     shown = next(line for line in process.stdout if " qefcFRURemoved " in line)
     assert re.fullmatch(r"[\d:]{8} qefcFRURemoved \| entPhysicalContainedIn.1003 = 103 \| "
-                        r"entPhysicalDescr.1003 = .* \| entPhysicalName.103 = Slot 3\n", shown)
+                        r"entPhysicalDescr.1003 = \?\[2J \| entPhysicalName.103 = Slot 3\n", shown)
     os.kill(agent, signal.SIGHUP)
     assert any(" nsNotifyRestart " in line for line in process.stdout)
     os.kill(agent, signal.SIGKILL)
@@ -112,9 +113,10 @@ def test_chmctl_finds_the_running_switches(ready, runtime):
     assert chmctl("status").returncode == 0
     other = runtime / f"chm-lab-{os.geteuid()}-{second}"
     other.mkdir()
-    with socket.socket(socket.AF_UNIX) as listener:
+    with socket.socket(socket.AF_UNIX) as listener, socket.socket(socket.AF_UNIX) as queue:
         listener.bind(str(other / "control"))
-        listener.listen()
+        listener.listen(0)
+        queue.connect(str(other / "control"))  # is full now, as that of a hung switch
         names = {first: f"lab-switch-{first} ({first})", second: f"? ({second})"}
         assert chmctl("status").stderr == (
             "chmctl: several switches run; choose one with --switch or --port: "
