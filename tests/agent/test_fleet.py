@@ -123,6 +123,8 @@ def test_chmctl_finds_the_switches_of_a_fleet_by_name(fleet):
     assert [(line[0], line[2], line[5]) for line in table[1:]] == [
         ("edge-1", "small.toml", "0"), ("edge-2", "small.toml", "1"), ("core", "ten-slot.toml", "0")]
     listed = ", ".join(f"{name} ({fleet.port + n})" for n, name in enumerate(NAMES, start=1))
+    completed = fleet.chmctl("complete", "chmctl --switch e", "e").stdout.split()
+    assert set(completed) == {name for name in fleet.processes() if name[0] == "e"} != set()
     for words, error in ((["units"], "several switches run; choose one with --switch or --port: "),
                          (["--switch", "edge-3", "units"], "no switch named edge-3; running: ")):
         refused = fleet.chmctl(*words)
