@@ -201,7 +201,7 @@ private:
         }
     }
 
-    void lose(Member& member, const std::string& how)
+    void lose(Member& member, const std::string& how) const
     {
         report(member.name + " " + how + (restarts_ ? "; starting it again" : ""));
         member.phase = Phase::ended;
