@@ -117,10 +117,7 @@ def test_chmctl_finds_the_running_switches(ready, runtime):
         listener.bind(str(other / "control"))
         listener.listen(0)
         queue.connect(str(other / "control"))  # is full now, as that of a hung switch
-        names = {first: f"lab-switch-{first} ({first})", second: f"? ({second})"}
-        assert chmctl("status").stderr == (
-            "chmctl: several switches run; choose one with --switch or --port: "
-            f"{names[min(names)]}, {names[max(names)]}\n")
+        assert f"? ({second})" in chmctl("status").stderr  # test_fleet.py has the whole line
         assert chmctl("--port", first, "status").returncode == 0
     assert chmctl("status").returncode == 0  # the other one is dead
     missing = chmctl("--port", "1", "status")

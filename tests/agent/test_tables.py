@@ -54,6 +54,10 @@ def test_the_physical_table_has_entities_and_transceivers_sensors(switch):
             served[f".{ENT_PHYSICAL_ENTRY}.{number}.{entity['index']}"] for number in (2, 3, 4))
         assert (descr, parent) == (entity["description"], str(entity["parent"]))
         assert vendor_type.startswith(".1.3.6.1.4.1.32473.12.3.1.") and vendor_type.count(".") == 12
+    # Container, class and position, which no two have in common.
+    assert len({tuple(served[f".{ENT_PHYSICAL_ENTRY}.{number}.{entity['index']}"]
+                      for number in (4, 5, 6)) for entity in inventory}) == len(inventory)
+    assert switch.order("units", "--failed") == []
     if switch.name != "eighteen-slot":  # where that takes 100,000 requests
         assert switch.walk(ENT_PHYSICAL_ENTRY[:-2], tool="snmpwalk") == table
 

@@ -116,33 +116,6 @@ TEST_F(Scalars, OfTheTerminalMessageTellOfAPlatformThatFails)
     EXPECT_EQ(platform.failed_writes.size(), 4U);
 }
 
-/// What the platform knows of its requests and events, which all else takes by name.
-TEST(Wire, HasNumbersAndSizesOfThePlatform)
-{
-    // clang-format off
-    const std::tuple<RequestCode, uint32_t, size_t> requests[] = {
-        {terminal_message, 1016, 272}, {physical_table, 1026, 2780},
-        {power_supply_group_table, 1027, 284}, {power_status_table, 1028, 16},
-        {module_table, 1029, 316}, {max_default_in_line_power, 1030, 4},
-        {sensor_value_table, 1031, 40}, {sensor_threshold_table, 1032, 28},
-        {last_change_time, 1039, 8}, {enable_status_notification, 1040, 4},
-        {redundancy_status, 1042, 32}, {fan_tray_table, 1046, 8}, {led_table, 3242, 12},
-        {power_supply_table, 3270, 8}};
-    const std::tuple<EventCode, uint32_t, size_t> events[] = {
-        {inventory_change, 1033, 0}, {module_status_change, 1034, 316},
-        {power_status_change, 1035, 16}, {fru_inserted, 1036, 2780}, {fru_removed, 1037, 2780},
-        {sensor_threshold_crossed, 1038, 16}, {supervisor_switchover, 1043, 0},
-        {fan_tray_status_change, 1047, 8}, {power_supply_output_change, 1121, 520},
-        {unrecognized_fru, 3224, 2780}};
-    // clang-format on
-    for (const auto& [request, number, size] : requests) {
-        EXPECT_EQ(std::pair(request.opcode, request.record_size), std::pair(number, size));
-    }
-    for (const auto& [event, number, size] : events) {
-        EXPECT_EQ(std::pair(event.number, event.record_size), std::pair(number, size));
-    }
-}
-
 TEST_F(Scalars, ThatAreRefusedAreRecorded)
 {
     platform.always_answer({0x01020304, {}});

@@ -29,15 +29,6 @@ TEST(IfIndex, IsThatOfAnEthernetPortOrRefused)
     EXPECT_STREQ(text, "Ethernet18/64");
 }
 
-TEST(BoundedCopy, NeverWritesBeyondTheCapacity)
-{
-    char text[] = "######";
-    __strcpy_to_buf(3, text, "abc");
-    __memcpy_to_buf(2, &text[3], "abc", 3);
-    __strcpy_to_buf(0, &text[5], "abc");
-    EXPECT_EQ(std::string(text, 6), std::string("ab\0ab#", 6));
-}
-
 TEST(EventHistory, KeepsTheLast500WhileItIsOn)
 {
     // As a service does: 32 bits of subtype, then the text with its NUL.

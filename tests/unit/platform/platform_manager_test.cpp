@@ -2,8 +2,6 @@
 
 #include "switch_test.h"
 
-#include <set>
-
 namespace {
 
 using PlatformManager = SwitchTest;
@@ -145,37 +143,8 @@ TEST_F(PlatformManager, KeepsWhatIsWrittenAndTellsSoOnce)
         EXPECT_EQ(events(), expected) << text;
         EXPECT_EQ(request(1039, 1, {}).block == time_before, expected.empty()) << text;
     }
-}
-
-TEST_F(PlatformManager, ServesTheSampleChassisWholeAndInOrder)
-{
-    const auto next = [](uint32_t index) {
-        const Answer answer = ask(1026, 2, index);
-        return answer.result == 1 && !answer.block.empty() ? ask(1026, 2, 287958) : answer;
-    };
-    for (const auto& [name, size] :
-         {std::pair("small", 23U), {"ten-slot", 257U}, {"eighteen-slot", 1334U}}) {
-        sim::place_chassis(sim::load_chassis(std::string(CHASSIS_DIR "/") + name + ".toml"));
-        EXPECT_EQ(events(), "1033") << "a chassis takes the place of another";
-        std::set<uint32_t> seen = {0};
-        std::set<std::tuple<uint32_t, uint32_t, uint32_t>> places;
-        for (Answer answer = next(0); answer.result == 0; answer = next(*seen.rbegin())) {
-            const Bytes& entity = answer.block;
-            const uint32_t index = wire_word(entity, 0);
-            const uint32_t container = wire_word(entity, 776);
-            const uint32_t type = wire_word(entity, 780);
-            ASSERT_GT(index, *seen.rbegin());
-            seen.insert(index);
-            EXPECT_EQ(type == 8, index >= 21589 && index <= 25685) << index;
-            EXPECT_EQ(wire_word(entity, 2428), 2U) << index;
-            EXPECT_EQ(row(1026, index), entity) << index;
-            EXPECT_TRUE(container == 0 || seen.contains(container)) << index;
-            EXPECT_TRUE(places.insert({container, type, wire_word(entity, 784)}).second)
-                << index << " has the position of a sibling";
-        }
-        EXPECT_EQ(seen.size() - 1, size);
-        EXPECT_GT(wire_word(row(1027, 1), 264), wire_word(row(1027, 1), 268));
-    }
+    sim::place_chassis(sim::load_chassis(box));
+    EXPECT_EQ(events(), "1033") << "a chassis takes the place of another";
 }
 
 } // namespace
