@@ -10,7 +10,7 @@ from pathlib import Path
 import pytest
 
 from lab import (
-    ALIAS, BUILD, ENT_CONFIG_CHANGE, ENVIRONMENT, NAME, OPERATOR, SERIAL_NUM, SOURCE, Switch,
+    ALIAS, BUILD, ENT_CONFIG_CHANGE, ENVIRONMENT, NAME, OPERATOR, SERIAL_NUM, SOURCE, UPTIME, Switch,
     TrapReceiver, free_port, needs, run, wait_for)
 
 INTEGRATIONS, NPM = SOURCE / "integrations", SOURCE / "build/npm"
@@ -133,6 +133,32 @@ def test_monitoring_plugins_see_interfaces(switch):
         assert (answer.returncode, words in answer.stdout) == (status, True), answer.stdout
     answer = run(f"{PLUGINS}/check_ifstatus", *where)
     assert answer.returncode == 2 and "down: " in answer.stdout
+
+
+GETBULK = """
+use Net::SNMP;
+my ($port, $size, $repetitions) = @ARGV;
+my ($session, $error) = Net::SNMP->session(
+    -hostname => "127.0.0.1", -port => $port, -version => "snmpv3", -username => "guest",
+    -maxmsgsize => $size, -timeout => 2, -retries => 0);
+die $error unless $session;
+my $found = $session->get_bulk_request(
+    -maxrepetitions => $repetitions, -varbindlist => ["1.3.6.1.2.1.47.1.1.1.1.2"]);
+print $found ? scalar keys %$found : $session->error;"""
+
+
+@pytest.mark.skipif(run("perl", "-MNet::SNMP", "-MCrypt::DES", "-e1").returncode != 0,
+                    reason="no Net::SNMP with SNMPv3")
+def test_the_agent_hangs_on_an_answer_that_exceeds_the_clients_message_size():
+    """A fault of the agent, without any part of ours in it; docs/robustness.md warns of it."""
+    with Switch("small") as switch:
+        def bulk(size, repetitions):
+            return run("perl", "-e", GETBULK, switch.port, size, repetitions).stdout
+
+        assert (bulk(1472, 10), bulk(484, 3)) == ("10", "3")
+        bulk(484, 50)
+        if switch.snmp("snmpget", UPTIME, options=("-r0", "-t2")).returncode == 0:
+            pytest.skip("this agent does not have the fault")
 
 
 @needs("collectd")
