@@ -3,6 +3,7 @@
 #include "completion.h"
 #include "files/chassis_file.h"
 #include "fleet.h"
+#include "help.h"
 #include "output.h"
 #include "play.h"
 #include "switch_client.h"
@@ -91,7 +92,8 @@ int print_completions(const std::optional<std::vector<std::string>>& words)
 
 int run(int argc, char** argv)
 {
-    CLI::App app{"Shows and changes a running simulated switch."};
+    CLI::App app{"Shows and changes a running simulated switch.", "chmctl"};
+    app.formatter(std::make_shared<NarrowHelp>());
     app.require_subcommand(0, 1);
     app.fallthrough();
     bool raw = false;
@@ -203,7 +205,7 @@ int run(int argc, char** argv)
         return complain(usage_error(app, error), WRONG_USAGE);
     }
     if (app.get_subcommands().empty()) {
-        return complain("no command is given; see chmctl --help", WRONG_USAGE);
+        return complain("no verb is given; see chmctl --help", WRONG_USAGE);
     }
     if (*complete) {
         return print_completions(completions(app, requests, line, word.size(), chosen));

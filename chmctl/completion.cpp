@@ -149,10 +149,17 @@ Words options_of(const CLI::App& command)
     return names;
 }
 
-/// The values of an argument, from the check that its help shows or from the switch.
+/// The values of an argument, from the check that its help shows or from the running switches.
 Words values_of(const CLI::Option& option, const CommandRequest& request,
                 const std::function<std::string()>& find)
 {
+    if (option.get_name() == "--switch" || option.get_name() == "--port") {
+        Words running;
+        for (const RunningSwitch& one : running_switches()) {
+            running.push_back(option.get_name() == "--port" ? std::to_string(one.port) : one.name);
+        }
+        return running;
+    }
     const std::string type = option.get_type_name();
     const size_t start = type.find('{');
     if (start != std::string::npos) {

@@ -1,5 +1,6 @@
 // chm-conform: checks a platform's libraries against what the MIB modules expect of them.
 
+#include "help.h"
 #include "output.h"
 #include "runner.h"
 
@@ -129,7 +130,9 @@ int run(int argc, char** argv)
 {
     CLI::App app{
         "Checks a platform's libraries against what the MIB modules expect of them, without "
-        "an agent."};
+        "an agent.",
+        "chm-conform"};
+    app.formatter(std::make_shared<NarrowHelp>());
     Options options;
     std::string chassis;
     bool lab = false;

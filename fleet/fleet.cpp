@@ -64,7 +64,8 @@ void check_free(const Endpoint& endpoint)
     address.sin_port = htons(static_cast<uint16_t>(endpoint.port));
     inet_pton(AF_INET, endpoint.address.c_str(), &address.sin_addr);
     if (bind(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        throw std::runtime_error("UDP " + endpoint.text() + ": " + std::strerror(errno));
+        throw std::runtime_error("UDP " + endpoint.text() + ": " + std::strerror(errno) +
+                                 (errno == EADDRINUSE ? "; choose others with --port" : ""));
     }
 }
 
@@ -160,8 +161,8 @@ int bring_up(Options options)
         throw CLI::ValidationError("more than " + std::to_string(max_switches) + " switches");
     }
     if (options.port + plans.size() > UINT16_MAX) {
-        throw CLI::ValidationError(std::to_string(options.port) + " is not a UDP port with " +
-                                   std::to_string(plans.size()) + " more after it");
+        throw CLI::ValidationError("there are no " + std::to_string(plans.size()) +
+                                   " UDP ports after " + std::to_string(options.port));
     }
     options.address_port = options.address_port == 0 ? options.port : options.address_port;
     check_chassis(plans);

@@ -43,7 +43,8 @@ StateDirectory::StateDirectory(uint32_t port)
     : path_(made(sim::state_path(port))), lock_(locked(file("lock")))
 {
     if (!is_held()) {
-        throw std::runtime_error("a lab switch already runs on port " + std::to_string(port));
+        throw std::runtime_error("a lab switch already runs on port " + std::to_string(port) +
+                                 "; choose others with --port");
     }
     for (const fs::directory_entry& entry : fs::directory_iterator(path_)) {
         if (entry.path().filename() != "lock") {

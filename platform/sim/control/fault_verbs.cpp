@@ -40,6 +40,10 @@ json inject_fault(const json& arguments)
     Fault fault{.request = named_request(arguments),
                 .kind = &choice(arguments, "effect", fault_kinds)};
     if (fault.kind->most != 0) {
+        if (!arguments.contains("amount")) {
+            throw std::runtime_error(std::string(fault.kind->key) + " needs an 'amount' (" +
+                                     std::string(fault.kind->amount) + ")");
+        }
         fault.amount = whole_number(arguments, "amount", 1, fault.kind->most);
     } else if (arguments.contains("amount")) {
         throw std::runtime_error(std::string(fault.kind->key) + " takes no 'amount'");

@@ -241,7 +241,7 @@ void Chassis::pull(uint32_t index)
     const Entity& entity = entities_.at(index);
     const auto place = places_.find(entity.contained_in);
     if (place == places_.end() || !entity.replaceable) {
-        throw Refusal(entity.name + " cannot be pulled");
+        throw Refusal(entity.name + " is not replaceable");
     }
     const auto unit = units_.find(index);
     if (unit != units_.end()) {
@@ -281,7 +281,7 @@ void Chassis::insert(uint32_t index, std::optional<Assembly> other)
     }
     if (!place.pulled) {
         throw Refusal("nothing was pulled from " + entities_.at(index).name +
-                      "; say which type of unit to insert");
+                      "; choose a type of unit with --type");
     }
     Unit& unit = fit(std::move(*place.pulled));
     place.pulled.reset();

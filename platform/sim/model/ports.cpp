@@ -106,7 +106,7 @@ void Chassis::plug(uint32_t index, std::optional<Transceiver> other)
     }
     if (!other && !port.unplugged) {
         throw Refusal("nothing was pulled from " + name +
-                      "; say which type of transceiver to insert");
+                      "; choose a type of transceiver with --type");
     }
     port.transceiver = std::move(other ? other : port.unplugged);
     port.unplugged.reset();

@@ -33,11 +33,11 @@ TEST_F(Units, StayAsTheyAreWhenAChangeIsRefused)
     follow(R"(
 pull 101 -> Module 1 is the active supervisor
 pull 103 -> Slot 3 is empty
-pull 4033 -> Fan 2/1 cannot be pulled
-pull 2003 -> Power supply 3 cannot be pulled
+pull 4033 -> Fan 2/1 is not replaceable
+pull 2003 -> Power supply 3 is not replaceable
 insert 102, "type": "other" -> Slot 2 is not empty
 insert 1002 -> Module 2 is no slot or bay; insert takes the slot or bay
-insert 103 -> nothing was pulled from Slot 3; say which type of unit to insert
+insert 103 -> nothing was pulled from Slot 3; choose a type of unit with --type
 insert 103, "type": 7 -> argument 'type' is missing or wrong
 insert 104, "type": "other" -> Slot 4 is not empty
 repair 1004 -> Unknown unit in Slot 4 is no module, power supply, fan tray or fan
