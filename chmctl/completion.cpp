@@ -165,14 +165,6 @@ Words values_of(const CLI::Option& option, const CommandRequest& request,
     if (start != std::string::npos) {
         return CLI::detail::split(type.substr(start + 1, type.find('}') - start - 1), ',');
     }
-    const bool by_name = option.get_name() == "--switch";
-    if (by_name || option.get_name() == "--port") {
-        Words words;
-        for (const RunningSwitch& one : running_switches()) {
-            words.push_back(by_name ? one.name : std::to_string(one.port));
-        }
-        return words;
-    }
     const auto key = request.keys.find(&option);
     if (key == request.keys.end()) {
         return {};
