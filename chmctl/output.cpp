@@ -31,9 +31,8 @@ struct Character {
 Character character_at(const std::string& text, size_t at)
 {
     static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-    const size_t end = text.find('m', at);
-    if (text.compare(at, 2, "\x1b[") == 0 && end != std::string::npos) {
-        return {end + 1 - at, 0};
+    if (text.compare(at, 2, "\x1b[") == 0) {
+        return {std::min(text.find('m', at), text.size() - 1) + 1 - at, 0};
     }
     const locale_t before = uselocale(utf8);
     wchar_t character = 0;

@@ -132,7 +132,8 @@ Section optics_section(const json& transceivers)
             const bool dark = reading.at("no-light").get<bool>();
             const double value = reading.at("value").get<double>();
             const double margin = dark ? -std::numeric_limits<double>::infinity()
-                                       : std::min(high - value, value - low) / (high - low);
+                                       : std::min(high - value, value - low) /
+                                             std::max(high - low, 1e-9); // equal thresholds
             worst.push_back({margin,
                              {text_of(transceiver, "port"), text_of(reading, "quantity"),
                               dark ? paint(Paint::bad, "no light") : value_text(reading)}});
