@@ -3,6 +3,8 @@
 #include "if_index.h"
 #include "trace.h"
 
+#include <cstring>
+
 namespace {
 
 constexpr size_t cached_slots = 18;
@@ -20,11 +22,13 @@ bool has_place(uint8_t slot, uint8_t port)
 
 void ent_cache_init()
 {
-    // A page that has never been written takes no memory.
+    // Every byte is 0 then. A page that has never been written takes no memory, so what is zero
+    // already is only read.
+    static const sfp_cache_entry zero{};
     for (auto& ports : sfp_cache) {
         for (sfp_cache_entry& entry : ports) {
-            if (entry.valid != 0) {
-                entry = {};
+            if (memcmp(&entry, &zero, sizeof entry) != 0) {
+                memset(&entry, 0, sizeof entry);
             }
         }
     }
