@@ -1,5 +1,6 @@
 /// The transceivers' sensors: their index scheme, the cache of diagnostics, and the walks through
 /// the three tables that have rows for them.
+#include "diagnostics_cache.h"
 #include "model_switch.h"
 #include "sensor_index.h"
 
@@ -179,6 +180,16 @@ TEST_F(Sensors, WalksEndWhateverThePortManagerAnswers)
     platform.ports[port_at(0, 0)].diagnostics.response.reset();
     EXPECT_EQ(agent.next(value + Oid{21600}).name, value + Oid{25832}) << "passes by it";
     EXPECT_FALSE(agent.next(threshold + Oid{21600, 3})) << "ends the column";
+}
+
+TEST(DiagnosticsCache, IsAllZeroAtTheStart)
+{
+    auto* const entry = reinterpret_cast<std::byte*>(&ent_cache_entry(17, 63));
+    for (const size_t at : {0U, 567U, 768U}) {
+        entry[at] = std::byte{1}; // of a reading that failed, only the last one makes it valid
+        ent_cache_init();
+        EXPECT_EQ(entry[at], std::byte{0}) << at;
+    }
 }
 
 } // namespace
