@@ -9,16 +9,17 @@ using namespace testing;
 
 namespace {
 
-const Oid entity = {1, 3, 6, 1, 2, 1, 47, 1};
-const Oid descr = entity + Oid{1, 1, 1, 2};
-const Oid main = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9};
-const Oid module = main + Oid{117, 1, 2, 1, 1};
-const Oid value = main + Oid{91, 1, 1, 1, 1};
-const Oid serial = main + Oid{195, 1, 4, 1, 1};
-const Oid led = main + Oid{195, 1, 3, 1, 2};
-const Oid clei = {1, 3, 6, 1, 4, 1, ENTERPRISE_ALT, 9, 92, 1, 1, 1, 11};
-
-using Lookup = WholeSwitchTest;
+class Lookup : public WholeSwitchTest {
+protected:
+    const Oid entity = {1, 3, 6, 1, 2, 1, 47, 1};
+    const Oid descr = entity + Oid{1, 1, 1, 2};
+    const Oid main = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9};
+    const Oid module = main + Oid{117, 1, 2, 1, 1};
+    const Oid value = main + Oid{91, 1, 1, 1, 1};
+    const Oid serial = main + Oid{195, 1, 4, 1, 1};
+    const Oid led = main + Oid{195, 1, 3, 1, 2};
+    const Oid clei = {1, 3, 6, 1, 4, 1, ENTERPRISE_ALT, 9, 92, 1, 1, 1, 11};
+};
 
 TEST_F(Lookup, OfPhysicalEntitiesTakesWhatThePlatformAnswers)
 {

@@ -244,10 +244,10 @@ public:
         if (reading.values.empty() || !kept || (platform.uptime - reading.time) / 100 >= 60) {
             const Bytes& raw = *platform.ports.at(if_index).diagnostics.response;
             const auto voltage = static_cast<int32_t>(host_word(raw, 16) / 1000);
-            const auto current = static_cast<int32_t>(host_word(raw, 20));
+            const auto bias = static_cast<int32_t>(host_word(raw, 20));
             const auto temperature = static_cast<int32_t>(host_word(raw, 12));
             reading = {platform.uptime,
-                       {{3, voltage}, {5, current}, {8, temperature}, {14, 0}, {15, 0}}};
+                       {{3, voltage}, {5, bias}, {8, temperature}, {14, 0}, {15, 0}}};
         }
         return reading;
     }

@@ -22,11 +22,6 @@ extern "C" int __wrap_stat(const char* path, struct stat*) // NOLINT(*-reserved-
 
 namespace {
 
-const Oid entity = {1, 3, 6, 1, 2, 1, 47, 1, 1, 1, 1};
-const Oid fru = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 117};
-const Oid redundancy = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 176};
-const Oid sensors = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 91};
-
 /// A record of letters with words of its own at some offsets.
 Bytes letters(size_t size, char letter, const std::map<size_t, uint32_t>& words)
 {
@@ -39,6 +34,11 @@ Bytes letters(size_t size, char letter, const std::map<size_t, uint32_t>& words)
 
 class Notifications : public WholeSwitchTest {
 protected:
+    const Oid entity = {1, 3, 6, 1, 2, 1, 47, 1, 1, 1, 1};
+    const Oid fru = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 117};
+    const Oid redundancy = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 176};
+    const Oid sensors = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 91};
+
     Notifications()
     {
         marker_exists = false;
@@ -138,7 +138,7 @@ TEST_F(Notifications, OfASwitchover)
     netsnmp_set_agent_starttime(&start);
     const std::pair<int32_t, std::string> reasons[] = {{0, "3"}, {1, "6"}, {2, "6"}, {3, "6"},
                                                        {4, "4"}, {5, "7"}, {9, "1"}, {-1, "1"}};
-    for (const auto& [reason, reported] : reasons) {
+    for (const auto& [reason, shown] : reasons) {
         platform.switchover_reason = reason;
         Bytes record(32);
         put_host_word(record, 4, 501);
@@ -152,7 +152,7 @@ TEST_F(Notifications, OfASwitchover)
         EXPECT_THAT(notification.bindings,
                     ElementsAre(Binding{redundancy + Oid{1, 1, 1, 0}, 2, "501"},
                                 Binding{Oid{1, 3, 6, 1, 2, 1, 1, 3, 0}, 67, now},
-                                Binding{redundancy + Oid{1, 1, 8, 0}, 2, reported}));
+                                Binding{redundancy + Oid{1, 1, 8, 0}, 2, shown}));
         const PlatformCall& call = platform.calls.back();
         EXPECT_EQ(std::tuple(call.opcode, call.operation, call.length, call.for_user),
                   std::tuple(redundancy_status, 1, 32, false));
@@ -166,10 +166,10 @@ TEST_F(Notifications, OfASwitchover)
 
 TEST_F(Notifications, ComputeTheUnitStatusFromThreeWalks)
 {
-    using Statuses = std::vector<uint32_t>;
+    using Words = std::vector<uint32_t>;
     struct {
         const char* what;
-        Statuses power, modules, supplies;
+        Words power, modules, supplies;
         std::string status;
         size_t requests, heartbeats;
     } const cases[] = {
@@ -180,7 +180,7 @@ TEST_F(Notifications, ComputeTheUnitStatusFromThreeWalks)
         {"a faulty module too", {2}, {2, 1}, {2}, "status 4", 4, 2},
         {"a faulty supply", {2}, {2}, {2, 4, 2}, "status 4", 6, 3},
     };
-    const auto set_rows = [this](uint32_t opcode, const Statuses& statuses) {
+    const auto set_rows = [this](uint32_t opcode, const Words& statuses) {
         model.tables[opcode].clear();
         for (uint32_t index = 1; index <= statuses.size(); ++index) {
             Bytes& row = model.tables[opcode][{index, 0}] = model_row(opcode, {index, 0}, 0);

@@ -9,11 +9,6 @@ using namespace testing;
 
 namespace {
 
-const Oid redundancy = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 176};
-const Oid supplement = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 198, 1, 1};
-const Oid terminal = {1, 3, 6, 1, 4, 1, ENTERPRISE_ALT, 2, 9};
-const Oid duration = terminal + Oid{6, 0}, text = terminal + Oid{7, 0};
-
 /// A record whose words are base, base + 1 and so on, in host order.
 Bytes record_from(uint32_t base)
 {
@@ -24,7 +19,13 @@ Bytes record_from(uint32_t base)
     return record;
 }
 
-using Scalars = ModulesTest;
+class Scalars : public ModulesTest {
+protected:
+    const Oid redundancy = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 176};
+    const Oid supplement = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 198, 1, 1};
+    const Oid terminal = {1, 3, 6, 1, 4, 1, ENTERPRISE_ALT, 2, 9};
+    const Oid duration = terminal + Oid{6, 0}, text = terminal + Oid{7, 0};
+};
 
 TEST_F(Scalars, OfRedundancyAreKeptUntilTheNextRecord)
 {
@@ -67,12 +68,12 @@ TEST_F(Scalars, OfTheSupplementSayWhatTheSupervisorsAllow)
 TEST_F(Scalars, OfTheTerminalMessageTellOfAPlatformThatFails)
 {
     const std::string get_failed = "cmi_req_resp to IPCX_OPC_CHM_SNMP_TS_INFO returned FAILURE.\n";
-    EXPECT_EQ(standard_output_of([] { EXPECT_FALSE(agent.get(duration)); }),
+    EXPECT_EQ(standard_output_of([this] { EXPECT_FALSE(agent.get(duration)); }),
               get_failed + "header_tsInfo returned NULL.\n");
     platform.always_answer({0, Bytes(272, 'x')});
     EXPECT_EQ(agent.get(text).value->size(), 260U) << "never beyond the field";
     platform.always_answer({0, {}});
-    EXPECT_EQ(standard_output_of([] { EXPECT_TRUE(agent.get(duration)); }), get_failed);
+    EXPECT_EQ(standard_output_of([this] { EXPECT_TRUE(agent.get(duration)); }), get_failed);
 
     const std::tuple<Oid, std::string, std::string> objects[] = {
         {terminal + Oid{5, 0}, "tsMsgIntervaltim",

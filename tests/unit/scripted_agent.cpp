@@ -113,11 +113,11 @@ std::string bytes_of(const Oid& name)
 
 Notification deliver(uint32_t event, const Bytes& payload)
 {
-    Message message = {payload};
+    ::Message message = {payload};
     return deliver(event, &message);
 }
 
-Notification deliver(uint32_t event, Message* message)
+Notification deliver(uint32_t event, ::Message* message)
 {
     oid trap[MAX_OID_LEN] = {};
     size_t length = 0;

@@ -146,7 +146,7 @@ int32_t cmi_req_resp(uint32_t opcode, int32_t operation, void* request, void** r
 
 void* ipcx_payload_get(void* message)
 {
-    auto& payload = static_cast<Message*>(message)->payload;
+    auto& payload = static_cast<::Message*>(message)->payload;
     return payload ? payload->data() : nullptr;
 }
 

@@ -8,11 +8,6 @@ using namespace testing;
 
 namespace {
 
-const Oid root = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 91};
-const Oid value = root + Oid{1, 1, 1, 1, 4};
-const Oid threshold = root + Oid{1, 2, 1, 1, 4};
-const Oid physical = {1, 3, 6, 1, 2, 1, 47, 1, 1, 1, 1};
-
 /// Index of the code-1 row of a port.
 oid block(uint32_t slot, uint32_t number)
 {
@@ -26,6 +21,10 @@ size_t rows_of(const Oid& column)
 
 class Sensors : public WholeSwitchTest {
 protected:
+    const Oid root = {1, 3, 6, 1, 4, 1, ENTERPRISE_MAIN, 9, 91};
+    const Oid value = root + Oid{1, 1, 1, 1, 4};
+    const Oid threshold = root + Oid{1, 2, 1, 1, 4};
+    const Oid physical = {1, 3, 6, 1, 2, 1, 47, 1, 1, 1, 1};
     const ScriptedPort usual_port = port_with_diagnostics(
         {{12, 31000}, {16, 3300000}, {20, 7}, {24, 500}, {28, 1259}, {112, 3000000}});
 };
@@ -61,7 +60,7 @@ TEST_F(Sensors, HaveRowsForWhatTheirTransceiverTells)
     platform.ports[port_at(1, 2)] = platform.ports[port_at(1, 3)] = usual_port;
     platform.ports[port_at(1, 2)].info.response->at(470) = 'x'; // every text without an end
     platform.ports[port_at(1, 3)].info.response->at(101) = 0;   // no diagnostics
-    const auto text = [](oid column, oid index) {
+    const auto text = [this](oid column, oid index) {
         return agent.get(physical + Oid{column, index}).text();
     };
     const oid sensor = block(1, 2) + 2;
