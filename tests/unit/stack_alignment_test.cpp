@@ -54,7 +54,7 @@ TEST_P(StackAlignment, MayBeThatOfOldAgents)
             }
         }
         for (const auto& [event, handler] : platform.handlers) {
-            Message message = {Bytes(2780, 1)};
+            ::Message message = {Bytes(2780, 1)};
             oid name[MAX_OID_LEN];
             size_t length = 0;
             int send = 0;
