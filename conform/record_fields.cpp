@@ -1,6 +1,8 @@
 #include "record_fields.h"
 
 #include "platform.h"
+#include "wire/events.h"
+#include "wire/requests.h"
 
 #include <algorithm>
 #include <cstring>
@@ -174,11 +176,19 @@ constexpr FieldsOf events[] = {
     {CHM_EVENT_UNRECOGNIZED_FRU, entity_fields},
 };
 
-std::span<const Field> find(std::span<const FieldsOf> all, uint32_t number)
+constexpr std::span<const Field> find(std::span<const FieldsOf> all, uint32_t number)
 {
     const auto found = std::ranges::find(all, number, &FieldsOf::number);
     return found == all.end() ? std::span<const Field>() : found->fields;
 }
+
+// A record without fields would always be plausible, and the same as any other.
+static_assert(std::ranges::all_of(platform_requests, [](const RequestCode& request) {
+    return !find(requests, request).empty();
+}));
+static_assert(std::ranges::all_of(platform_events, [](const EventCode& event) {
+    return event.record_size == 0 || !find(events, event).empty();
+}));
 
 int64_t turned(int32_t value)
 {

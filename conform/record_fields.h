@@ -40,7 +40,7 @@ struct Field {
     }
 };
 
-/// The fields of the record of a request or event, empty for an unknown size of no record.
+/// The fields of the record of a request or event, empty for an unknown number or no record.
 std::span<const Field> fields_of_request(uint32_t opcode);
 std::span<const Field> fields_of_event(uint32_t event);
 

@@ -27,10 +27,6 @@ constexpr Writable writables[] = {
     {terminal_message, "text"},
 };
 
-/// Tables in which nothing can be written.
-constexpr RequestCode read_only[] = {sensor_value_table, fan_tray_table, power_supply_table,
-                                     led_table};
-
 const Field& field_named(const RequestCode& code, const char* name)
 {
     const auto fields = fields_of_request(code);
@@ -179,13 +175,14 @@ std::vector<Check> write_checks()
                           [&] { WriteCheck(writable).run(); }});
     }
     for (const RequestCode& code : platform_requests) {
-        if (code.indexes != 0) {
-            checks.push_back(
-                {std::string(code.name) + ".write-unknown", [=] { check_unknown_row(code); }});
+        if (code.indexes == 0) {
+            continue;
         }
-    }
-    for (const RequestCode& code : read_only) {
-        checks.push_back({std::string(code.name) + ".write", [=] { check_read_only(code); }});
+        checks.push_back(
+            {std::string(code.name) + ".write-unknown", [=] { check_unknown_row(code); }});
+        if (code.access == Access::read_only) {
+            checks.push_back({std::string(code.name) + ".write", [=] { check_read_only(code); }});
+        }
     }
     return checks;
 }
