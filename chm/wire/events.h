@@ -1,7 +1,7 @@
 /// The events that the platform manager reports to the MIB modules.
 #pragma once
 
-#include "platform_events.h"
+#include "platform_messages.h"
 #include "records.h"
 
 #include <cstddef>

@@ -1,7 +1,7 @@
 /// The requests of the MIB modules to the platform manager.
 #pragma once
 
-#include "platform_requests.h"
+#include "platform_messages.h"
 #include "records.h"
 
 #include <cstddef>

@@ -12,10 +12,9 @@
 #ifndef PLATFORM_H
 #define PLATFORM_H
 
-#include "platform_events.h"
 #include "platform_indexes.h"
+#include "platform_messages.h"
 #include "platform_records.h"
-#include "platform_requests.h"
 
 #include "agent_ext.h"
 #include "bounded_copy.h"

@@ -1,8 +1,9 @@
 /*
- * The requests to the platform manager, for cmi_req_resp: their numbers, and what each one means.
+ * The messages between the MIB modules and the platform manager: requests, for cmi_req_resp, and
+ * events. Their numbers, and what each one means.
  */
-#ifndef PLATFORM_REQUESTS_H
-#define PLATFORM_REQUESTS_H
+#ifndef PLATFORM_MESSAGES_H
+#define PLATFORM_MESSAGES_H
 
 #include "platform_types.h"
 
@@ -47,6 +48,20 @@ enum chm_req_opcode CHM_OF_TYPE(uint32_t){
     CHM_OPC_FAN_TRAY_STATUS = 1046,            /**< table of unit_status_record */
     CHM_OPC_LED = 3242,                        /**< table of led_entry, two words */
     CHM_OPC_POWER_SUPPLY_STATUS = 3270,        /**< table of unit_status_record */
+};
+
+/** The events that the platform manager reports, and the record of each. */
+enum chm_event CHM_OF_TYPE(uint32_t){
+    CHM_EVENT_INVENTORY_CHANGE = 1033,           /**< no record */
+    CHM_EVENT_MODULE_STATUS_CHANGE = 1034,       /**< module_record */
+    CHM_EVENT_POWER_STATUS_CHANGE = 1035,        /**< power_status_record */
+    CHM_EVENT_FRU_INSERTED = 1036,               /**< ent_phys_entry */
+    CHM_EVENT_FRU_REMOVED = 1037,                /**< ent_phys_entry, as it was */
+    CHM_EVENT_SENSOR_THRESHOLD_CROSSED = 1038,   /**< sensor_threshold_crossing */
+    CHM_EVENT_SUPERVISOR_SWITCHOVER = 1043,      /**< no record */
+    CHM_EVENT_FAN_TRAY_STATUS_CHANGE = 1047,     /**< unit_status_record */
+    CHM_EVENT_POWER_SUPPLY_OUTPUT_CHANGE = 1121, /**< power_supply_output_record */
+    CHM_EVENT_UNRECOGNIZED_FRU = 3224,           /**< ent_phys_entry */
 };
 
 #endif
