@@ -3,7 +3,7 @@
 using nlohmann::json;
 
 CLI::Option* add_named(CLI::App& command, const Arguments& arguments, const char* what,
-                       const char* key, const char* help)
+                       const char* key, const std::string& help)
 {
     CLI::Option* added = command.add_option_function<std::string>(
         what,

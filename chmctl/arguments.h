@@ -44,7 +44,7 @@ CLI::Option* add_argument(CLI::App& command, const std::string& option, const Ar
 /// Adds an argument that is a name or a number.
 /// @param what the argument's name in the help
 CLI::Option* add_named(CLI::App& command, const Arguments& arguments, const char* what,
-                       const char* key, const char* help);
+                       const char* key, const std::string& help);
 
 /// Adds the entity that a command is about, by its index or its name.
 CLI::Option* add_entity(CLI::App& command, const Arguments& arguments, const char* what,

@@ -120,7 +120,8 @@ void follow_option(CLI::App& command, const Arguments& arguments)
 void fault_options(CLI::App& command, const Arguments& arguments)
 {
     add_named(command, arguments, "REQUEST", "request",
-              "The request, by its name, or by its opcode if it is one of the platform manager");
+              sim::listed(keys_of(sim::request_names)) +
+                  ", or the opcode of a request to the platform manager");
     std::vector<std::string> effects;
     std::vector<std::string> amounts;
     for (const sim::FaultKind& kind : sim::fault_kinds) {
