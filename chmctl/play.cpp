@@ -35,24 +35,25 @@ public:
 
     Scenario read() const
     {
-        check_keys(root(), {"description", "step"});
-        Scenario scenario;
-        if (const toml::node* node = root().get("description")) {
-            scenario.description = text(*node, "description");
-        }
-        sim::FileErrors errors;
-        attempt_each_table(root().get("step"), "step", errors, [&](const toml::table& table) {
-            Step step = read_step(table);
-            if (!scenario.steps.empty() && step.at < scenario.steps.back().at) {
-                fail(table.source(), "this step is before the one above it");
+        return read_all([this] {
+            Scenario scenario;
+            if (const toml::node* node = root().get("description")) {
+                attempt([&] { scenario.description = text(*node, "description"); });
             }
-            scenario.steps.push_back(std::move(step));
+            for_each_table(root().get("step"), "step", [&](const toml::table& table) {
+                Step step = read_step(table);
+                if (!scenario.steps.empty() && step.at < scenario.steps.back().at) {
+                    fail(table.source(), "this step is before the one above it");
+                }
+                stop_unless_sound();
+                scenario.steps.push_back(std::move(step));
+            });
+            check_keys(root(), {"description", "step"});
+            if (scenario.steps.empty()) {
+                fail(root().source(), "there is no [[step]]");
+            }
+            return scenario;
         });
-        errors.throw_all();
-        if (scenario.steps.empty()) {
-            fail(root().source(), "there is no [[step]]");
-        }
-        return scenario;
     }
 
 private:
@@ -61,10 +62,11 @@ private:
         check_keys(table, {"at", "do"});
         const double at = real(table, "at", std::nullopt, 0, 1e6);
         const toml::node& words = required(table, "do", "a step");
-        if (!words.is_array() || words.as_array()->empty()) {
-            fail(words.source(), "'do' is not a list of the words of a command");
-        }
         Step step{.at = at, .line = words.source().begin.line, .command = {}, .request = {}};
+        if (!words.is_homogeneous(toml::node_type::string)) {
+            report(words.source(), "'do' is not a list of the words of a command");
+            return step;
+        }
         std::vector<std::string> arguments;
         for (const toml::node& word : *words.as_array()) {
             arguments.push_back(text(word, "do"));
@@ -86,7 +88,7 @@ private:
         try {
             app.parse(std::move(words));
         } catch (const CLI::ParseError& error) {
-            fail(where.source(), usage_error(app, error));
+            report(where.source(), usage_error(app, error));
         }
         return request;
     }

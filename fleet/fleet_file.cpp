@@ -37,12 +37,12 @@ public:
 
     std::vector<SwitchPlan> read()
     {
-        check_keys(root(), {"switch"});
-        sim::FileErrors errors;
-        attempt_each_table(root().get("switch"), "switch", errors,
+        return read_all([this] {
+            for_each_table(root().get("switch"), "switch",
                            [this](const toml::table& group) { add_group(group); });
-        errors.throw_all();
-        return std::move(plans_);
+            check_keys(root(), {"switch"});
+            return std::move(plans_);
+        });
     }
 
 private:
@@ -54,19 +54,20 @@ private:
         const std::string name = pattern(group, "name", count);
         const std::string state = pattern(group, "state", count);
         const std::string serial = pattern(group, "serial", count);
+        const toml::node& chassis = required(group, "chassis", "[[switch]]");
         const SwitchPlan common{
             .name = name,
-            .chassis = path(text(required(group, "chassis", "[[switch]]"), "chassis")),
+            .chassis = path(text(chassis, "chassis")),
             .individual = {.load = this->count({group}, "load", sim::max_load)}};
+        if (!std::filesystem::exists(common.chassis)) {
+            report(chassis.source(), "there is no chassis file ", common.chassis);
+        }
         for (uint32_t number = 1; number <= count; ++number) {
             SwitchPlan plan = common;
             plan.name = numbered(name, number);
             plan.state = state.empty() ? "" : path(numbered(state, number));
             plan.individual.serial = serial.empty() ? plan.name : numbered(serial, number);
             add(group, std::move(plan));
-        }
-        if (!std::filesystem::exists(common.chassis)) {
-            fail(group.get("chassis")->source(), "there is no chassis file ", common.chassis);
         }
     }
 
@@ -79,8 +80,8 @@ private:
         const toml::node& node = required(group, key, "[[switch]]");
         std::string value = text(node, key);
         if (count > 1 && value.find('%') == std::string::npos) {
-            fail(node.source(), "'", key, "' of ", count,
-                 " switches has no %, which stands for the number of each");
+            report(node.source(), "'", key, "' of ", count,
+                   " switches has no %, which stands for the number of each");
         }
         return value;
     }
@@ -92,23 +93,24 @@ private:
 
     void add(const toml::table& group, SwitchPlan plan)
     {
+        // A serial number that is not given is the name.
         const auto at = [&](std::string_view key) {
-            const toml::node* node = group.get(key);
+            const toml::node* node = group.get(group.contains(key) ? key : "name");
             return (node == nullptr ? group : *node).source();
         };
         const std::string& serial = plan.individual.serial;
         if (!is_name(plan.name)) {
-            fail(at("name"), "'", plan.name, "' is not a name of 1 to ", max_name,
-                 " letters, digits, dots, dashes and underscores");
+            report(at("name"), "'", plan.name, "' is not a name of 1 to ", max_name,
+                   " letters, digits, dots, dashes and underscores");
         }
         const auto is_control = [](unsigned char c) { return std::iscntrl(c) != 0; };
         if (serial.size() > sim::max_own_serial || std::ranges::any_of(serial, is_control)) {
-            fail(at("serial"), "'", serial, "' is not a serial number of 1 to ",
-                 sim::max_own_serial, " bytes without control characters");
+            report(at("serial"), "'", serial, "' is not a serial number of 1 to ",
+                   sim::max_own_serial, " bytes without control characters");
         }
         if (!plan.state.empty() &&
             !std::filesystem::is_directory(std::filesystem::path(plan.state).parent_path())) {
-            fail(at("state"), "there is no directory for ", plan.state);
+            report(at("state"), "there is no directory for ", plan.state);
         }
         claim(at("name"), concat("name ", plan.name), plan.name);
         claim(at("state"), concat("state ", plan.state), plan.state);
@@ -117,10 +119,11 @@ private:
         if (plans_.size() == max_switches) {
             fail(group.source(), "more than ", max_switches, " switches");
         }
+        stop_unless_sound();
         plans_.push_back(std::move(plan));
     }
 
-    /// Refuses what another switch has too.
+    /// Reports what another switch has too.
     void claim(const toml::source_region& where, const std::string& what, const std::string& shown)
     {
         if (shown.empty()) {
@@ -128,10 +131,10 @@ private:
         }
         const auto [other, is_first] = claimed_.emplace(what, shown);
         if (!is_first) {
-            fail(where, "'", shown, "' ",
-                 other->second == shown
-                     ? "is that of another switch"
-                     : concat("gives the MAC addresses of '", other->second, "'"));
+            report(where, "'", shown, "' ",
+                   other->second == shown
+                       ? "is that of another switch"
+                       : concat("gives the MAC addresses of '", other->second, "'"));
         }
     }
 

@@ -170,7 +170,7 @@ def test_a_fleet_leaves_nothing_behind(tmp_path, victim, goodbye, status):
     ('name = "a%"\ncount = 501', ":3: 'count' is 501, not within 1 to 500"),
     ('name = "a"\n[[switch]]\nchassis = "c"\nname = "a"', ":6: 'a' is that of another switch"),
     ('name = "a"\nserial = "%"\n[[switch]]\nchassis = "c"\nname = "1"',
-     ":5: '1' is that of another switch")])
+     ":7: '1' is that of another switch")])
 def test_an_error_of_a_fleet_file_is_reported_with_its_line(tmp_path, text, error):
     file = tmp_path / "fleet.toml"
     words = text.split("\n")

@@ -6,6 +6,7 @@
 #include "model/nearest.h"
 
 #include <algorithm>
+#include <set>
 
 namespace sim {
 namespace {
@@ -39,91 +40,99 @@ public:
 
     Chassis read()
     {
-        FileErrors errors;
-        errors.attempt([this] { check_types(); });
-        errors.attempt([this] { read_places(); });
-        errors.throw_all();
-        for (const UnitKind& kind : unit_kinds) {
-            attempt_each_table(root().get(kind.entry), kind.entry, errors,
-                               [&](const toml::table& entry) { add_units(kind, entry); });
-        }
-        attempt_each_table(root().get("unrecognized"), "unrecognized", errors,
-                           [&](const toml::table& entry) { plug_unrecognized(entry); });
-        errors.throw_all();
-        check_entries_used();
-        errors.attempt([this] { read_supervisors(); });
-        errors.attempt([this] { configure_management(); });
-        attempt_each_table(root().get("led"), "led", errors,
-                           [&](const toml::table& entry) { set_led(entry); });
-        attempt_each_table(root().get("fault"), "fault", errors,
-                           [&](const toml::table& entry) { set_fault(entry); });
-        errors.throw_all();
-        return std::move(chassis_);
+        return read_all([this] {
+            bool known = attempt([this] { check_types(); });
+            known = attempt([this] { read_places(); }) && known;
+            for (const UnitKind& kind : unit_kinds) {
+                const auto add = [&](const toml::table& entry) { add_units(kind, entry); };
+                known = attempt_tables(kind.entry, add) && known;
+            }
+            const auto plug = [this](const toml::table& entry) { plug_unrecognized(entry); };
+            known = attempt_tables("unrecognized", plug) && known;
+            attempt([this] { configure_management(); });
+            attempt_tables("fault", [this](const toml::table& entry) { set_fault(entry); });
+            // What refers to entities depends on all of them.
+            attempt([this] { read_supervisors(); }, known);
+            attempt_tables(
+                "led", [this](const toml::table& entry) { set_led(entry); }, known);
+            if (known) {
+                check_entries_used();
+            }
+            return std::move(chassis_);
+        });
     }
 
     Assembly read_unit(uint32_t place, const std::string& type)
     {
-        read_places();
-        forget_entries(); // they belong to the units of the file
-        const UnitKind& kind = kind_in(place);
-        const Keys fitting = types_of(kind);
-        const toml::table& wanted = required_type("types", type, fitting);
-        if (std::ranges::find(fitting, type) == fitting.end()) {
-            fail(wanted.source(), "[types.", type, "] does not fit: the place takes a ",
-                 key_of(unit_types, kind.type));
-        }
-        const toml::table entry{{"type", type}};
-        const InheritingTable table = table_of(kind, entry);
-        return make_unit(kind, place - kind.place_base, table);
+        return read_all([&] {
+            read_places();
+            forget_entries(); // they belong to the units of the file
+            const UnitKind& kind = kind_in(place);
+            const Keys fitting = types_of(kind);
+            const toml::table& wanted = required_type("types", type, fitting);
+            if (std::ranges::find(fitting, type) == fitting.end()) {
+                fail(wanted.source(), "[types.", type, "] does not fit: the place takes a ",
+                     key_of(unit_types, kind.type));
+            }
+            const toml::table entry{{"type", type}};
+            return make_unit(kind, place - kind.place_base, table_of(kind, entry));
+        });
     }
 
     Transceiver read_transceiver(const Entity& port, const std::string& type)
     {
-        read_places();
-        required_type("transceivers", type, transceiver_types());
-        const toml::table entry{{"type", type}};
-        const InheritingTable table = with_type(entry, "transceivers");
-        return make_transceiver(table, port);
+        return read_all([&] {
+            read_places();
+            required_type("transceivers", type, transceiver_types());
+            const toml::table entry{{"type", type}};
+            return make_transceiver(with_type(entry, "transceivers"), port);
+        });
     }
 
     std::vector<std::string> fitting_types(const Entity& place) const
     {
-        const Keys names = place.port ? transceiver_types() : types_of(kind_in(place.index));
-        return {names.begin(), names.end()};
+        return read_all([&] {
+            const Keys names = place.port ? transceiver_types() : types_of(kind_in(place.index));
+            return std::vector<std::string>(names.begin(), names.end());
+        });
     }
 
     toml::table read_types()
     {
-        check_types();
-        toml::table types;
-        for (const std::string_view key : {"types", "transceivers"}) {
-            if (const toml::node* node = root().get(key)) {
-                types.insert(key, *node);
+        return read_all([this] {
+            check_types();
+            toml::table types;
+            for (const std::string_view key : {"types", "transceivers"}) {
+                if (const toml::node* node = root().get(key)) {
+                    types.insert(key, *node);
+                }
             }
-        }
-        return types;
+            return types;
+        });
     }
 
 private:
+    /// Calls `use` with each table of an array of tables, as attempt() does.
+    bool attempt_tables(std::string_view key, auto&& use, bool known = true) const
+    {
+        return attempt([&] { for_each_table(root().get(key), key, use); }, known);
+    }
+
     /// Everything but the units.
     void read_places()
     {
+        read_entries();
+        if (const toml::node* system = root().get("system")) {
+            chassis_.settings().system = make_system(as_table(*system, "system"));
+        }
         Keys keys = {"chassis",      "types", "transceivers", "entity", "system",
                      "unrecognized", "led",   "supervisors",  "fault",  "management"};
         for (const UnitKind& kind : unit_kinds) {
             keys.push_back(kind.entry);
         }
         check_keys(root(), keys);
-        const toml::node* node = root().get("chassis");
-        if (node == nullptr) {
-            fail(root().source(), "there is no [chassis] table");
-        }
-        read_entries();
-        const toml::table& table = as_table(*node, "chassis");
+        const toml::table& table = as_table(required(root(), "chassis", "the file"), "chassis");
         add_chassis(table);
-        if (const toml::node* system = root().get("system")) {
-            chassis_.settings().system = make_system(as_table(*system, "system"));
-        }
         for (const UnitKind& kind : unit_kinds) {
             add_places(kind, table);
         }
@@ -137,7 +146,10 @@ private:
             make_transceiver({type}, usual_port({}, 1, 1));
         });
         for_each_type("types", [&](const toml::table& type, std::string_view /*name*/) {
+            wrong_types_.insert(&type);
             make_unit(kind_of(type), 1, {type});
+            stop_unless_sound();
+            wrong_types_.erase(&type);
         });
     }
 
@@ -158,7 +170,7 @@ private:
     {
         Keys names;
         for_each_type("types", [&](const toml::table& table, std::string_view name) {
-            if (unknown_key(table, unit_keys(kind)) == nullptr) {
+            if (unknown_keys(table, unit_keys(kind)).empty()) {
                 names.push_back(name);
             }
         });
@@ -189,25 +201,29 @@ private:
     void for_each_type(std::string_view types, auto&& use) const
     {
         if (const toml::node* node = root().get(types)) {
-            for (const auto& [name, type] : as_table(*node, types)) {
+            attempt_each(as_table(*node, types), [&](const auto& named) {
+                const auto& [name, type] = named;
                 use(as_table(type, name.str()), name.str());
-            }
+            });
         }
     }
 
-    /// A kind of units that allows all keys of a type.
+    /// The kind of units that allows the most keys of a type. It should allow all.
     const UnitKind& kind_of(const toml::table& type) const
     {
         Keys all;
         for (const UnitKind& kind : unit_kinds) {
             const Keys keys = unit_keys(kind);
-            if (unknown_key(type, keys) == nullptr) {
-                return kind;
-            }
             all.insert(all.end(), keys.begin(), keys.end());
         }
         check_keys(type, all);
-        fail(type.source(), "no module, power supply or fan tray may have all of these keys");
+        const UnitKind& kind = *std::ranges::min_element(unit_kinds, {}, [&](const UnitKind& one) {
+            return unknown_keys(type, unit_keys(one)).size();
+        });
+        if (sound() && !unknown_keys(type, unit_keys(kind)).empty()) {
+            report(type.source(), "no module, power supply or fan tray may have all of these keys");
+        }
+        return kind;
     }
 
     void plug_unrecognized(const toml::table& entry)
@@ -225,6 +241,7 @@ private:
         }
         Entity unit = unrecognized_unit(container, found->second.unit_index);
         describe(unit, {entry});
+        stop_unless_sound();
         chassis_.add(std::move(unit));
     }
 
@@ -237,9 +254,6 @@ private:
         const toml::table& table = as_table(*node, "supervisors");
         check_keys(table, {"in-charge", "switchovers", "last-reason", "last-action", "state"});
         Redundancy redundancy = chassis_.redundancy();
-        if (const toml::node* slot = table.get("in-charge")) {
-            redundancy.active = in_charge(*slot);
-        }
         redundancy.switchovers = count({table}, "switchovers", UINT32_MAX);
         const auto code = [&](std::string_view key, int32_t& value) {
             if (const toml::node* given = table.get(key)) {
@@ -255,6 +269,10 @@ private:
         if (int32_t state = 0; code("state", state)) {
             redundancy.state_by_hand = state;
         }
+        if (const toml::node* slot = table.get("in-charge")) {
+            redundancy.active = in_charge(*slot);
+        }
+        stop_unless_sound();
         chassis_.set_redundancy(redundancy);
     }
 
@@ -300,28 +318,33 @@ private:
         const uint32_t index = number(required(entry, "entity", "[[led]]"), "entity", 1, INT32_MAX);
         const toml::node& led = required(entry, "led", "[[led]]");
         const uint32_t which = number(led, "led", 1, INT32_MAX);
+        const toml::node& node = required(entry, "value", "[[led]]");
+        const int32_t value = node.is_integer()
+                                  ? number<int32_t>(node, "value", INT32_MIN, INT32_MAX)
+                                  : static_cast<int32_t>(choice(node, "value", led_colours).value);
         const Unit* unit = chassis_.known_unit(index);
         if (unit == nullptr ? index != chassis_index || which != status_led
                             : which > number_of_leds(*unit)) {
             fail(led.source(), "entity ", index, " has no LED ", which);
         }
-        const toml::node& value = required(entry, "value", "[[led]]");
-        sim::set_led(chassis_, index, which,
-                     value.is_integer()
-                         ? number<int32_t>(value, "value", INT32_MIN, INT32_MAX)
-                         : static_cast<int32_t>(choice({entry}, "value", "", led_colours).value));
+        stop_unless_sound();
+        sim::set_led(chassis_, index, which, value);
     }
 
     void set_fault(const toml::table& entry)
     {
         check_keys(entry, {"request", "operation", "effect", "amount", "count"});
-        required(entry, "request", "[[fault]]");
-        required(entry, "effect", "[[fault]]");
-        Fault fault{.request = choice({entry}, "request", "", request_names).key,
-                    .kind = &choice({entry}, "effect", "", fault_kinds)};
-        if (entry.contains("operation")) {
-            fault.operation = choice({entry}, "operation", "", operation_names).value;
+        const toml::node& request = required(entry, "request", "[[fault]]");
+        const toml::node& effect = required(entry, "effect", "[[fault]]");
+        Fault fault{.request = choice(request, "request", request_names).key,
+                    .kind = &choice(effect, "effect", fault_kinds)};
+        if (const toml::node* node = entry.get("operation")) {
+            fault.operation = choice(*node, "operation", operation_names).value;
         }
+        if (const toml::node* node = entry.get("count")) {
+            fault.left = number(*node, "count", 1, UINT32_MAX);
+        }
+        stop_unless_sound();
         const toml::node* amount = entry.get("amount");
         if (fault.kind->most != 0) {
             fault.amount =
@@ -330,9 +353,7 @@ private:
         } else if (amount != nullptr) {
             fail(amount->source(), "'", fault.kind->key, "' takes no 'amount'");
         }
-        if (const toml::node* node = entry.get("count")) {
-            fault.left = number(*node, "count", 1, UINT32_MAX);
-        }
+        stop_unless_sound();
         change_as_said(entry, [&] { chassis_.set_fault(fault); });
     }
 
@@ -387,7 +408,7 @@ private:
         }
         check_keys(entry, keys);
         const InheritingTable table = with_type(entry, "types");
-        if (table.inherited != nullptr) {
+        if (table.inherited != nullptr && !wrong_types_.contains(table.inherited)) {
             check_keys(*table.inherited, unit_keys(kind));
         }
         return table;
@@ -402,14 +423,16 @@ private:
             add_unit(kind, place, table);
             return;
         }
-        for (const toml::node& one : *place.as_array()) {
-            add_unit(kind, one, table);
-        }
+        attempt_each(*place.as_array(), [&](const toml::node& one) { add_unit(kind, one, table); });
     }
 
     void add_unit(const UnitKind& kind, const toml::node& node, const InheritingTable& table)
     {
         const uint32_t place = number(node, kind.place, 1, kind.max_places);
+        Assembly assembly = make_unit(kind, place, table);
+        const bool pulled = is_set(table, "pulled");
+        const bool starting = is_set(table, "starting");
+        assembly.unit.starts = count(table, "starts", UINT32_MAX, pulled ? 0 : 1);
         if (chassis_.find(kind.place_base + place) == nullptr) {
             fail(node.source(), "the chassis has no ", kind.place, " ", place, "; see its '",
                  kind.place_count, "'");
@@ -421,14 +444,11 @@ private:
             fail(node.source(), "another ", kind.entry, " was pulled from ", kind.place, " ",
                  place);
         }
-        Assembly assembly = make_unit(kind, place, table);
-        const bool pulled = is_set(table, "pulled");
-        assembly.unit.starts = count(table, "starts", UINT32_MAX, pulled ? 0 : 1);
+        stop_unless_sound();
         if (pulled) {
             chassis_.add_pulled(std::move(assembly));
         } else {
-            assembly.unit.status =
-                is_set(table, "starting") ? EntityStatus::starting : EntityStatus::off;
+            assembly.unit.status = starting ? EntityStatus::starting : EntityStatus::off;
             chassis_.add_unit(std::move(assembly));
         }
     }
@@ -466,7 +486,8 @@ private:
     }
 
     Chassis chassis_;
-    int32_t containers_ = 0; ///< so far, in the chassis
+    std::set<const toml::table*> wrong_types_; ///< of units
+    int32_t containers_ = 0;                   ///< so far, in the chassis
 };
 
 } // namespace

@@ -8,6 +8,37 @@
 #include <charconv>
 
 namespace sim {
+namespace {
+
+/// The first and last numbers of the ranges in a text such as "1-8,10".
+std::optional<std::vector<std::pair<uint32_t, uint32_t>>> ranges_in(std::string_view rest)
+{
+    const auto take_number = [&]() -> std::optional<uint32_t> {
+        uint32_t number = 0;
+        const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), number);
+        rest.remove_prefix(static_cast<size_t>(end - rest.data()));
+        return error == std::errc() ? std::optional(number) : std::nullopt;
+    };
+    const auto take = [&](char character) {
+        const bool there = rest.starts_with(character);
+        rest.remove_prefix(there ? 1 : 0);
+        return there;
+    };
+    std::vector<std::pair<uint32_t, uint32_t>> ranges;
+    for (bool more = !rest.empty(); more; more = take(',')) {
+        while (!ranges.empty() && take(' ')) {
+        }
+        const auto first = take_number();
+        const auto last = take('-') ? take_number() : first;
+        if (!first || !last) {
+            return std::nullopt;
+        }
+        ranges.emplace_back(*first, *last);
+    }
+    return rest.empty() ? std::optional(ranges) : std::nullopt;
+}
+
+} // namespace
 
 Keys entity_keys(Keys more)
 {
@@ -36,6 +67,8 @@ void EntityReader::read_entries()
         check_keys(entry, entity_keys({"index"}));
         const toml::node& index = required(entry, "index", "[[entity]]");
         const uint32_t value = number(index, "index", 1, INT32_MAX);
+        Entity any;
+        describe(any, {entry});
         if (!entries_.emplace(value, &entry).second) {
             fail(index.source(), "another [[entity]] has the index ", value);
         }
@@ -54,12 +87,12 @@ void EntityReader::read_texts(Described& described, const Text (&texts)[Count],
         }
         const std::string value = bytes(*node, one.key);
         if (value.size() > one.capacity) {
-            fail(node->source(), "'", one.key, "' has ", value.size(), " bytes, more than ",
-                 one.capacity);
+            report(node->source(), "'", one.key, "' has ", value.size(), " bytes, more than ",
+                   one.capacity);
         }
         // In its record a text ends with the first NUL.
         if (value.find('\0') != std::string::npos) {
-            fail(node->source(), "'", one.key, "' contains a NUL");
+            report(node->source(), "'", one.key, "' contains a NUL");
         }
         described.*one.text = value;
     }
@@ -97,9 +130,8 @@ void EntityReader::check_derived(const Entity& entity) const
 
 void EntityReader::check_entries_used() const
 {
-    if (!entries_.empty()) {
-        const auto& [index, entry] = *entries_.begin();
-        fail(entry->source(), "there is no entity ", index);
+    for (const auto& [index, entry] : entries_) {
+        report(entry->source(), "there is no entity ", index);
     }
 }
 
@@ -131,7 +163,8 @@ InheritingTable EntityReader::with_type(const toml::table& entry, std::string_vi
     const std::string name = text(*node, "type");
     const toml::node* type = root()[types][name].node();
     if (type == nullptr) {
-        fail(node->source(), "there is no [", types, ".", name, "]");
+        report(node->source(), "there is no [", types, ".", name, "]");
+        return {entry};
     }
     return {entry, type->as_table()};
 }
@@ -205,8 +238,8 @@ InterfaceSettings EntityReader::make_interface(const toml::table& entry, Keys mo
     if (const toml::node* alias = entry.get("alias")) {
         settings.alias = bytes(*alias, "alias");
         if (settings.alias.size() > max_link_alias) {
-            fail(alias->source(), "'alias' has ", settings.alias.size(), " bytes, more than ",
-                 max_link_alias);
+            report(alias->source(), "'alias' has ", settings.alias.size(), " bytes, more than ",
+                   max_link_alias);
         }
     }
     settings.admin = choice({entry}, "admin-status", "up", link_admins).value;
@@ -239,32 +272,14 @@ Load EntityReader::make_load(const toml::table& entry, std::string_view what) co
 std::vector<uint32_t> EntityReader::port_list(const toml::node& node, std::string_view what,
                                               size_t count) const
 {
-    const auto given = node.value_exact<std::string_view>();
-    std::string_view rest = given.value_or("");
-    const auto refuse_unless = [&](bool good) {
-        if (!good) {
-            fail(node.source(), "'", what, "' is not a list of ports such as \"1-8,10\"");
-        }
-    };
-    const auto take_number = [&] {
-        uint32_t number = 0;
-        const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), number);
-        refuse_unless(error == std::errc());
-        rest.remove_prefix(static_cast<size_t>(end - rest.data()));
-        return number;
-    };
-    const auto take = [&](char character) {
-        const bool there = rest.starts_with(character);
-        rest.remove_prefix(there ? 1 : 0);
-        return there;
-    };
-    refuse_unless(given.has_value());
+    const auto text = node.value_exact<std::string_view>();
+    const auto ranges = text ? ranges_in(*text) : std::nullopt;
+    if (!ranges) {
+        report(node.source(), "'", what, "' is not a list of ports such as \"1-8,10\"");
+        return {};
+    }
     std::vector<uint32_t> numbers;
-    for (bool more = !rest.empty(); more; more = take(',')) {
-        while (!numbers.empty() && take(' ')) {
-        }
-        const uint32_t first = take_number();
-        const uint32_t last = take('-') ? take_number() : first;
+    for (const auto& [first, last] : *ranges) {
         if (first < 1 || first > last || last > count) {
             fail(node.source(), "'", what, "' lists ", first,
                  last == first ? "" : concat("-", last), ", not within 1-", count);
@@ -273,7 +288,6 @@ std::vector<uint32_t> EntityReader::port_list(const toml::node& node, std::strin
             numbers.push_back(number);
         }
     }
-    refuse_unless(rest.empty());
     return numbers;
 }
 
@@ -354,13 +368,10 @@ std::vector<Entity> EntityReader::make_sensors(const Entity& holder, uint32_t ho
                                                const InheritingTable& table)
 {
     std::vector<Entity> sensors;
-    for_each_table(table.find("sensors"), "sensors", [&](const toml::table& entry) {
+    const auto make = [&](const toml::table& entry) {
         check_keys(entry, entity_keys({"kind", "scale", "precision", "low", "high", "held", "last",
                                        "thresholds"}));
         const auto number = static_cast<uint32_t>(sensors.size() + 1);
-        if (number > max_sensors) {
-            fail(entry.source(), "more than ", max_sensors, " sensors");
-        }
         Entity sensor = usual_sensor(own_, holder, holder_number, number);
         sensor.sensor = make_sensor(sensor.index, entry);
         sensor.description = sensor.sensor->kind->description;
@@ -370,7 +381,8 @@ std::vector<Entity> EntityReader::make_sensors(const Entity& holder, uint32_t ho
         sensor = completed(std::move(sensor));
         check_name(sensor, entry);
         sensors.push_back(std::move(sensor));
-    });
+    };
+    for_each_table(table.find("sensors"), "sensors", make, max_sensors);
     return sensors;
 }
 
@@ -401,12 +413,10 @@ Sensor EntityReader::make_sensor(uint32_t index, const toml::table& entry) const
         sensor.reading.set_by_hand(real(entry, "held", std::nullopt, -most, most));
     }
     sensor.value = in_steps(sensor, real(entry, "last", 0, -most, most));
-    for_each_table(entry.get("thresholds"), "thresholds", [&](const toml::table& threshold) {
-        if (sensor.thresholds.size() == max_thresholds) {
-            fail(threshold.source(), "more than ", max_thresholds, " thresholds");
-        }
+    const auto add = [&](const toml::table& threshold) {
         sensor.thresholds.push_back(make_threshold(sensor, threshold));
-    });
+    };
+    for_each_table(entry.get("thresholds"), "thresholds", add, max_thresholds);
     return sensor;
 }
 

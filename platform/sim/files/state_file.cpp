@@ -136,9 +136,11 @@ void visit_all(Chassis& chassis, auto visit)
     }
 }
 
+using Settings = std::map<std::string, std::string>;
+
 /// Reads settings out of nested tables.
 void flatten(const TomlReader& reader, const toml::table& table, const std::string& start,
-             std::map<std::string, std::string>& settings)
+             Settings& settings)
 {
     for (const auto& [key, node] : table) {
         const std::string path = start + std::string(key.str());
@@ -226,7 +228,11 @@ StateFile::StateFile(std::string path, Chassis& chassis)
 void StateFile::apply(Chassis& chassis)
 {
     const TomlReader reader(path_);
-    flatten(reader, reader.root(), "", settings_);
+    settings_ = reader.read_all([&] {
+        Settings settings;
+        flatten(reader, reader.root(), "", settings);
+        return settings;
+    });
     const std::string serial = std::exchange(settings_["chassis"], "");
     if (serial != chassis_serial_) {
         throw FileError(path_ + ": this is the state of the chassis with serial number '" + serial +

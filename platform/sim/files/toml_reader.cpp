@@ -107,33 +107,50 @@ toml::table parse(const std::string& file)
 
 TomlReader::TomlReader(std::string file) : file_(std::move(file)), root_(parse(file_)) {}
 
-const toml::key* TomlReader::unknown_key(const toml::table& table, const Keys& known)
+std::vector<const toml::key*> TomlReader::unknown_keys(const toml::table& table, const Keys& known)
 {
+    std::vector<const toml::key*> unknown;
     for (const auto& [key, value] : table) {
         if (std::ranges::find(known, key.str()) == known.end()) {
-            return &key;
+            unknown.push_back(&key);
         }
     }
-    return nullptr;
+    return unknown;
+}
+
+void TomlReader::keep(const toml::source_region& where, std::string_view missing,
+                      std::string what) const
+{
+    sound_ = false;
+    if (&where != &nothing_.source()) {
+        const size_t line = std::max<size_t>(where.begin.line, 1);
+        errors_.emplace(Position(line, where.begin.column, missing), std::move(what));
+    }
+}
+
+void TomlReader::throw_errors() const
+{
+    std::string all;
+    for (const auto& [position, what] : errors_) {
+        all += concat(all.empty() ? "" : "\n", file_, ":", std::get<0>(position), ": ", what);
+    }
+    if (!all.empty()) {
+        throw FileError(all);
+    }
 }
 
 void TomlReader::check_keys(const toml::table& table, const Keys& known) const
 {
-    FileErrors errors;
-    for (const auto& [key, value] : table) {
-        if (std::ranges::find(known, key.str()) == known.end()) {
-            errors.attempt([&, name = key.str(), where = key.source()] {
-                fail(where, "unknown key '", name, "'", did_you_mean(name, known));
-            });
-        }
+    for (const toml::key* key : unknown_keys(table, known)) {
+        report(key->source(), "unknown key '", key->str(), "'", did_you_mean(key->str(), known));
     }
-    errors.throw_all();
 }
 
 const toml::table& TomlReader::as_table(const toml::node& node, std::string_view what) const
 {
     if (!node.is_table()) {
-        fail(node.source(), "'", what, "' is not a table");
+        report(node.source(), "'", what, "' is not a table");
+        return nothing_;
     }
     return *node.as_table();
 }
@@ -141,7 +158,8 @@ const toml::table& TomlReader::as_table(const toml::node& node, std::string_view
 std::string TomlReader::text(const toml::node& node, std::string_view what) const
 {
     if (!node.is_string()) {
-        fail(node.source(), "'", what, "' is not a string");
+        report(node.source(), "'", what, "' is not a string");
+        return {};
     }
     return node.as_string()->get();
 }
@@ -157,7 +175,8 @@ std::string TomlReader::bytes(const toml::node& node, std::string_view what) con
     const std::string digits = text(hex, "hex");
     if (digits.size() % 2 != 0 ||
         digits.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) {
-        fail(hex.source(), "'hex' is not pairs of hexadecimal digits such as \"c3a4\"");
+        report(hex.source(), "'hex' is not pairs of hexadecimal digits such as \"c3a4\"");
+        return {};
     }
     std::string value;
     for (size_t i = 0; i < digits.size(); i += 2) {
@@ -169,7 +188,8 @@ std::string TomlReader::bytes(const toml::node& node, std::string_view what) con
 bool TomlReader::truth(const toml::node& node, std::string_view what) const
 {
     if (!node.is_boolean()) {
-        fail(node.source(), "'", what, "' is not true or false");
+        report(node.source(), "'", what, "' is not true or false");
+        return false;
     }
     return node.as_boolean()->get();
 }
@@ -179,7 +199,8 @@ const toml::node& TomlReader::required(const toml::table& table, std::string_vie
 {
     const toml::node* node = table.get(what);
     if (node == nullptr) {
-        fail(table.source(), owner, " has no '", what, "'");
+        keep(table.source(), what, concat(owner, " has no '", what, "'"));
+        return nothing_;
     }
     return *node;
 }
@@ -188,7 +209,10 @@ uint32_t TomlReader::count(const InheritingTable& table, std::string_view what, 
                            uint32_t when_not_given) const
 {
     const toml::node* node = table.find(what);
-    return node == nullptr ? when_not_given : number(*node, what, 0, most);
+    if (node == nullptr) {
+        return &table.own == &nothing_ ? most : when_not_given;
+    }
+    return static_cast<uint32_t>(whole_number(*node, what, 0, most).value_or(most));
 }
 
 bool TomlReader::is_set(const InheritingTable& table, std::string_view what,
@@ -202,29 +226,34 @@ double TomlReader::real(const toml::table& table, std::string_view what,
                         std::optional<double> when_not_given, double least, double most) const
 {
     const toml::node* node = table.get(what);
-    const toml::source_region& where = (node == nullptr ? table : *node).source();
+    if (node == nullptr && !when_not_given) {
+        keep(table.source(), what, concat("there is no '", what, "'"));
+        return least;
+    }
     if (node != nullptr && !node->is_number()) {
-        fail(where, "'", what, "' is not a number");
+        report(node->source(), "'", what, "' is not a number");
+        return least;
     }
-    const auto value = node == nullptr ? when_not_given : node->value<double>();
-    if (!value) {
-        fail(where, "there is no '", what, "'");
+    const double value = node == nullptr ? *when_not_given : *node->value<double>();
+    if (!(value >= least && value <= most)) {
+        report((node == nullptr ? table : *node).source(), "'", what, "' is ", value,
+               ", not within ", least, " to ", most);
+        return least;
     }
-    if (!(*value >= least && *value <= most)) {
-        fail(where, "'", what, "' is ", *value, ", not within ", least, " to ", most);
-    }
-    return *value + 0.0; // turns -0 into 0, which differ as raw words of reals
+    return value + 0.0; // turns -0 into 0, which differ as raw words of reals
 }
 
-int64_t TomlReader::whole_number(const toml::node& node, std::string_view what, int64_t least,
-                                 int64_t most) const
+std::optional<int64_t> TomlReader::whole_number(const toml::node& node, std::string_view what,
+                                                int64_t least, int64_t most) const
 {
     if (!node.is_integer()) {
-        fail(node.source(), "'", what, "' is not an integer");
+        report(node.source(), "'", what, "' is not an integer");
+        return std::nullopt;
     }
     const int64_t value = node.as_integer()->get();
     if (value < least || value > most) {
-        fail(node.source(), "'", what, "' is ", value, ", not within ", least, " to ", most);
+        report(node.source(), "'", what, "' is ", value, ", not within ", least, " to ", most);
+        return std::nullopt;
     }
     return value;
 }

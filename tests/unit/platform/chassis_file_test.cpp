@@ -82,16 +82,78 @@ TEST(ChassisFile, NamesTheLineOfWhatIsWrong)
     EXPECT_EQ(error_in("[chassis]\nslots = 1\nsensors = [{}]\n"
                        "[[entity]]\nindex = 21589\nfailed = true"),
               "nothing");
-    EXPECT_EQ(error_in(""), "1: there is no [chassis] table");
+    EXPECT_EQ(error_in(""), "1: the file has no 'chassis'");
     EXPECT_EQ(error_in("[chassis]\nslots = 3\nserail = 'x'\nstart-second = 1\n[[led]]\n"),
               "3: unknown key 'serail'; did you mean 'serial'?\n"
-              "4: unknown key 'start-second'; did you mean 'start-seconds'?");
+              "4: unknown key 'start-second'; did you mean 'start-seconds'?\n"
+              "5: [[led]] has no 'entity'\n5: [[led]] has no 'led'\n5: [[led]] has no 'value'");
     EXPECT_EQ(error_in("[chassis]\nslots = 2\n[[module]]\nslot = 3\n[[module]]\nrole = 1\n"
-                       "[[unrecognized]]\nplace = 7\n[[led]]\n"),
+                       "[[unrecognized]]\nplace = 7\n"),
               "4: the chassis has no slot 3; see its 'slots'\n5: [[module]] has no 'slot'\n"
-              "8: there is no slot or bay 7");
+              "6: 'role' is none of 'supervisor', 'line-card'\n8: there is no slot or bay 7");
     EXPECT_EQ(error_in("[chassis]\nslots = = 1\n").find("2: "), 0U);
     EXPECT_THROW(sim::load_chassis("/nonexistent/chassis.toml"), sim::FileError);
+}
+
+/// A chassis file with what is wrong in a line as comments there.
+const char* const all_wrong = R"(boxes = 1 # unknown key 'boxes'
+[chassis]
+slots = "two" # 'slots' is not an integer
+sensors = [
+    { name = 7, low = "cold", high = 3 }, # 'name' is not a string # 'low' is not a number
+]
+[types.card]
+ports = "many" # 'ports' is not an integer
+electrical = "1-8"
+alias = 1 # 'alias' is not a string
+[types.mixed] # no module, power supply or fan tray may have all of these keys
+ports = 1
+output = 1
+[[module]]
+slot = 1
+type = "card"
+[[module]]
+slot = [2, 99] # 'slot' is 99, not within 1 to 18
+type = "card"
+transceivers = [{ ports = "9", lanes = 9 }] # 'lanes' is 9, not within 1 to 8
+[[module]]
+slot = 3
+type = "crad" # there is no [types.crad]
+electrical = "1"
+power = -1 # 'power' is -1, not within 0 to 100000
+[[module]]
+slot = 4
+type = "mixed"
+sensors = [{}, { low = 2, high = 1 }] # 'low' is 2, above 'high', which is 1
+[[fan-tray]] # [[fan-tray]] has no 'bay'
+power-admin-status = "standby" # 'power-admin-status' is none of 'on', 'off', 'on-until-failure'
+[[power-supply]]
+bay = 1 # the chassis has no bay 1; see its 'power-supply-bays'
+[[led]] # [[led]] has no 'led'
+entity = 1001
+value = "pink" # 'value' is none of 'off', 'green', 'amber', 'red', 'blinking-green'
+[supervisors]
+in-charge = 2
+state = "good" # 'state' is not an integer
+[[entity]]
+index = 3001
+vendor-type = "x" # 'vendor-type' is not an integer
+)";
+
+TEST(ChassisFile, ReportsEveryErrorOnceAndNoneThatFollowsFromAnother)
+{
+    std::istringstream lines(all_wrong);
+    std::string expected;
+    size_t number = 0;
+    for (std::string line; std::getline(lines, line);) {
+        ++number;
+        for (size_t at = 0; (at = line.find(" # ", at)) != std::string::npos;) {
+            at += 3;
+            expected +=
+                std::to_string(number) + ": " + line.substr(at, line.find(" # ", at) - at) + "\n";
+        }
+    }
+    EXPECT_EQ(error_in(all_wrong) + "\n", expected);
 }
 
 TEST(ChassisFile, HasWhatFollowsFromANameFollowItInTheEnd)
