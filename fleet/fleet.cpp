@@ -120,7 +120,8 @@ Member switch_of(const Options& options, const SwitchPlan& plan, uint32_t number
 Member front_agent(const Options& options, const std::vector<SwitchPlan>& plans)
 {
     check_free({"127.0.0.1", options.port});
-    Member member{.name = "the front agent", .state = StateDirectory(options.port)};
+    Member member{
+        .name = "the front agent", .state = StateDirectory(options.port), .is_switch = false};
     member.command = {options.source + "/scripts/front-agent", member.state.path(),
                       std::to_string(options.port)};
     for (uint32_t number = 1; number <= plans.size(); ++number) {

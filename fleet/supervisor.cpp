@@ -120,6 +120,9 @@ public:
             }
             show_progress();
         }
+        if (!failed_) {
+            report("no switch is left");
+        }
         return EXIT_FAILURE;
     }
 
@@ -131,11 +134,11 @@ private:
 
     bool may_restart(const Member& member) const { return restarts_ && member.was_running; }
 
-    /// Whether all members have ended for good.
+    /// Whether all switches have ended for good.
     bool is_over() const
     {
         return std::ranges::all_of(members_, [this](const Member& member) {
-            return member.phase == Phase::ended && !may_restart(member);
+            return !member.is_switch || (member.phase == Phase::ended && !may_restart(member));
         });
     }
 

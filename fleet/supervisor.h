@@ -10,6 +10,7 @@
 struct Member {
     std::string name;
     StateDirectory state;
+    bool is_switch = true;
     std::vector<std::string> command{}; ///< executes snmpd, whose files are in the state directory
 
     enum class Phase { waiting, starting, running, ended } phase = Phase::waiting;
@@ -30,5 +31,5 @@ void hold_signals();
 /// Starts all members, as many at once as the machine has use for, shows the progress, and prints
 /// `greeting` when all are ready. From then on it reports each member that ends or hangs, and
 /// starts it again if `restarts`. Returns the exit status of the command when a signal ends it or
-/// no member is left; all processes and state directories are gone then. Throws std::system_error.
+/// no switch is left; all processes and state directories are gone then. Throws std::system_error.
 int supervise(std::vector<Member> members, const std::string& greeting, bool restarts);

@@ -159,6 +159,15 @@ def test_a_fleet_leaves_nothing_behind(tmp_path, victim, goodbye, status):
         wait_for(fleet.is_gone, "end of all switches")
 
 
+def test_a_fleet_ends_after_its_last_switch(tmp_path):
+    with Fleet(tmp_path, "--count", "2") as fleet:
+        for process in fleet.processes().values():
+            os.kill(process, signal.SIGKILL)
+        assert fleet.process.wait(timeout=20) == 1
+        assert fleet.process.stderr.readlines()[2:] == ["fleet: no switch is left\n"]
+        wait_for(fleet.is_gone, "end of the front agent")
+
+
 @pytest.mark.parametrize("text, error", [
     ('name = "a b"', ":2: 'a b' is not a name of"),
     ('name = "a"', ":3: there is no chassis file "),
