@@ -28,6 +28,26 @@ rwuser operator priv
 END
 }
 
+# wrong_value NAME SERIAL LOAD PORT...: prints the first one that no switch can have, if any. Empty
+# values are the defaults; an engine ID has room for no longer name.
+wrong_value() {
+    local LC_ALL=C name=$1 serial=$2 load=$3 port
+    for port in "${@:4}"; do
+        if [[ ! $port =~ ^[1-9][0-9]{0,4}$ ]] || ((port > 65535)); then
+            echo "${port//[[:cntrl:]]/?} is not a UDP port" && return
+        fi
+    done
+    if [[ -n $name && ! $name =~ ^[[:alnum:]._-]{1,27}$ ]]; then
+        echo "${name//[[:cntrl:]]/?} is not a name of 1 to 27 letters, digits, dots, dashes and" \
+            "underscores"
+    elif ((${#serial} > 27)) || [[ $serial == *[[:cntrl:]]* ]]; then
+        echo "${serial//[[:cntrl:]]/?} is not a serial number of 1 to 27 bytes without control" \
+            "characters"
+    elif [[ -n $load && ! $load =~ ^([0-9]{1,2}|100)$ ]]; then
+        echo "${load//[[:cntrl:]]/?} is not a load of 0 to 100 percent"
+    fi
+}
+
 # fail TEXT [STATUS]: prints one line on standard error and exits.
 fail() {
     printf '%s: %s\n' "$(basename "$0")" "$1" >&2

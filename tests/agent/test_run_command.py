@@ -160,6 +160,8 @@ def test_its_logs_do_not_grow_for_ever(ready):
 
 
 @pytest.mark.parametrize("options, complaint", [
+    (["--load", "101"], "101 is not a load of 0 to 100 percent (see"),
+    (["--serial", 28 * "7"], "is not a serial number of 1 to 27 bytes"),
     (["--chassis", "missing.toml"], "missing.toml"),
     (["--chassis", "broken.toml"], "broken.toml:2: "),
     (["--port", "0"], "run: "), (["--port", "65536"], "run: "), (["--fly"], "run: "),
