@@ -190,6 +190,13 @@ std::string running_switch_named(const std::string& name)
     return only_switch("named " + name, [&](const RunningSwitch& one) { return one.name == name; });
 }
 
+std::string name_of_switch(const std::string& socket)
+{
+    RunningSwitch one{.socket = socket};
+    describe(one);
+    return one.name;
+}
+
 json ask_switch(const std::string& socket, const json& request, std::chrono::seconds patience)
 {
     Connection connection(socket, patience);

@@ -37,6 +37,9 @@ std::vector<RunningSwitch> running_switches();
 std::string running_switch(uint32_t port);
 std::string running_switch_named(const std::string& name);
 
+/// The name of the switch at a socket, empty if it has none.
+std::string name_of_switch(const std::string& socket);
+
 /// Sends a request to the switch at a socket and waits for the result. Throws NoSwitch or Refused.
 nlohmann::json ask_switch(const std::string& socket, const nlohmann::json& request,
                           std::chrono::seconds patience = std::chrono::seconds(10));

@@ -164,9 +164,11 @@ View view_of(const std::string& socket)
 {
     const json status = ask(socket, "status");
     const json faults = ask(socket, "faults");
-    std::string title = status.contains("chassis")
-                            ? std::filesystem::path(text_of(status, "chassis")).filename().string()
-                            : "no chassis";
+    std::string title = printable(name_of_switch(socket));
+    title += title.empty() ? "" : "  ";
+    title += status.contains("chassis")
+                 ? std::filesystem::path(text_of(status, "chassis")).filename().string()
+                 : "no chassis";
     if (!faults.empty()) {
         title +=
             paint(Paint::warning, "  (faults injected: " + std::to_string(faults.size()) + ")");

@@ -346,7 +346,7 @@ def test_the_view_fits_its_window(tmp_path):
                         (40, 10, r"Units.*  Fan tray 1 +failed.* active .*\nLast.*…  Fan tray 1\nHott.*\n"
                          r"  箱+ outlet  99 °C \*\nWorst[^\n]*\n[^\n]*no light\n$")]:
                     tmux("resize-window", "-x", columns, "-y", rows)
-                    shows(rf"^wide\.toml\n{picture}")
+                    shows(rf"^lab-switch  wide\.toml\n{picture}")
                 end()
                 shows(f"status {status}\nsame\n")
         finally:
