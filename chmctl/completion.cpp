@@ -197,6 +197,15 @@ Words finished(const Line& line, const std::string& prefix, const Words& all)
 
 } // namespace
 
+std::string shell_word(const std::string& text)
+{
+    if (!text.empty() && quoted(text, '\0') == text) {
+        return text;
+    }
+    const char quote = in(text, '!') ? '\'' : '"'; // bash expands ! in double quotes too
+    return quote + quoted(text, quote) + quote;
+}
+
 std::optional<std::vector<std::string>>
 completions(CLI::App& app, const std::map<const CLI::App*, Arguments>& requests,
             const std::string& line, size_t replaced, const std::function<std::string()>& find)

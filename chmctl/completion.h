@@ -1,4 +1,4 @@
-/// Completion of commands in a shell.
+/// Words of commands in a shell, and their completion.
 #pragma once
 
 #include "arguments.h"
@@ -11,6 +11,9 @@
 
 /// Script for bash that completes the words of chmctl.
 extern const char* const bash_completion;
+
+/// A word as a person types it in a shell, quoted where it needs to be.
+std::string shell_word(const std::string& text);
 
 /// Completions of the last word of a command line, quoted as the word is; nothing where a file is
 /// to be named. The verbs and their options are those of the parser; the running switch answers

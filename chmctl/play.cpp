@@ -1,5 +1,6 @@
 #include "play.h"
 
+#include "completion.h"
 #include "files/toml_reader.h"
 #include "output.h"
 #include "switch_client.h"
@@ -70,7 +71,7 @@ private:
         std::vector<std::string> arguments;
         for (const toml::node& word : *words.as_array()) {
             arguments.push_back(text(word, "do"));
-            step.command += (step.command.empty() ? "" : " ") + arguments.back();
+            step.command += (step.command.empty() ? "" : " ") + shell_word(arguments.back());
         }
         step.request = request_of(std::move(arguments), words);
         return step;

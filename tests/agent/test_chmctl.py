@@ -1,9 +1,11 @@
 """The control socket and its command: good and bad use, faults, scenarios, exports, completion."""
 
+import json
 import os
 import pty
 import re
 import select
+import shlex
 import signal
 import socket
 import subprocess
@@ -189,11 +191,16 @@ def test_export_gives_the_same_switch(tmp_path):
         assert switch.order("inventory") == inventory
 
 
-def test_scenarios_play_and_notify(switch):
+def test_scenarios_play_and_notify(switch, tmp_path):
     for file in sorted((SOURCE / "scenarios").glob("*.toml")):
         if "storm" in file.name:  # the list of notifications would have no room for others
             continue
         assert switch.chmctl("play", file, "--speed", "100").returncode == 0, file
+    # What it prints can be typed.
+    words = ["set", "Module 3", "alias", """a "b" $c's \\ d!"""]
+    (tmp_path / "quotes.toml").write_text(f"[[step]]\nat = 0\ndo = {json.dumps(words)}")
+    line = switch.chmctl("play", tmp_path / "quotes.toml").stdout.strip()
+    assert shlex.split(line) == ["0.0", "s", *words] and 's  set "Module 3" alias ' in line
     sent = switch.order("notifications")
     names = {one["name"] for one in sent}
     assert {"qefcFanTrayStatusChange", "qefcFRURemoved", "qRFSwitchover",
