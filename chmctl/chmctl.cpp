@@ -157,7 +157,7 @@ int run(int argc, char** argv)
             "--once", [&] { count = 1; }, "Show the state once")
         ->excludes(counted);
     run_as_text(*view, [&] { watch(chosen(), seconds, count); });
-    add_example(*view, "--once");
+    add_example(*view, "--once", switch_options);
 
     std::string file;
     double speed = 1;
@@ -169,7 +169,7 @@ int run(int argc, char** argv)
         ->check(CLI::Range(0.001, 1e6))
         ->capture_default_str();
     run_as_text(*scenario, [&] { play(file, speed, chosen()); });
-    add_example(*scenario, "scenarios/fan-failure.toml --speed 2");
+    add_example(*scenario, "scenarios/fan-failure.toml --speed 2", switch_options);
 
     CLI::App* completion = app.add_subcommand(
         "completion", "Print a script that lets bash complete the words of chmctl");
@@ -180,7 +180,7 @@ int run(int argc, char** argv)
     CLI::App* fleet = app.add_subcommand("fleet", "Show all running switches of this user");
     fleet->group("Views and scenarios");
     fleet->final_callback([&raw] { show_fleet(raw); });
-    fleet->footer("Example:\n  chmctl fleet");
+    add_example(*fleet, "", "--json");
 
     // For the script of bash_completion.
     std::string line;

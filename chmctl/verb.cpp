@@ -12,7 +12,7 @@ add_verbs(CLI::App& app, const std::function<void(const Verb&, const json&)>& ru
             CLI::App* command = app.add_subcommand(verb.name, verb.help)->group(group->title);
             auto request = std::make_shared<CommandRequest>(CommandRequest{{{"verb", verb.name}}});
             verb.add_options(*command, request);
-            add_example(*command, verb.example);
+            add_example(*command, verb.example, std::string(switch_options) + ", and --json");
             command->final_callback([=, &verb] { run(verb, request->values); });
             requests[command] = request;
         }
@@ -20,10 +20,11 @@ add_verbs(CLI::App& app, const std::function<void(const Verb&, const json&)>& ru
     return requests;
 }
 
-void add_example(CLI::App& command, const std::string& arguments)
+void add_example(CLI::App& command, const std::string& arguments, const std::string& common)
 {
     command.footer("Example:\n  chmctl " + command.get_name() + (arguments.empty() ? "" : " ") +
-                   arguments);
+                   arguments +
+                   (common.empty() ? "" : "\n\nAlso, before or after the verb: " + common));
 }
 
 std::string usage_error(const CLI::App& app, const CLI::ParseError& error)
