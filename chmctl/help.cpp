@@ -1,6 +1,7 @@
 #include "help.h"
 
 #include <algorithm>
+#include <regex>
 #include <sstream>
 
 namespace {
@@ -27,7 +28,43 @@ std::string wrapped(const std::string& text, size_t width)
     return lines;
 }
 
+/// An error of the parser's, and what a person reads instead.
+struct Wording {
+    const char* pattern;
+    const char* plain;
+};
+
+constexpr Wording wordings[] = {
+    {R"((.*): Value (.*) not in range .* to \d{300}.*)", "$1: '$2' is not a positive number"},
+    {R"((.*): Value (.*) not in range (\d+(?:\.\d*[1-9])?)\.?0* to (\d+(?:\.\d*[1-9])?)\.?0*)",
+     "$1: '$2' is not a number from $3 to $4"},
+    {R"((.*): (.*) not in \{(.*)\})", "$1: '$2' is none of $3"},
+    {R"((.*): (.*) unit not recognized\. Allowed values: \{(.*)\})",
+     "$1: '$2' is neither a number nor a unit; units are $3"},
+    {R"(Could not convert: (.*) = (.*))", "$1: '$2' is not a number that it takes"},
+    {R"((.*): 1 required .* missing)", "$1 needs a value"},
+    {R"((.*): At Most 1 required but received .*)", "$1 is given more than once"},
+    {R"((.*) excludes (.*))", "$1 and $2 exclude each other"},
+    {R"(The following arguments? (?:was|were) not expected: (.*))", "not expected: $1"},
+};
+
 } // namespace
+
+std::string plain_error(const CLI::ParseError& error)
+{
+    std::string text = error.what();
+    constexpr size_t most = 1000; // patterns need stack for each character
+    if (text.size() > most) {
+        return text;
+    }
+    for (const Wording& wording : wordings) {
+        const std::regex pattern(wording.pattern);
+        if (std::regex_match(text, pattern)) {
+            return std::regex_replace(text, pattern, wording.plain);
+        }
+    }
+    return text;
+}
 
 NarrowHelp::NarrowHelp()
 {

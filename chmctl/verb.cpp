@@ -1,5 +1,7 @@
 #include "verb.h"
 
+#include "help.h"
+
 using nlohmann::json;
 
 std::map<const CLI::App*, Arguments>
@@ -31,7 +33,7 @@ std::string usage_error(const CLI::App& app, const CLI::ParseError& error)
 {
     const std::vector<std::string> extra = app.remaining(true);
     if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr || extra.empty()) {
-        return error.what();
+        return plain_error(error);
     }
     const std::string& word = extra.front();
     const auto given = app.get_subcommands();

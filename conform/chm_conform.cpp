@@ -172,8 +172,12 @@ int run(int argc, char** argv)
         if (options.libraries.empty()) {
             throw CLI::RequiredError("LIBRARY or --lab");
         }
+    } catch (const CLI::Success& help) {
+        return app.exit(help);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? ALL_HOLDS : WRONG_USAGE;
+        std::fprintf(stderr, "chm-conform: %s (see chm-conform --help)\n",
+                     plain_error(error).c_str());
+        return WRONG_USAGE;
     }
     return check(options, as_json);
 }

@@ -2,6 +2,7 @@
 
 #include "files/chassis_file.h"
 #include "fleet_file.h"
+#include "help.h"
 #include "supervisor.h"
 
 #include <CLI/CLI.hpp>
@@ -212,7 +213,7 @@ int main(int argc, char** argv)
     try {
         return run(argc, argv);
     } catch (const CLI::ParseError& error) {
-        report(std::string(error.what()) + " (see scripts/fleet --help)");
+        report(plain_error(error) + " (see scripts/fleet --help)");
         return WRONG_USAGE;
     } catch (const std::exception& error) {
         report(error.what());
