@@ -132,7 +132,10 @@ void TomlReader::throw_errors() const
 {
     std::string all;
     for (const auto& [position, what] : errors_) {
-        all += concat(all.empty() ? "" : "\n", file_, ":", std::get<0>(position), ": ", what);
+        const std::string error = concat(file_, ":", std::get<0>(position), ": ", what);
+        if (!all.ends_with(error)) { // two values of a line may be wrong alike
+            all += (all.empty() ? "" : "\n") + error;
+        }
     }
     if (!all.empty()) {
         throw FileError(all);
