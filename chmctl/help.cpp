@@ -41,7 +41,7 @@ constexpr Wording wordings[] = {
     {R"((.*): (.*) not in \{(.*)\})", "$1: '$2' is none of $3"},
     {R"((.*): (.*) unit not recognized\. Allowed values: \{(.*)\})",
      "$1: '$2' is neither a number nor a unit; units are $3"},
-    {R"(Could not convert: (.*) = (.*))", "$1: '$2' is not a number that it takes"},
+    {R"(Could not convert: (.*) = (.*))", "$1 does not take '$2'"},
     {R"((.*): 1 required .* missing)", "$1 needs a value"},
     {R"((.*): At Most 1 required but received .*)", "$1 is given more than once"},
     {R"((.*) excludes (.*))", "$1 and $2 exclude each other"},

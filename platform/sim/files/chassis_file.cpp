@@ -423,7 +423,11 @@ private:
             add_unit(kind, place, table);
             return;
         }
-        attempt_each(*place.as_array(), [&](const toml::node& one) { add_unit(kind, one, table); });
+        const toml::array& places = *place.as_array();
+        if (places.size() > kind.max_places) {
+            fail(place.source(), "more than ", kind.max_places, " values of '", kind.place, "'");
+        }
+        attempt_each(places, [&](const toml::node& one) { add_unit(kind, one, table); });
     }
 
     void add_unit(const UnitKind& kind, const toml::node& node, const InheritingTable& table)

@@ -39,6 +39,7 @@ sensors = [{ low = 46 }] -> 4: 'low' is 46, above 'high', which is 45
 sensors = [{ high = nan }] -> 4: 'high' is nan, not within -1e+09 to 1e+09
 sensors = [{ scale = "milli", precision = 5 }] -> 4: 'low' is 35, not within -10 to 10
 sensors = [{ thresholds = [{ notify = true }] }] -> 4: there is no 'value'
+[[fan-tray]];bay = [1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1] -> 5: more than 16 values of 'bay'
 sensors = [{ thresholds = [{ value = 1 }, { value = 2.5 }, { value = 3 }, { value = 4 }, { value = 5 }] }] -> 4: more than 4 thresholds
 [[module]];slot = 1;electrical = "1-" -> 6: 'electrical' is not a list of ports such as "1-8,10"
 [[module]];slot = 1;ports = 4;transceivers = [{ ports = "2, 4-5" }] -> 7: 'ports' lists 4-5, not within 1-4
