@@ -18,7 +18,7 @@ ALERTS = {rule["alert"] for group in RULES["groups"] for rule in group["rules"] 
 SCENARIOS = {file: set(re.match("# Alerts: (.*)", file.read_text())[1].split())
              for file in (SOURCE / "scenarios").glob("*.toml")}
 HUNG = {"SwitchNotAnswering"}
-MINUTE = 2  # seconds, in place of each minute of the rules
+MINUTE = 3  # seconds, in place of each minute of the rules
 
 
 @needs("prometheus-snmp-generator")
