@@ -41,9 +41,10 @@ add_verbs(CLI::App& app,
 /// @param app the parser that refused it
 std::string usage_error(const CLI::App& app, const CLI::ParseError& error);
 
+/// The options that choose a switch, for help texts.
+inline constexpr const char* switch_options = "--switch, --port or --socket";
+
 /// Ends the help of a command with an example.
 /// @param arguments of the command
 /// @param common    those of chmctl's own options that have a use with it
 void add_example(CLI::App& command, const std::string& arguments, const std::string& common = "");
-
-inline constexpr const char* switch_options = "--switch, --port or --socket";
