@@ -16,7 +16,6 @@ from lab import BUILD, DESCR, ENVIRONMENT, SOURCE, Switch, needs_terminal, run, 
 
 ENTITY = "physical-entity"
 MODULE_ADMIN_STATUS = "1.3.6.1.4.1.32473.9.117.1.2.1.1.1.1003"
-RECEIVE_POWER = "1.3.6.1.4.1.32473.9.91.1.1.1.1.4.25827"  # of Ethernet1/1
 
 
 def send(switch, data):
@@ -172,13 +171,6 @@ def test_faults_strike_as_often_as_they_should(switch, words, operation, outcome
     left = [one["number"] for one in switch.order("faults")]
     assert left == ([] if "--count" in words else [fault["number"]])
     assert switch.order("clear-faults") == []
-
-
-def test_port_manager_has_faults_too(switch):
-    switch.order("inject-fault", "port-configuration", "fail", "7")
-    assert "No Such" in switch.get(RECEIVE_POWER)
-    switch.order("clear-faults")
-    assert int(switch.get(RECEIVE_POWER)) < 0
 
 
 def test_export_gives_the_same_switch(tmp_path):
