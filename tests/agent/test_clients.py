@@ -165,13 +165,20 @@ def test_the_agent_hangs_on_an_answer_that_exceeds_the_clients_message_size():
 def test_collectd_reads_every_table(switch, tmp_path):
     configuration = tmp_path / "collectd.conf"
     configuration.write_text((INTEGRATIONS / "collectd.conf").read_text().replace(
-        ":1161", f":{switch.port}"))
-    answer = run("collectd", "-T", "-C", configuration)
-    for what, column in (("if_octets-", "1.3.6.1.2.1.31.1.1.1.6"),
-                         ("gauge-reading-", f"{MAIN}.91.1.1.1.1.4"),
-                         ("gauge-status-", f"{MAIN}.117.1.2.1.1.2"),
-                         ("gauge-power ", f"{MAIN}.117.1.1.1.1.4")):
-        assert answer.stdout.count(f"lab-switch/snmp/{what}") == len(switch.walk(column)) > 0, what
+        ":1161", f":{switch.port}").replace('"stdout"', f'"{tmp_path}"'))
+    served = {what: len(switch.walk(column)) for what, column in (
+        ("if_octets-*", "1.3.6.1.2.1.31.1.1.1.6"),
+        ("gauge-reading-*", f"{MAIN}.91.1.1.1.1.4"),
+        ("gauge-status-*", f"{MAIN}.117.1.2.1.1.2"),
+        ("gauge-power-*", f"{MAIN}.117.1.1.1.1.4"))}
+    assert all(served.values()), served
+    with subprocess.Popen(["collectd", "-f", "-C", configuration], stdout=subprocess.DEVNULL,
+                          stderr=subprocess.DEVNULL) as collectd:
+        try:
+            wait_for(lambda: {what: len(list(tmp_path.glob(f"lab-switch/snmp/{what}")))
+                              for what in served} == served, f"files of {served}")
+        finally:
+            collectd.terminate()
 
 
 @needs(f"{PLUGINS}/check_snmp")
