@@ -190,14 +190,17 @@ void on_hide_loader(const char* /*token*/, char* /*line*/)
     const oid loader[] = {1, 3, 6, 1, 4, 1, 2021, 13, 14};
     netsnmp_subtree* found = netsnmp_subtree_find_first("");
     while (found != nullptr) {
-        netsnmp_handler_registration* registration = found->reginfo;
+        const netsnmp_handler_registration* registration = found->reginfo;
         const bool is_loader =
             registration != nullptr &&
             netsnmp_oid_is_subtree(loader, std::size(loader), registration->rootoid,
                                    registration->rootoid_len) == 0;
         found = found->next;
         if (is_loader) {
-            netsnmp_unregister_handler(registration);
+            // The agent frees the registration, and then still reads what it was called with.
+            std::vector<oid> root(registration->rootoid,
+                                  registration->rootoid + registration->rootoid_len);
+            unregister_mib(root.data(), root.size());
             found = netsnmp_subtree_find_first(""); // the tree is another one now
         }
     }
