@@ -11,6 +11,7 @@
 
 #include <array>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <span>
 #include <stdexcept>
@@ -42,6 +43,15 @@ uint32_t generation = 0; ///< of the served chassis, whose interfaces the rows a
 std::vector<Row> rows;
 netsnmp_container* container = nullptr; ///< the rows by index, for both tables
 std::vector<netsnmp_handler_registration*> registrations;
+
+struct FreeTableInformation {
+    void operator()(netsnmp_table_registration_info* information) const
+    {
+        netsnmp_table_registration_info_free(information);
+    }
+};
+using TableInformation = std::unique_ptr<netsnmp_table_registration_info, FreeTableInformation>;
+std::vector<TableInformation> table_information; ///< of the registrations, which do not free it
 
 void add_row(const Entity& port)
 {
@@ -231,6 +241,7 @@ void register_table(const char* name, std::span<const oid> root,
     // The agent does not write to what is here.
     registration->handler->myvoid = const_cast<std::span<const InterfaceColumn>*>(&columns);
     auto* information = SNMP_MALLOC_TYPEDEF(netsnmp_table_registration_info);
+    table_information.emplace_back(information);
     netsnmp_table_helper_add_indexes(information, ASN_INTEGER, 0);
     information->min_column = columns.front().number;
     information->max_column = columns.back().number;
@@ -317,6 +328,7 @@ void stop_serving_interfaces()
         netsnmp_unregister_handler(registration);
     }
     registrations.clear();
+    table_information.clear();
     rows.clear();
     ignore_events(link_change);
     if (container != nullptr) {
