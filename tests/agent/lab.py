@@ -16,6 +16,8 @@ import pytest
 
 SOURCE = Path(__file__).resolve().parents[2]
 BUILD = Path(os.environ.get("CHM_BUILD_DIR", SOURCE / "build" / "release"))
+# A command that runs each agent, such as valgrind.
+UNDER = os.environ.get("CHM_UNDER", "").split()
 # No configuration of the machine or of its user reaches the tools.
 ENVIRONMENT = {**os.environ, "MIBS": "", "SNMPCONFPATH": "/nonexistent", "LC_ALL": "C"}
 READER, WRITER = ("-v2c", "-c", "public"), ("-v2c", "-c", "private")
@@ -147,7 +149,7 @@ class Switch(Daemon):
             self.lines.append(f"trap2sink 127.0.0.1:{sink.port} public")
 
     def start(self):
-        self.spawn(lambda port: [*self.under, SOURCE / "scripts/agent", *self.options, BUILD,
+        self.spawn(lambda port: [*UNDER, *self.under, SOURCE / "scripts/agent", *self.options, BUILD,
                                  self.state, port, self.chassis, *self.lines])
         assert "dlopen" not in self.log(), self.log()
         self.get(UPTIME)  # until it answers, it forgets a SIGHUP

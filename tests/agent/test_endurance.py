@@ -1,8 +1,7 @@
 """What the agent survives: many clients and events at once, bad packets, kills, reloads, its module
 table.
 
-CHM_ENDURANCE gives the number of requests, which is small unless it is set, and CHM_UNDER a command
-that runs the agent, such as valgrind."""
+CHM_ENDURANCE gives the number of requests, which is small unless it is set."""
 
 import json
 import os
@@ -16,10 +15,9 @@ from pathlib import Path
 
 import pytest
 
-from lab import ALIAS, BUILD, DESCR, NAME, OPERATOR, SERVED, SOURCE, Switch, module_root
+from lab import ALIAS, BUILD, DESCR, NAME, OPERATOR, SERVED, SOURCE, UNDER, Switch, module_root
 
 REQUESTS = int(os.environ.get("CHM_ENDURANCE", 10_000))
-UNDER = os.environ.get("CHM_UNDER", "").split()
 GET, GETNEXT, SET, GETBULK = 0xa0, 0xa1, 0xa3, 0xa5
 ROOTS = sorted(set(map(module_root, SERVED.values())))
 BEFORE_READINGS = SERVED["entSensorValue"] + ".25812"  # of transceivers
@@ -121,7 +119,7 @@ def test_many_clients_at_once_while_the_switch_changes():
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sink:
         sink.bind(("127.0.0.1", 0))
         line = f"trap2sink 127.0.0.1:{sink.getsockname()[1]} public"
-        with Switch("small", [line], UNDER) as switch, ThreadPoolExecutor() as pool:
+        with Switch("small", [line]) as switch, ThreadPoolExecutor() as pool:
             oids = instances(switch)
             requests, resident, done = list(requests_for(oids)), [], threading.Event()
             changes = pool.submit(change_switch, switch, done)

@@ -8,8 +8,8 @@ import subprocess
 import pytest
 
 from lab import (
-    ALIAS, BUILD, ENT_CONFIG_CHANGE, ENVIRONMENT, OPERATOR, SERIAL_NUM, SOURCE, WRITER, Daemon,
-    Switch, TrapReceiver, free_port, run, wait_for)
+    ALIAS, BUILD, ENT_CONFIG_CHANGE, ENVIRONMENT, OPERATOR, SERIAL_NUM, SOURCE, UNDER, WRITER,
+    Daemon, Switch, TrapReceiver, free_port, run, wait_for)
 
 SYS_NAME, ENGINE_ID = "1.3.6.1.2.1.1.5.0", "1.3.6.1.6.3.10.2.1.1.0"
 LABEL, MODEL = f"{ALIAS}.1", "1.3.6.1.2.1.47.1.1.1.1.13.1"
@@ -47,7 +47,8 @@ class Fleet:
 
     def __enter__(self):
         self.process = subprocess.Popen(
-            [SOURCE / "scripts/fleet", "--build-dir", BUILD, "--port", str(self.port), *self.words],
+            [*UNDER, SOURCE / "scripts/fleet", "--build-dir", BUILD, "--port", str(self.port),
+             *self.words],
             env={**ENVIRONMENT, "XDG_RUNTIME_DIR": str(self.state)},
             stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
         assert any("Ctrl-C" in line for line in self.process.stdout), self.process.stderr.read()
@@ -219,7 +220,7 @@ class SubAgent(Switch):
         self.master = master
 
     def start(self):
-        self.spawn(lambda _: [SOURCE / "scripts/agent", BUILD, self.state,
+        self.spawn(lambda _: [*UNDER, SOURCE / "scripts/agent", BUILD, self.state,
                               f"agentx:{self.master.socket}", self.chassis])
         self.port = self.master.port
         wait_for(lambda: self.walk(MODEL.rpartition(".")[0]), "registration with the master")
