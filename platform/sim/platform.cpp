@@ -20,6 +20,7 @@
 #include <memory>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 namespace sim {
 namespace {
